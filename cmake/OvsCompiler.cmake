@@ -1,0 +1,21 @@
+# Warnings and code generation. Everything of ours links ovs_warnings privately; libraries from elsewhere do not.
+add_library(ovs_warnings INTERFACE)
+target_compile_options(ovs_warnings INTERFACE
+  "$<$<COMPILE_LANGUAGE:CXX>:-Wall;-Wextra;-Wpedantic;-Wshadow;-Wconversion;-Wsign-conversion;-Wold-style-cast>"
+  "$<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor;-Woverloaded-virtual;-Wnull-dereference;-Wextra-semi;-Werror>"
+  # g++ 12 finds overlaps in its own library's "literal" + string where there are none (GCC bug 105651).
+  "$<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>")
+
+add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:-fno-omit-frame-pointer>")
+if(WIN32)
+  add_compile_definitions(UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00)
+  # A processor fault is turned into a C++ exception where it happens, so any instruction may throw.
+  add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:-fnon-call-exceptions>")
+  add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:-ffunction-sections;-fdata-sections>")
+  add_link_options(-Wl,--gc-sections $<$<CONFIG:Release>:-s>)
+endif()
+
+if(OVS_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=address,undefined)
+endif()

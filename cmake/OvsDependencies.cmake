@@ -1,0 +1,27 @@
+# Libraries that Debian packages as headers or sources; scripts/setup.sh installs them. Both builds use the same ones.
+#
+# Headers alone (nlohmann-json3-dev, libcli11-dev): linked into a folder of their own, because the cross compiler must not
+# see the rest of /usr/include.
+function(ovs_header_library target folder)
+  if(NOT EXISTS /usr/include/${folder})
+    message(FATAL_ERROR "/usr/include/${folder} is missing: run scripts/setup.sh")
+  endif()
+  file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/headers)
+  file(CREATE_LINK /usr/include/${folder} ${PROJECT_BINARY_DIR}/headers/${folder} SYMBOLIC)
+  add_library(${target} INTERFACE)
+  target_include_directories(${target} SYSTEM INTERFACE ${PROJECT_BINARY_DIR}/headers)
+endfunction()
+
+ovs_header_library(ovs_json nlohmann)
+ovs_header_library(ovs_cli11 CLI)
+
+# GoogleTest: built from the sources of Debian's package googletest, with this build's own flags.
+if(OVS_TESTS)
+  if(NOT EXISTS /usr/src/googletest/CMakeLists.txt)
+    message(FATAL_ERROR "/usr/src/googletest is missing: run scripts/setup.sh")
+  endif()
+  set(INSTALL_GTEST OFF)
+  set(BUILD_GMOCK OFF)
+  set(gtest_force_shared_crt ON)
+  add_subdirectory(/usr/src/googletest ${PROJECT_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
+endif()
