@@ -1,0 +1,152 @@
+#include "base/Fold.h"
+
+#include <algorithm>
+
+namespace ovs {
+
+namespace {
+
+// A multiple of every vector size in use, and small enough that a non-ASCII character costs little.
+constexpr std::size_t kBlock = 32;
+
+// Loops over a whole block without an early exit become vector code.
+bool IsAsciiBlock(const char16_t* units) {
+  unsigned bits = 0;
+  for (std::size_t i = 0; i < kBlock; ++i) bits |= units[i];
+  return bits < 0x80;
+}
+
+void FoldAsciiBlock(const char16_t* units, char16_t* out) {
+  for (std::size_t i = 0; i < kBlock; ++i) {
+    const auto unit = static_cast<std::uint16_t>(units[i]);
+    const auto fromA = static_cast<std::uint16_t>(unit - u'a');
+    out[i] = static_cast<char16_t>(unit - (fromA < 26 ? 0x20 : 0));
+  }
+}
+
+// The ASCII units that fold to one unit: itself and its small letter. None equals a unit beyond ASCII.
+struct AsciiForms {
+  explicit AsciiForms(char16_t folded)
+      : upper(folded), lower(folded >= u'A' && folded <= u'Z' ? static_cast<char16_t>(folded + 0x20) : folded) {}
+  char16_t upper;
+  char16_t lower;
+};
+
+// How the two searches see the haystack.
+struct RawHay {
+  static AsciiForms FormsOf(char16_t needleUnit) { return AsciiForms(FoldUnit(needleUnit)); }
+  static bool Same(char16_t hayUnit, char16_t needleUnit) { return FoldUnit(hayUnit) == FoldUnit(needleUnit); }
+  static constexpr std::uint16_t kBitsThatNeedTheTable = 0xFF80;
+};
+
+struct FoldedHay {
+  static AsciiForms FormsOf(char16_t needleUnit) {
+    AsciiForms forms(needleUnit);
+    forms.lower = needleUnit;
+    return forms;
+  }
+  static bool Same(char16_t hayUnit, char16_t needleUnit) { return hayUnit == needleUnit; }
+  static constexpr std::uint16_t kBitsThatNeedTheTable = 0;
+};
+
+// False when in no place of the block the needle's first unit stands with its last unit where it belongs.
+template <typename Hay>
+bool MayBeginIn(const char16_t* block, std::size_t lastOffset, AsciiForms first, AsciiForms last) {
+  std::uint16_t hits = 0;
+  std::uint16_t bits = 0;
+  for (std::size_t i = 0; i < kBlock; ++i) {
+    const auto a = static_cast<std::uint16_t>(block[i]);
+    const auto b = static_cast<std::uint16_t>(block[i + lastOffset]);
+    const auto isFirst = static_cast<std::uint16_t>((a == first.upper ? 1 : 0) | (a == first.lower ? 1 : 0));
+    const auto isLast = static_cast<std::uint16_t>((b == last.upper ? 1 : 0) | (b == last.lower ? 1 : 0));
+    hits = static_cast<std::uint16_t>(hits | (isFirst & isLast));
+    bits = static_cast<std::uint16_t>(bits | a | b);
+  }
+  return hits != 0 || (bits & Hay::kBitsThatNeedTheTable) != 0;
+}
+
+template <typename Hay>
+bool BeginsAt(const char16_t* hay, TextView needle) {
+  if (!Hay::Same(hay[0], needle.front()) || !Hay::Same(hay[needle.size() - 1], needle.back())) return false;
+  for (std::size_t i = 1; i + 1 < needle.size(); ++i) {
+    if (!Hay::Same(hay[i], needle[i])) return false;
+  }
+  return true;
+}
+
+template <typename Hay>
+std::size_t Find(TextView hay, TextView needle, std::size_t from) {
+  if (from > hay.size() || needle.size() > hay.size() - from) return kTextNotFound;
+  if (needle.empty()) return from;
+  const std::size_t end = hay.size() - needle.size() + 1;  // of the places where the needle can begin
+  const std::size_t lastOffset = needle.size() - 1;
+  const AsciiForms first = Hay::FormsOf(needle.front());
+  const AsciiForms last = Hay::FormsOf(needle.back());
+  while (from < end) {
+    const bool whole = end - from >= kBlock;
+    const std::size_t stop = whole ? from + kBlock : end;
+    if (whole && !MayBeginIn<Hay>(hay.data() + from, lastOffset, first, last)) {
+      from = stop;
+      continue;
+    }
+    for (; from < stop; ++from) {
+      if (BeginsAt<Hay>(hay.data() + from, needle)) return from;
+    }
+  }
+  return kTextNotFound;
+}
+
+}  // namespace
+
+Text Fold(TextView text) {
+  Text out;
+  FoldInto(text, out);
+  return out;
+}
+
+void FoldInto(TextView text, Text& out) {
+  out.resize(text.size());
+  std::size_t i = 0;
+  for (; text.size() - i >= kBlock; i += kBlock) {
+    if (IsAsciiBlock(text.data() + i)) {
+      FoldAsciiBlock(text.data() + i, out.data() + i);
+    } else {
+      std::transform(text.data() + i, text.data() + i + kBlock, out.data() + i, FoldUnit);
+    }
+  }
+  std::transform(text.data() + i, text.data() + text.size(), out.data() + i, FoldUnit);
+}
+
+bool EqualsFolded(TextView a, TextView b) {
+  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), RawHay::Same);
+}
+
+int CompareFolded(TextView a, TextView b) {
+  const std::size_t common = std::min(a.size(), b.size());
+  for (std::size_t i = 0; i < common; ++i) {
+    const char16_t unitA = FoldUnit(a[i]);
+    const char16_t unitB = FoldUnit(b[i]);
+    if (unitA != unitB) return unitA < unitB ? -1 : 1;
+  }
+  if (a.size() == b.size()) return 0;
+  return a.size() < b.size() ? -1 : 1;
+}
+
+std::size_t FindFolded(TextView haystack, TextView needle, std::size_t from) {
+  return Find<RawHay>(haystack, needle, from);
+}
+
+std::size_t FindLastFolded(TextView haystack, TextView needle) {
+  if (needle.size() > haystack.size()) return kTextNotFound;
+  if (needle.empty()) return haystack.size();
+  for (std::size_t end = haystack.size() - needle.size() + 1; end > 0; --end) {
+    if (BeginsAt<RawHay>(haystack.data() + end - 1, needle)) return end - 1;
+  }
+  return kTextNotFound;
+}
+
+std::size_t FindInFolded(TextView foldedHay, TextView foldedNeedle, std::size_t from) {
+  return Find<FoldedHay>(foldedHay, foldedNeedle, from);
+}
+
+}  // namespace ovs

@@ -1,0 +1,37 @@
+// A growable text for many appends.
+#pragma once
+
+#include <cstddef>
+
+#include "base/Text.h"
+
+namespace ovs {
+
+// The buffer is larger than its content, and appended text is written into it in place. When it is full it grows to
+// double its size, at least to what is needed and never below 256 characters. Wiping keeps the buffer.
+class Vell_String {
+ public:
+  void WipeString() { count_ = 0; }
+  void AddNewLine() { Add(kCrLf); }
+
+  // An empty line adds CR LF alone. Any other is preceded by CR LF while the line-break flag is set.
+  void AddLine(TextView line);
+
+  // `text` may not lie within this object.
+  void Add(TextView text);
+
+  [[nodiscard]] Text GetStr() const { return buffer_.substr(0, count_); }
+
+  [[nodiscard]] std::size_t Count() const { return count_; }
+
+  // Set in a new object.
+  [[nodiscard]] bool LineBreaks() const { return lineBreaks_; }
+  void SetLineBreaks(bool on) { lineBreaks_ = on; }
+
+ private:
+  Text buffer_;  // blanks behind the first count_ characters
+  std::size_t count_ = 0;
+  bool lineBreaks_ = true;
+};
+
+}  // namespace ovs

@@ -1,0 +1,25 @@
+// Takes a Windows-style path apart, for the adapters that keep folders and files by other means than Windows' own.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "base/Text.h"
+
+namespace ovs {
+
+struct WindowsPath {
+  Text root;                // "C:" with a capital letter, or "\\server\share"
+  std::vector<Text> names;  // the folders below the root and the last name; no "." or ".."
+  bool trailing = false;    // the path ended in "\"
+};
+
+// Takes a path apart by Windows' rules: "/" counts as "\", "." and ".." are resolved, blanks and dots at the end of a name
+// are dropped; after "\\?\" all names stand as they are. What is relative counts from `currentFolder`, a full path.
+// None when it is no path; the pending system error tells why (3 or 123).
+[[nodiscard]] std::optional<WindowsPath> SplitWindowsPath(TextView path, TextView currentFolder);
+
+// The plain path again, without "\" at the end unless it is the root of a drive.
+[[nodiscard]] Text JoinWindowsPath(const WindowsPath& path);
+
+}  // namespace ovs

@@ -1,0 +1,122 @@
+// Port: files and folders.
+//
+// Paths are Windows-style texts ("C:\a\b", "\\server\share\x", or extended "\\?\" forms). A native build maps "Z:\x" to
+// the folder /x and finds names without regard to case when no name matches exactly. A call that fails returns false (or
+// no object) and records its number with SetPendingSystemError. No call throws for an OS failure; only memory can run out.
+// All calls are made from one thread at a time. Objects must not outlive the Files that made them.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "base/Text.h"
+
+namespace ovs::os {
+
+using FileTicks = std::int64_t;  // 100 ns since 1601-01-01 00:00 UTC
+
+namespace FileAttribute {
+inline constexpr std::uint32_t kReadOnly = 0x1;
+inline constexpr std::uint32_t kHidden = 0x2;
+inline constexpr std::uint32_t kSystem = 0x4;
+inline constexpr std::uint32_t kDirectory = 0x10;
+inline constexpr std::uint32_t kArchive = 0x20;
+inline constexpr std::uint32_t kNormal = 0x80;
+inline constexpr std::uint32_t kReparsePoint = 0x400;
+}  // namespace FileAttribute
+
+struct FileInfo {
+  std::uint32_t attributes = 0;  // FileAttribute bits
+  std::uint64_t size = 0;        // bytes
+  FileTicks created = 0;
+  FileTicks accessed = 0;
+  FileTicks modified = 0;
+
+  [[nodiscard]] bool IsDirectory() const { return (attributes & FileAttribute::kDirectory) != 0; }
+};
+
+// What identifies one state of one file. Two equal stamps mean: the same file, not written in between, as far as the
+// file system's times can tell.
+struct FileStamp {
+  std::uint64_t volume = 0;
+  std::uint64_t index = 0;  // file number on its volume
+  std::uint64_t size = 0;
+  FileTicks modified = 0;
+  FileTicks changed = 0;  // last change of content or attributes; 0 where the system does not tell
+
+  bool operator==(const FileStamp&) const = default;
+};
+
+struct DirEntry {
+  Text name;  // as it is on disk, without folder; never "." or ".."
+  FileInfo info;
+};
+
+struct FileVersion {
+  std::uint16_t part[4] = {0, 0, 0, 0};
+};
+
+// A file opened for reading. Other programs may read, write, rename and delete it meanwhile.
+class ReadFile {
+ public:
+  virtual ~ReadFile() = default;
+  // Size and identity of the open file. False when the system refuses.
+  virtual bool Stamp(FileStamp& out) = 0;
+  // Reads up to buffer.size() bytes from `offset`; `got` is 0 at the end of the file.
+  virtual bool ReadAt(std::uint64_t offset, std::span<char> buffer, std::size_t& got) = 0;
+};
+
+// A file opened for appending. Other programs may read, rotate and delete it meanwhile.
+class AppendFile {
+ public:
+  virtual ~AppendFile() = default;
+  virtual bool Stamp(FileStamp& out) = 0;
+  // Appends all bytes by one write, or none: what a failing write left behind is cut off again.
+  virtual bool Append(std::string_view bytes) = 0;
+};
+
+class Files {
+ public:
+  virtual ~Files() = default;
+
+  // Attributes, size and times of a file or folder; number 2 or 3 when there is none.
+  virtual bool Info(TextView path, FileInfo& out) = 0;
+
+  virtual std::unique_ptr<ReadFile> OpenRead(TextView path) = 0;
+  // Opens for appending; a missing file is created.
+  virtual std::unique_ptr<AppendFile> OpenAppend(TextView path) = 0;
+  // Writes a file whole: a new one, or one whose content is replaced, flushed to the disk before the call returns.
+  virtual bool Write(TextView path, std::string_view bytes) = 0;
+  // Renames within one volume; an existing file of the new name is replaced.
+  virtual bool Rename(TextView from, TextView to) = 0;
+  // Deletes a file; a folder fails with number 5.
+  virtual bool Delete(TextView path) = 0;
+  // Deletes an empty folder.
+  virtual bool RemoveDir(TextView path) = 0;
+
+  // Creates one folder; number 183 when the name exists.
+  virtual bool CreateDir(TextView path) = 0;
+  // Creates all folders up to the last "\" of a plain path below 248 characters.
+  virtual bool MakeSureDirectoryPathExists(TextView path) = 0;
+  // Appends the entries of a folder in file-system order; false when the folder cannot be read (what was read stays).
+  virtual bool List(TextView folder, std::vector<DirEntry>& out) = 0;
+
+  // The long form of a path that may have short (8.3) parts.
+  virtual bool LongPathName(TextView path, Text& out) = 0;
+  // The fixed file version of a program or library; number 1812 or 1813 when it has none.
+  virtual bool Version(TextView path, FileVersion& out) = 0;
+  // The name of the file system of a volume, such as "NTFS"; `root` is a drive root "C:\".
+  virtual bool FileSystemName(TextView root, Text& out) = 0;
+  virtual bool SetCurrentDir(TextView path) = 0;
+  // The folder for temporary files, ending in "\".
+  virtual bool TempFolder(Text& out) = 0;
+};
+
+// The files of the machine the program runs on.
+Files& SystemFiles();
+
+}  // namespace ovs::os

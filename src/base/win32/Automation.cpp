@@ -1,0 +1,216 @@
+#include "base/win32/Automation.h"
+
+#include <windows.h>
+// The order matters.
+#include <oaidl.h>
+#include <objbase.h>
+#include <oleauto.h>
+
+#include <limits>
+#include <new>
+#include <utility>
+#include <vector>
+
+#include "base/Numbers.h"
+#include "base/RuntimeError.h"
+#include "base/os/System.h"
+#include "base/win32/Win32Text.h"
+
+namespace ovs::win32 {
+
+namespace {
+
+// Owner of a VARIANT's content. One array of them serves as an argument list.
+struct Variant {
+  Variant() { VariantInit(&value); }
+  Variant(const Variant&) = delete;
+  Variant& operator=(const Variant&) = delete;
+  ~Variant() { VariantClear(&value); }
+
+  VARIANT value;
+};
+
+Text TakeBstr(BSTR owned) {
+  Text text = owned == nullptr ? Text() : FromWide({owned, SysStringLen(owned)});
+  SysFreeString(owned);
+  return text;
+}
+
+[[noreturn]] void Fail(TextView call, HRESULT result, Text source = {}, Text description = {}) {
+  const auto code = static_cast<std::uint32_t>(result);
+  if (description.empty()) description = os::ThisSystem().MessageText(code).value_or(Text());
+  throw RuntimeError(static_cast<int>(result), Text(call) + u" failed: 0x" + HexText(code, 8) + u" " + description,
+                     std::move(source));
+}
+
+// Takes the texts out of an exception record, also those that are delivered late.
+[[noreturn]] void FailWith(TextView call, EXCEPINFO& info) {
+  if (info.pfnDeferredFillIn != nullptr) info.pfnDeferredFillIn(&info);
+  SysFreeString(info.bstrHelpFile);
+  Text source = TakeBstr(info.bstrSource);
+  Text description = TakeBstr(info.bstrDescription);
+  Fail(call, info.scode != 0 ? info.scode : DISP_E_EXCEPTION, std::move(source), std::move(description));
+}
+
+BSTR NewBstr(TextView text) {
+  const std::wstring wide = ToWide(text);
+  const BSTR made = SysAllocStringLen(wide.data(), static_cast<UINT>(wide.size()));
+  if (made == nullptr) throw std::bad_alloc();
+  return made;
+}
+
+struct PutInto {
+  VARIANT& out;
+  IDispatch* (*dispatchOf)(const AutomationObject&);
+
+  void operator()(std::monostate) const { out.vt = VT_NULL; }
+  void operator()(bool value) const {
+    out.vt = VT_BOOL;
+    out.boolVal = value ? VARIANT_TRUE : VARIANT_FALSE;
+  }
+  void operator()(std::int64_t value) const {
+    const bool fits = value >= std::numeric_limits<LONG>::min() && value <= std::numeric_limits<LONG>::max();
+    if (!fits) throw RuntimeError(RuntimeErrorNumber::kOverflow, u"Overflow");
+    out.vt = VT_I4;
+    out.lVal = static_cast<LONG>(value);
+  }
+  void operator()(double value) const {
+    out.vt = VT_R8;
+    out.dblVal = value;
+  }
+  void operator()(const Text& value) const {
+    out.bstrVal = NewBstr(value);
+    out.vt = VT_BSTR;
+  }
+  void operator()(AutomationDate value) const {
+    out.vt = VT_DATE;
+    out.date = value.days;
+  }
+  void operator()(const AutomationObject& value) const {
+    out.pdispVal = dispatchOf(value);
+    out.pdispVal->AddRef();
+    out.vt = VT_DISPATCH;
+  }
+};
+
+// Empties `from` of the object.
+AutomationValue TakeObject(VARIANT& from) {
+  IDispatch* object = nullptr;
+  if (from.punkVal != nullptr) from.punkVal->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&object));
+  if (object == nullptr) return std::monostate();
+  return AutomationObject(object);
+}
+
+template <class Number>
+AutomationValue Whole(Number number) {
+  return static_cast<std::int64_t>(number);
+}
+
+AutomationValue ByConversion(VARIANT& from) {
+  Variant real;
+  if (FAILED(VariantChangeType(&real.value, &from, 0, VT_R8))) return std::monostate();
+  return real.value.dblVal;
+}
+
+AutomationValue Take(VARIANT& from) {
+  switch (from.vt) {
+    case VT_BSTR:
+      return from.bstrVal == nullptr ? Text() : FromWide({from.bstrVal, SysStringLen(from.bstrVal)});
+    case VT_BOOL:
+      return from.boolVal != VARIANT_FALSE;
+    case VT_I1:
+      return Whole(static_cast<signed char>(from.cVal));
+    case VT_UI1:
+      return Whole(from.bVal);
+    case VT_I2:
+      return Whole(from.iVal);
+    case VT_UI2:
+      return Whole(from.uiVal);
+    case VT_I4:
+    case VT_INT:
+      return Whole(from.lVal);
+    case VT_UI4:
+    case VT_UINT:
+      return Whole(from.ulVal);
+    case VT_I8:
+      return Whole(from.llVal);
+    case VT_R8:
+      return from.dblVal;
+    case VT_R4:
+    case VT_UI8:
+    case VT_CY:
+    case VT_DECIMAL:
+      return ByConversion(from);
+    case VT_DATE:
+      return AutomationDate{from.date};
+    case VT_DISPATCH:
+    case VT_UNKNOWN:
+      return TakeObject(from);
+    default:
+      return std::monostate();
+  }
+}
+
+AutomationValue ToValue(VARIANT& from) {
+  if ((from.vt & VT_BYREF) == 0) return Take(from);
+  Variant copy;
+  if (FAILED(VariantCopyInd(&copy.value, &from))) return std::monostate();
+  return Take(copy.value);
+}
+
+}  // namespace
+
+AutomationObject AutomationObject::FromMoniker(TextView displayName) {
+  void* object = nullptr;
+  const HRESULT result = CoGetObject(ToWide(displayName).c_str(), nullptr, IID_IDispatch, &object);
+  if (FAILED(result)) Fail(Text(u"GetObject ") + Text(displayName), result);
+  return AutomationObject(static_cast<IDispatch*>(object));
+}
+
+AutomationObject::AutomationObject(IDispatch* owned) : object_(owned, [](IDispatch* object) { object->Release(); }) {}
+
+AutomationValue AutomationObject::Call(TextView name, std::initializer_list<AutomationValue> arguments) const {
+  return Invoke(name, DISPATCH_METHOD, arguments);
+}
+
+AutomationValue AutomationObject::Get(TextView property) const { return Invoke(property, DISPATCH_PROPERTYGET, {}); }
+
+AutomationValue AutomationObject::Invoke(TextView name, std::uint16_t kind,
+                                         std::initializer_list<AutomationValue> arguments) const {
+  std::wstring wide = ToWide(name);
+  LPOLESTR member = wide.data();
+  DISPID id = DISPID_UNKNOWN;
+  const HRESULT known = object_->GetIDsOfNames(IID_NULL, &member, 1, LOCALE_NEUTRAL, &id);
+  if (FAILED(known)) Fail(name, known);
+
+  // Arguments are passed last one first.
+  static_assert(sizeof(Variant) == sizeof(VARIANT));
+  std::vector<Variant> list(arguments.size());
+  std::size_t at = arguments.size();
+  for (const AutomationValue& argument : arguments) {
+    std::visit(PutInto{list[--at].value, [](const AutomationObject& object) { return object.object_.get(); }}, argument);
+  }
+  DISPPARAMS params{list.empty() ? nullptr : &list.front().value, nullptr, static_cast<UINT>(list.size()), 0};
+  Variant result;
+  EXCEPINFO info{};
+  const HRESULT done = object_->Invoke(id, IID_NULL, LOCALE_NEUTRAL, kind, &params, &result.value, &info, nullptr);
+  if (done == DISP_E_EXCEPTION) FailWith(name, info);
+  if (FAILED(done)) Fail(name, done);
+  return ToValue(result.value);
+}
+
+Text AutomationObject::TypeName() const {
+  ITypeInfo* type = nullptr;
+  if (FAILED(object_->GetTypeInfo(0, LOCALE_NEUTRAL, &type)) || type == nullptr) return u"Object";
+  const std::shared_ptr<ITypeInfo> owner(type, [](ITypeInfo* object) { object->Release(); });
+  BSTR name = nullptr;
+  if (FAILED(type->GetDocumentation(MEMBERID_NIL, &name, nullptr, nullptr, nullptr))) return u"Object";
+  return TakeBstr(name);
+}
+
+AutomationObject ObjectOf(AutomationValue value, TextView what) {
+  if (auto* object = std::get_if<AutomationObject>(&value)) return std::move(*object);
+  throw RuntimeError(RuntimeErrorNumber::kComponent, Text(what) + u" gave no object");
+}
+
+}  // namespace ovs::win32

@@ -1,0 +1,52 @@
+// Late-bound automation objects: members by name, values without COM types.
+//
+// An object belongs to the apartment (see ComApartment.h) of the thread that made it. Failures throw RuntimeError: the
+// number is the component's result code, the description names the call, source and text are those of the component.
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <variant>
+
+#include "base/Text.h"
+
+struct IDispatch;
+
+namespace ovs::win32 {
+
+// Days since 1899-12-30 00:00.
+struct AutomationDate {
+  double days = 0;
+};
+
+class AutomationObject;
+
+// monostate: null, nothing, or a kind of value that has no place here (arrays, for instance).
+using AutomationValue = std::variant<std::monostate, bool, std::int64_t, double, Text, AutomationDate, AutomationObject>;
+
+class AutomationObject {
+ public:
+  // The object behind a display name, such as "winmgmts:...".
+  [[nodiscard]] static AutomationObject FromMoniker(TextView displayName);
+
+  // Takes over one reference.
+  explicit AutomationObject(IDispatch* owned);
+
+  // Calls a method. Texts, numbers that fit 32 bits, truth values and objects can be passed.
+  AutomationValue Call(TextView name, std::initializer_list<AutomationValue> arguments = {}) const;
+  [[nodiscard]] AutomationValue Get(TextView property) const;
+
+  // The name of its class as its type information gives it, else "Object".
+  [[nodiscard]] Text TypeName() const;
+
+ private:
+  AutomationValue Invoke(TextView name, std::uint16_t kind, std::initializer_list<AutomationValue> arguments) const;
+
+  std::shared_ptr<IDispatch> object_;
+};
+
+// The object in a value; throws RuntimeError when it is none. `what` names the call that gave it.
+[[nodiscard]] AutomationObject ObjectOf(AutomationValue value, TextView what);
+
+}  // namespace ovs::win32

@@ -1,0 +1,13 @@
+// The network adapters of the machine.
+#pragma once
+
+#include <vector>
+
+#include "base/Text.h"
+
+namespace ovs::win32 {
+
+// What System::LanAddresses promises.
+[[nodiscard]] std::vector<Text> AdapterAddresses();
+
+}  // namespace ovs::win32
