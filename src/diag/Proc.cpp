@@ -1,0 +1,142 @@
+#include "diag/Proc.h"
+
+#include <limits>
+
+#include "base/Numbers.h"
+#include "diag/App_DebugState.h"
+#include "diag/PendingRuntimeError.h"
+
+namespace ovs {
+
+namespace {
+
+constexpr TextView kSeparator = u"<sep>";
+constexpr std::size_t kLongestValue = 16384;
+
+thread_local Proc* innermost = nullptr;
+
+}  // namespace
+
+void RenderValue(TextView value, Text& out) {
+  out.append(value.substr(0, kLongestValue));
+  if (value.size() > kLongestValue) out += u"...";
+}
+
+void RenderValue(bool value, Text& out) { out += value ? TextView(u"True") : TextView(u"False"); }
+
+void RenderValue(std::int64_t value, Text& out) { out += NumberText(value); }
+
+void RenderValue(std::uint64_t value, Text& out) {
+  constexpr std::uint64_t kMost = std::numeric_limits<std::int64_t>::max();
+  if (value > kMost) RenderValue(value / 10, out);
+  out += NumberText(static_cast<std::int64_t>(value > kMost ? value % 10 : value));
+}
+
+void RenderValue(const std::vector<Text>& value, Text& out) {
+  const std::size_t start = out.size();
+  for (const Text& item : value) {
+    if (&item != &value.front()) out += kSeparator;
+    RenderValue(TextView(item), out);
+    if (out.size() - start > kLongestValue) break;
+  }
+}
+
+Proc::Proc(TextView module, TextView procedure, ProcKind kind) noexcept
+    : owner_(&Diagnostics()), module_(module), procedure_(procedure), kind_(kind), outer_(innermost) {
+  App_Debug::State& state = *owner_->state_;
+  id_ = state.NextId(enterEvent_);
+  eventCount_ = 1;
+  innermost = this;
+  if (!state.switches.procDump || id_ == kNoProc) return;
+  try {
+    const App_Debug::State::Lock lock(state.mutex);
+    record_ = state.MakeRecord(id_, kind, module, procedure, enterEvent_);
+  } catch (...) {
+    record_ = nullptr;
+  }
+}
+
+Proc::~Proc() {
+  innermost = outer_;
+  if (id_ == kNoProc) return;
+  App_Debug::State& state = *owner_->state_;
+  const std::uint32_t exitEvent = CountUp(state.counters.globalEvents);
+  CountUp(state.counters.proceduresExited);
+  if (record_ == nullptr && !hadError_) return;
+  try {
+    const App_Debug::State::Lock lock(state.mutex);
+    state.lastErrors.erase(id_);
+    if (record_ != nullptr) state.ExitRecord(*static_cast<App_Proc*>(record_), exitEvent);
+  } catch (...) {
+    return;  // without memory the dump lacks this record
+  }
+}
+
+Proc* Proc::Innermost() noexcept { return innermost; }
+
+Proc* Proc::Find(const App_Debug& owner, ProcId id) noexcept {
+  for (Proc* guard = innermost; guard != nullptr; guard = guard->outer_) {
+    if (guard->id_ == id && guard->owner_ == &owner) return guard;
+  }
+  return nullptr;
+}
+
+void Proc::AddVar(VarKind kind, TextView name, const void* value, detail::RenderFunction render) noexcept {
+  const bool waits = !finished_ && (kind == VarKind::Created || kind == VarKind::ReturnedByRef);
+  const bool kept = varCount_ < kMaxVars;
+  if (kept) vars_[varCount_++] = {kind, name, value, render};
+  if (record_ == nullptr || (waits && kept)) return;
+  AddToRecord({kind, name, value, render});
+}
+
+void Proc::AddToRecord(const Var& var) noexcept {
+  try {
+    const App_Debug::State::Lock lock(owner_->state_->mutex);
+    Text text(var.name);
+    text += u'=';
+    var.render(var.value, text);
+    static_cast<App_Proc*>(record_)->AddVariable(var.kind, owner_->state_->Masked(text));
+  } catch (...) {
+    return;  // without memory the record lacks this value
+  }
+}
+
+void Proc::ReportResult(const void* value, detail::RenderFunction render) noexcept {
+  if (record_ == nullptr) return;
+  FinishVars();
+  AddToRecord({VarKind::FunctionResult, procedure_, value, render});
+}
+
+void Proc::FinishVars() noexcept {
+  if (finished_) return;
+  finished_ = true;
+  for (std::size_t i = 0; i < varCount_; ++i) {
+    const VarKind kind = vars_[i].kind;
+    if (kind == VarKind::Created || kind == VarKind::ReturnedByRef) AddToRecord(vars_[i]);
+  }
+}
+
+Text Proc::RenderVars(VarKind kind) const {
+  Text list;
+  for (std::size_t i = 0; i < varCount_; ++i) {
+    if (vars_[i].kind != kind) continue;
+    if (!list.empty()) list += kSeparator;
+    list.append(vars_[i].name).append(u"=");
+    vars_[i].render(vars_[i].value, list);
+  }
+  return list;
+}
+
+void Proc::Log(TextView message, EventType type, TextView variables, TextView expectedVBErrors,
+               TextView expectedAPIErrors) noexcept {
+  owner_->dLog(id_, message, type, variables, expectedVBErrors, expectedAPIErrors);
+}
+
+bool Proc::WantsVerbose() const noexcept { return record_ != nullptr || owner_->state_->switches.verbose; }
+
+void Proc::HandleError() noexcept {
+  SetPendingRuntimeErrorFromException();
+  owner_->dLogErrorHandler(id_);
+}
+
+}  // namespace ovs

@@ -1,0 +1,120 @@
+// The record of one procedure call and of its events, as the procedure dump shows them.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <optional>
+
+#include "base/Text.h"
+#include "diag/DebugMessage.h"
+#include "diag/Events.h"
+
+namespace ovs {
+
+struct App_ProcEvent {
+  std::uint32_t globalEvent = 0;
+  std::uint32_t globalNonFlowEvent = 0;  // 0 for entry and exit
+  std::uint32_t procedureEvent = 0;      // from 1
+  std::uint32_t typeEvent = 0;           // the type's own counter
+  EventType type = EventType::Normal;
+  bool isError = false;
+  bool outsideHandler = false;  // an error was pending though no error handler reported it
+  Text information;
+  Text variables;
+  DebugErrors errors;
+};
+
+// Which events a rendered record lists: bits of EventType, -1 all.
+using EventTypeSet = std::int32_t;
+
+struct ProcRenderOptions {
+  bool includeTimers = false;
+  bool includePerf = false;
+  EventTypeSet eventTypes = -1;
+};
+
+class App_Proc {
+ public:
+  App_Proc(ProcId id, ProcKind kind, TextView module, TextView procedure);
+
+  [[nodiscard]] ProcId Id() const noexcept { return id_; }
+  [[nodiscard]] ProcKind Kind() const noexcept { return kind_; }
+  [[nodiscard]] const Text& ProcedureSource() const noexcept { return source_; }  // "Module.Procedure"
+
+  [[nodiscard]] std::uint32_t EventCount() const noexcept { return eventCount_; }
+  [[nodiscard]] std::uint32_t EventCount_NonFlow() const noexcept { return nonFlow_; }
+  [[nodiscard]] std::uint32_t EventCount_APIErrors() const noexcept { return apiErrors_; }
+  [[nodiscard]] std::uint32_t EventCount_ErrorHandler() const noexcept { return errorHandler_; }
+  [[nodiscard]] std::uint32_t EventCount_ErrorsOutsideHandler() const noexcept { return outsideHandler_; }
+  [[nodiscard]] std::uint32_t EventCount_By_EventType(EventType type) const noexcept;
+
+  // Variables of one kind; several values are joined with "<sep>".
+  void AddVariable(VarKind kind, TextView text);
+  void SetVariables(VarKind kind, Text text) { Variables(kind) = std::move(text); }
+  [[nodiscard]] const Text& Vars_Passed_ByVal() const noexcept { return vars_[0]; }
+  [[nodiscard]] const Text& Vars_Passed_ByRef() const noexcept { return vars_[1]; }
+  [[nodiscard]] const Text& Vars_Created() const noexcept { return vars_[2]; }
+  [[nodiscard]] const Text& Vars_Returned_ByRef() const noexcept { return vars_[3]; }
+  [[nodiscard]] const Text& Vars_Function_Result() const noexcept { return vars_[4]; }
+
+  void SetEntered(Text time, std::uint32_t perf);
+  void SetExited(Text time, std::uint32_t perf);
+  [[nodiscard]] bool HasExited() const noexcept { return exited_; }
+  [[nodiscard]] const Text& Time_Entered() const noexcept { return timeEntered_; }
+  [[nodiscard]] const Text& Time_Exited() const noexcept { return timeExited_; }
+  [[nodiscard]] std::uint32_t Perf_GetStartTime() const noexcept { return perfStart_; }
+  [[nodiscard]] std::uint32_t Perf_GetEndTime() const noexcept { return perfEnd_; }
+  [[nodiscard]] Text Perf_GetElapsedTime() const;
+
+  // Numbers the event within the procedure and adds it; the number is returned.
+  std::uint32_t Add_ProcedureEvent(App_ProcEvent event);
+  // For a record that is made while its procedure already runs: events it had before.
+  void SetEarlierEvents(std::uint32_t count) noexcept { eventCount_ = count; }
+
+  // The held events in the order of their numbers.
+  [[nodiscard]] const std::deque<App_ProcEvent>& Events() const noexcept { return events_; }
+  [[nodiscard]] bool EventExists(std::uint32_t number) const noexcept;
+  [[nodiscard]] const App_ProcEvent* ProcedureEventObject(std::uint32_t number) const noexcept;
+  [[nodiscard]] const App_ProcEvent* LastErrorEvent() const noexcept;
+  [[nodiscard]] std::size_t HeldCharacters() const noexcept { return heldCharacters_; }
+
+  // A Function or Property without a (complete) result.
+  [[nodiscard]] bool HasProblem() const noexcept;
+
+  // The record's three pieces in the dump: what stands before its events, events, what stands behind them.
+  void RenderHead(const ProcRenderOptions& options, Text& out) const;
+  void RenderEvents(const ProcRenderOptions& options, Text& out) const;
+  void RenderEnd(Text& out) const;
+  // Forgets the held events; counters and numbering go on.
+  void App_ClassSync_CleanUp();
+
+ private:
+  Text& Variables(VarKind kind) noexcept;
+  [[nodiscard]] Text ResultLine() const;
+  [[nodiscard]] bool ReturnsValue() const noexcept { return kind_ == ProcKind::Function || kind_ == ProcKind::Property; }
+
+  ProcId id_;
+  ProcKind kind_;
+  Text source_;
+  Text vars_[5];
+  Text timeEntered_;
+  Text timeExited_;
+  std::uint32_t perfStart_ = 0;
+  std::uint32_t perfEnd_ = 0;
+  bool exited_ = false;
+  std::deque<App_ProcEvent> events_;
+  std::optional<App_ProcEvent> lastError_;
+  std::uint32_t eventCount_ = 0;
+  std::uint32_t nonFlow_ = 0;
+  std::uint32_t apiErrors_ = 0;
+  std::uint32_t errorHandler_ = 0;
+  std::uint32_t outsideHandler_ = 0;
+  std::uint32_t errorEvents_ = 0;
+  std::uint32_t byType_[7] = {};  // by bit, the last for every other value
+  std::size_t heldCharacters_ = 0;
+};
+
+// The lines of one event in the dump.
+void Dump_Event(const App_ProcEvent& event, Text& out);
+
+}  // namespace ovs

@@ -1,0 +1,28 @@
+// Replaces registered secrets by "***" wherever diagnostics show a text.
+#pragma once
+
+#include <vector>
+
+#include "base/Text.h"
+
+namespace ovs {
+
+class SecretMask {
+ public:
+  static constexpr std::size_t kShortest = 4;
+
+  // Registers a secret of at least kShortest characters; shorter ones would blank out ordinary words. Its Base64 form
+  // (of its UTF-8 bytes, alone or inside a longer encoded text) is masked as well.
+  void Add(TextView secret);
+
+  // True when the text was changed.
+  bool Apply(Text& text) const;
+  [[nodiscard]] bool IsEmpty() const noexcept { return patterns_.empty(); }
+
+ private:
+  void AddPattern(Text pattern);
+
+  std::vector<Text> patterns_;  // longest first
+};
+
+}  // namespace ovs
