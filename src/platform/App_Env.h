@@ -1,0 +1,46 @@
+// The environment of the running program: folders, names, version, machine. Asked anew each time; nothing is cached but
+// the folder of the program.
+#pragma once
+
+#include "base/Text.h"
+#include "base/os/System.h"
+
+namespace ovs {
+
+class App_Env {
+ public:
+  // `system` must outlive this object. A tool may name another application folder than that of its program file.
+  explicit App_Env(os::System& system, TextView applicationFolder = {});
+
+  // All folders end in "\".
+  [[nodiscard]] const Text& ApplicationFolder() const { return applicationFolder_; }
+  // "Orvanta Event Service\" below %ProgramData%; "Data\" below the application folder when that is not set.
+  [[nodiscard]] Text DataFolder() const;
+  [[nodiscard]] Text TempFolder() const;
+
+  // The program file's name without its extension.
+  [[nodiscard]] Text ProgramName() const;
+  [[nodiscard]] Text Title() const { return u"Orvanta Event Service"; }
+  [[nodiscard]] Text Version() const;
+  // Title, blank, version: such as "Orvanta Event Service 1.0.0".
+  [[nodiscard]] Text TitleVersionForced() const;
+
+  // True when nobody sits in front of the program; nothing then asks a question.
+  [[nodiscard]] bool AutomaticMode() const { return automaticMode_; }
+  void SetAutomaticMode(bool automatic) { automaticMode_ = automatic; }
+
+  // The machine's addresses, joined with ", ".
+  [[nodiscard]] Text LanAddress() const;
+  [[nodiscard]] Text ComputerName() const { return system_.ComputerName(); }
+  [[nodiscard]] Text UserName() const { return system_.UserName(); }
+  [[nodiscard]] Text OsVersion() const { return system_.OsVersion(); }
+  [[nodiscard]] std::uint32_t ProcessId() const { return system_.ProcessId(); }
+  [[nodiscard]] Text ProcessIdText() const;
+
+ private:
+  os::System& system_;
+  Text applicationFolder_;
+  bool automaticMode_ = false;
+};
+
+}  // namespace ovs

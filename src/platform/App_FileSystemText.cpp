@@ -1,0 +1,95 @@
+// The part of App_FileSystem that reads and writes text files.
+#include "base/Encoding.h"
+#include "base/os/PendingError.h"
+#include "diag/App_Debug.h"
+#include "diag/Proc.h"
+#include "platform/App_FilePath.h"
+#include "platform/App_FileSystem.h"
+#include "platform/FileContent.h"
+
+namespace ovs {
+
+namespace {
+
+constexpr TextView kModule = u"App_FileSystem";
+
+}  // namespace
+
+bool App_FileSystem::GetFileToString(TextView sFile, Text& out) {
+  Proc proc(kModule, u"GetFileToString", ProcKind::Function);
+  proc.ByVal(u"sFile", sFile);
+  out.clear();
+  return proc.Run(false, [&] {
+    std::string bytes;
+    const ReadOutcome outcome = ReadFileBytes(files_, sFile, bytes);
+    if (outcome == ReadOutcome::Ok) {
+      out = DecodeFile(bytes);
+      return true;
+    }
+    const Text reason = DescribeReadOutcome(outcome, TakePendingSystemError());
+    proc.Log(Text(u"Cannot read file [").append(sFile) + u"]: " + reason,
+             outcome == ReadOutcome::Missing ? EventType::Verbose : EventType::Normal);
+    return false;
+  });
+}
+
+bool App_FileSystem::GetFileToArray(TextView sFile, std::vector<Text>& lines) {
+  Proc proc(kModule, u"GetFileToArray", ProcKind::Function);
+  proc.ByVal(u"sFile", sFile);
+  lines.clear();
+  return proc.Run(false, [&] {
+    Text content;
+    if (!GetFileToString(sFile, content)) return false;
+    for (std::size_t start = 0; start < content.size();) {
+      const std::size_t end = std::min(content.find(kCrLf, start), content.size());
+      lines.push_back(content.substr(start, end - start));
+      start = end + kCrLf.size();
+    }
+    return true;
+  });
+}
+
+SaveOutcome App_FileSystem::Save(TextView text, TextView path, SaveMode mode) {
+  switch (mode) {
+    case SaveMode::Replace:
+      return writer_.Replace(path, text);
+    case SaveMode::AppendNoDuplicates:
+      return writer_.AppendNoDuplicates(path, text);
+    case SaveMode::Append:
+      break;
+  }
+  return writer_.Append(path, text);
+}
+
+bool App_FileSystem::SaveTextToFile(TextView sText, TextView sFile, SaveMode mode) {
+  Proc proc(kModule, u"SaveTextToFile", ProcKind::Function);
+  proc.ByVal(u"sText", sText);
+  proc.ByVal(u"sFile", sFile);
+  proc.ByVal(u"SaveMode", mode);
+  return proc.Run(false, [&] {
+    SaveOutcome outcome = Save(sText, sFile, mode);
+    const bool folderMayMiss = outcome.systemError == SystemErrorNumber::kPathNotFound ||
+                               outcome.systemError == SystemErrorNumber::kFileNotFound;
+    const Text folder = App_FilePath::FolderOf(sFile);
+    std::uint32_t failReason = 0;
+    if (!outcome.ok && folderMayMiss && !DirExist(folder) && EnsureDirExists(folder, failReason)) {
+      outcome = Save(sText, sFile, mode);
+    }
+    return ReportSaved(proc, sFile, outcome);
+  });
+}
+
+bool App_FileSystem::ReportSaved(Proc& proc, TextView path, const SaveOutcome& outcome) {
+  if (outcome.alreadyThere) proc.Log(u"The file has this text already!", EventType::Verbose);
+  if (!outcome.lossless) {
+    proc.Log(Text(u"Characters that the encoding of the file cannot carry were replaced: [").append(path) + u"]");
+  }
+  if (!outcome.ok) {
+    SetPendingSystemError(outcome.systemError);
+    proc.Log(Text(u"Cannot write file [").append(path) + u"]: " + Diagnostics().GetSystemMsg(outcome.systemError, true),
+             EventType::ApiError);
+  }
+  return outcome.ok;
+}
+
+}  // namespace ovs

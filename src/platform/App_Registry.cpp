@@ -1,0 +1,278 @@
+#include "platform/App_Registry.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "base/Fold.h"
+#include "base/Numbers.h"
+#include "base/os/PendingError.h"
+#include "platform/RegistryTexts.h"
+
+namespace ovs {
+
+namespace {
+
+constexpr TextView kModule = u"App_Registry";
+constexpr TextView kMissingKeyErrors = u"2,3";
+constexpr TextView kRedirectedNode = u"WOW6432Node\\";
+constexpr std::uint32_t kMaxValueBytes = 1u << 20;
+
+// One failed registry call: its name, its code and the code's text. The pending number goes with the entry.
+void LogFailure(Proc& proc, TextView call, std::uint32_t code, TextView expected = {}) {
+  Text message = Text(call) + u" " + NumberText(code) + u" ";
+  proc.Log(message.append(RegResultText(code)), EventType::ApiError, {}, {}, expected);
+}
+
+std::string ToBytes(TextView text) {
+  std::string bytes;
+  bytes.reserve(text.size() * 2);
+  for (const char16_t unit : text) {
+    bytes += static_cast<char>(unit & 0xFF);
+    bytes += static_cast<char>(unit >> 8);
+  }
+  return bytes;
+}
+
+Text FromBytes(std::string_view bytes) {
+  Text text;
+  text.reserve(bytes.size() / 2);
+  for (std::size_t i = 0; i + 1 < bytes.size(); i += 2) {
+    const auto low = static_cast<unsigned char>(bytes[i]);
+    const auto high = static_cast<unsigned char>(bytes[i + 1]);
+    text += static_cast<char16_t>(low | (high << 8));
+  }
+  return text;
+}
+
+// Stored texts need not end in a NUL, and may hold more behind it.
+Text StringOf(std::string_view bytes) {
+  Text text = FromBytes(bytes);
+  text.resize(std::min(text.find(kNul), text.size()));
+  return text;
+}
+
+std::vector<Text> StringsOf(std::string_view bytes) {
+  const Text all = FromBytes(bytes);
+  std::vector<Text> strings;
+  for (std::size_t start = 0; start < all.size() && all[start] != kNul;) {
+    const std::size_t end = std::min(all.find(kNul, start), all.size());
+    strings.push_back(all.substr(start, end - start));
+    start = end + 1;
+  }
+  return strings;
+}
+
+std::string BytesOf(std::uint32_t number) {
+  std::string bytes;
+  for (unsigned shift = 0; shift < 32; shift += 8) bytes += static_cast<char>((number >> shift) & 0xFF);
+  return bytes;
+}
+
+std::uint32_t NumberOf(std::string_view bytes) {
+  std::uint32_t number = 0;
+  for (std::size_t i = 4; i-- > 0;) number = (number << 8) | static_cast<unsigned char>(bytes[i]);
+  return number;
+}
+
+TextView TypeName(std::uint32_t type) {
+  switch (type) {
+    case os::RegType::kMultiString:
+      return u"REG_MULTI_SZ";
+    case os::RegType::kBinary:
+      return u"REG_BINARY";
+    case os::RegType::kDword:
+      return u"REG_DWORD";
+    default:
+      return u"REG_SZ";
+  }
+}
+
+// The name of a failed step; binary values and numbers have one for both.
+Text StepName(std::uint32_t type, bool isLength) {
+  Text name = Text(u"RegQueryValueExW ").append(TypeName(type));
+  if (type == os::RegType::kBinary || type == os::RegType::kDword) return name;
+  name += isLength ? u" (Length)" : u" (Data)";
+  if (!isLength && type != os::RegType::kMultiString) name += u" msg=";
+  return name;
+}
+
+Text Shown(const RegValue& value) {
+  if (const Text* text = std::get_if<Text>(&value)) return *text;
+  if (const auto* expandable = std::get_if<RegExpandString>(&value)) return expandable->text;
+  if (const auto* number = std::get_if<std::uint32_t>(&value)) return NumberText(*number);
+  if (const auto* strings = std::get_if<std::vector<Text>>(&value)) return NumberText(std::ssize(*strings)) + u" strings";
+  return {};
+}
+
+std::string MultiStringBytes(const std::vector<Text>& strings) {
+  std::string bytes;
+  for (const Text& each : strings) bytes += ToBytes(each + kNul);
+  return bytes + std::string(2, '\0');
+}
+
+bool HoldsEmpty(const std::vector<Text>& strings) {
+  return std::ranges::any_of(strings, [](const Text& each) { return each.empty(); });
+}
+
+}  // namespace
+
+bool App_Registry::AddRegFlagWOW64(os::RootKey RootHKEY, Text& sRegKey, std::uint32_t& lDesiredSAM,
+                                   bool bIsGuestSession) {
+  Proc proc(kModule, u"AddRegFlagWOW64", ProcKind::Function);
+  const TextView root = RootKeyLongName(RootHKEY);
+  proc.ByVal(u"RootHKEY", root);
+  proc.ByRef(u"sRegKey", sRegKey);
+  proc.ByRef(u"lDesiredSAM", lDesiredSAM);
+  proc.ByVal(u"bIsGuestSession", bIsGuestSession);
+  return proc.Run(false, [&] {
+    if (sRegKey.empty()) {
+      proc.Log(u"Aborting; Passed empty string!");
+      return false;
+    }
+    constexpr TextView kSoftware = u"SOFTWARE\\";
+    if (!ContainsFolded(sRegKey, u"WOW6432Node")) {
+      const bool isSoftware = EqualsFolded(TextView(sRegKey).substr(0, kSoftware.size()), kSoftware);
+      if (isSoftware) lDesiredSAM |= os::RegAccess::kView64;
+      return true;
+    }
+    const std::size_t node = FindFolded(sRegKey, kRedirectedNode);
+    if (bIsGuestSession || node == kTextNotFound) return true;
+    Text variables = u"RootHKEY=" + Text(root) + u"<sep>sRegKey=" + sRegKey + u"<sep>bIsGuestSession=False";
+    sRegKey.erase(node, kRedirectedNode.size());
+    lDesiredSAM |= os::RegAccess::kView32;
+    proc.Log(u"Removed 'WOW6432Node\\' from non-offline/guest registry key string...", EventType::Verbose, variables);
+    return true;
+  });
+}
+
+bool App_Registry::RegKeyExist(os::RootKey RootHKEY, TextView sRegKey, bool bNoViewAdjust) {
+  Proc proc(kModule, u"RegKeyExist", ProcKind::Function);
+  const TextView root = RootKeyLongName(RootHKEY);
+  proc.ByVal(u"RootHKEY", root);
+  proc.ByVal(u"sRegKey", sRegKey);
+  return proc.Run(false, [&] {
+    Text key(sRegKey);
+    std::uint32_t access = os::RegAccess::kRead;
+    if (!bNoViewAdjust) AddRegFlagWOW64(RootHKEY, key, access);
+    std::unique_ptr<os::RegistryKey> open;
+    const std::uint32_t code = registry_.Open(RootHKEY, key, access, open);
+    if (code == 0) return true;
+    LogFailure(proc, u"RegOpenKeyExW", code, u"2,3,5");
+    if (code == SystemErrorNumber::kFileNotFound || code == SystemErrorNumber::kPathNotFound) {
+      proc.Log(u"Registry key does not exist!", EventType::Verbose);
+      return false;
+    }
+    const bool isDenied = code == SystemErrorNumber::kAccessDenied;
+    proc.Log(isDenied ? u"Access Denied; Returning True!" : u"WARNING:  Registry key may or may not exist!",
+             EventType::Verbose);
+    return true;
+  });
+}
+
+RegValue App_Registry::RegReadValue(os::RootKey RootHKEY, TextView sRegKey, TextView sValueName, bool bNoViewAdjust) {
+  Proc proc(kModule, u"RegReadValue", ProcKind::Function);
+  const TextView root = RootKeyLongName(RootHKEY);
+  std::uint32_t lDesiredSAM = os::RegAccess::kRead;
+  proc.ByVal(u"RootHKEY", root);
+  proc.ByVal(u"sRegKey", sRegKey);
+  proc.ByVal(u"sValueName", sValueName);
+  proc.Created(u"lDesiredSAM", lDesiredSAM);
+  RegValue value;
+  proc.Run([&] {
+    Text key(sRegKey);
+    if (!bNoViewAdjust) AddRegFlagWOW64(RootHKEY, key, lDesiredSAM);
+    std::unique_ptr<os::RegistryKey> open;
+    const std::uint32_t code = registry_.Open(RootHKEY, key, lDesiredSAM, open);
+    if (code != 0) {
+      LogFailure(proc, u"RegOpenKeyExW", code, kMissingKeyErrors);
+    } else if (!ReadInto(proc, *open, sValueName, value)) {
+      value = {};
+    }
+  });
+  return value;
+}
+
+bool App_Registry::ReadInto(Proc& proc, os::RegistryKey& key, TextView name, RegValue& out) {
+  std::uint32_t type = 0;
+  std::uint32_t lDataLen = 0;
+  std::uint32_t code = key.QueryLength(name, type, lDataLen);
+  if (code != 0) {
+    LogFailure(proc, StepName(type, true), code, kMissingKeyErrors);
+    return false;
+  }
+  std::string data;
+  code = key.QueryData(name, kMaxValueBytes, type, data);
+  if (code != 0) {
+    LogFailure(proc, StepName(type, false), code);
+    return false;
+  }
+  if (type == os::RegType::kString) {
+    out = StringOf(data);
+  } else if (type == os::RegType::kExpandString) {
+    out = RegExpandString(StringOf(data));
+  } else if (type == os::RegType::kMultiString) {
+    out = StringsOf(data);
+  } else if (type == os::RegType::kBinary) {
+    out = std::move(data);
+  } else if (type == os::RegType::kDword && data.size() == 4) {
+    out = NumberOf(data);
+  } else {
+    proc.Log(u"The value has a type or length that is not supported: type " + NumberText(type));
+    return false;
+  }
+  return true;
+}
+
+Text App_Registry::RegReadString(os::RootKey RootHKEY, TextView sRegKey, TextView sValueName) {
+  const RegValue value = RegReadValue(RootHKEY, sRegKey, sValueName);
+  if (const Text* text = std::get_if<Text>(&value)) return *text;
+  const auto* expandable = std::get_if<RegExpandString>(&value);
+  return expandable ? expandable->text : Text();
+}
+
+bool App_Registry::WriteTyped(Proc& proc, os::RegistryKey& key, TextView name, std::uint32_t type,
+                              std::string_view data) {
+  const std::uint32_t code = key.SetData(name, type, data);
+  if (code == 0) return true;
+  LogFailure(proc, Text(u"RegSetValueExW ").append(TypeName(type)), code);
+  return false;
+}
+
+bool App_Registry::RegWriteValue(os::RootKey RootHKEY, TextView sRegKey, TextView sValueName, const RegValue& vRegData) {
+  Proc proc(kModule, u"RegWriteValue", ProcKind::Function);
+  const TextView root = RootKeyLongName(RootHKEY);
+  const Text shown = Shown(vRegData);
+  std::uint32_t lDesiredSAM = os::RegAccess::kRead | os::RegAccess::kWrite;
+  proc.ByVal(u"RootHKEY", root);
+  proc.ByVal(u"sRegKey", sRegKey);
+  proc.ByVal(u"sValueName", sValueName);
+  proc.ByVal(u"vRegData", shown);
+  proc.Created(u"lDesiredSAM", lDesiredSAM);
+  return proc.Run(false, [&] {
+    const auto* strings = std::get_if<std::vector<Text>>(&vRegData);
+    if (std::holds_alternative<std::string>(vRegData)) {
+      proc.Log(u"REG_BINARY not supported in this function.");
+      return false;
+    }
+    if (std::holds_alternative<std::monostate>(vRegData) || std::holds_alternative<RegExpandString>(vRegData) ||
+        (strings && HoldsEmpty(*strings))) {
+      proc.Log(u"This value is not supported in this function.");
+      return false;
+    }
+    Text key(sRegKey);
+    if (!AddRegFlagWOW64(RootHKEY, key, lDesiredSAM)) return false;
+    std::unique_ptr<os::RegistryKey> open;
+    if (const std::uint32_t code = registry_.Create(RootHKEY, key, lDesiredSAM, open); code != 0) {
+      LogFailure(proc, u"RegCreateKeyExW", code);
+      return false;
+    }
+    if (strings) return WriteTyped(proc, *open, sValueName, os::RegType::kMultiString, MultiStringBytes(*strings));
+    if (const auto* number = std::get_if<std::uint32_t>(&vRegData)) {
+      return WriteTyped(proc, *open, sValueName, os::RegType::kDword, BytesOf(*number));
+    }
+    return WriteTyped(proc, *open, sValueName, os::RegType::kString, ToBytes(std::get<Text>(vRegData) + kNul));
+  });
+}
+
+}  // namespace ovs

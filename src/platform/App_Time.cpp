@@ -1,0 +1,231 @@
+#include "platform/App_Time.h"
+
+#include "base/App_Strings.h"
+#include "base/Numbers.h"
+#include "base/os/PendingError.h"
+#include "diag/Proc.h"
+#include "platform/App_FilePath.h"
+
+namespace ovs {
+
+namespace {
+
+constexpr TextView kModule = u"App_Time";
+constexpr std::int64_t kTicksPerDay = kTicksPerSecond * 86'400;
+
+Text DateText(const DateTime& date, const DateStringOptions& options) {
+  Text text = FormatDate(date, {.stripLeadingZeros = options.bStripLeadingZeros,
+                                .yearFirst = options.bYearFirst,
+                                .includeTime = options.bIncludeTime,
+                                .includeSeconds = options.bIncludeTimeSeconds,
+                                .use24Hour = options.bUse24HourTime});
+  if (options.bReplaceNonNumericChars) {
+    App_Strings::StripNonNumericValuesFromTimeDateString(text, options.sNonNumericCharReplacement);
+  }
+  return text;
+}
+
+DateTime Fields(const SystemTime& time) {
+  return {time.year, time.month, time.day, time.hour, time.minute, time.second, time.milliseconds};
+}
+
+std::uint16_t Word(std::int64_t value) { return static_cast<std::uint16_t>(value); }
+
+// 1601-01-01 was a Monday.
+std::uint16_t DayOfWeek(const DateTime& date) {
+  const DateTime midnight{date.year, date.month, date.day, 0, 0, 0, 0};
+  const std::int64_t days = TicksFromDateTime(midnight) / kTicksPerDay;
+  return Word(((days + 1) % 7 + 7) % 7);
+}
+
+SystemTime WithDayOfWeek(const DateTime& date) {
+  return {.year = Word(date.year),
+          .month = Word(date.month),
+          .dayOfWeek = DayOfWeek(date),
+          .day = Word(date.day),
+          .hour = Word(date.hour),
+          .minute = Word(date.minute),
+          .second = Word(date.second),
+          .milliseconds = Word(date.millisecond)};
+}
+
+os::FileTicks TicksOf(const os::FileInfo& info, FileDateType type) {
+  switch (type) {
+    case FileDateType::Created:
+      return info.created;
+    case FileDateType::Accessed:
+      return info.accessed;
+    case FileDateType::Modified:
+      break;
+  }
+  return info.modified;
+}
+
+}  // namespace
+
+std::optional<DateTime> App_Time::ToLocal(const DateTime& utc) {
+  DateTime local;
+  if (!zone_.ToLocal(utc, local)) return std::nullopt;
+  return local;
+}
+
+// The zone tells one direction only. Its offset at the local time taken as UTC is nearly always the one; near a change of
+// daylight saving the second look corrects it.
+std::optional<DateTime> App_Time::ToUtc(const DateTime& local) {
+  const std::int64_t wanted = TicksFromDateTime(local);
+  std::int64_t utc = wanted;
+  for (int look = 0; look < 2; ++look) {
+    const std::optional<DateTime> there = ToLocal(DateTimeFromTicks(utc));
+    if (!there) return std::nullopt;
+    utc += wanted - TicksFromDateTime(*there);
+  }
+  return DateTimeFromTicks(utc);
+}
+
+DateTime App_Time::LocalNow() {
+  const DateTime utc = DateTimeFromTicks(clock_.UtcNow());
+  const std::optional<DateTime> local = ToLocal(utc);
+  if (!local) TakePendingSystemError();
+  return local.value_or(utc);
+}
+
+Text App_Time::GetDateString(const DateStringOptions& options, TextView sAltDate) {
+  Proc proc(kModule, u"GetDateString", ProcKind::Function);
+  proc.ByVal(u"sAltDate", sAltDate);
+  return proc.Run(Text(), [&] {
+    const std::optional<DateTime> date = sAltDate.empty() ? LocalNow() : ParseDateText(sAltDate);
+    if (date) return DateText(*date, options);
+    proc.Log(u"Not a date!", EventType::Normal, Text(u"sAltDate=").append(sAltDate));
+    return Text();
+  });
+}
+
+bool App_Time::StoresLocalTime(TextView sFile) {
+  const Text letter = App_FilePath::PathToDriveLetter(sFile);
+  Text name;
+  if (letter.empty()) return false;
+  if (!files_.FileSystemName(letter + u":\\", name)) {
+    TakePendingSystemError();
+    return false;
+  }
+  return App_Strings::StringStartsWith(name, u"FAT");
+}
+
+std::optional<DateTime> App_Time::FileDate(os::FileTicks ticks, bool isLocal, bool asUtc) {
+  const DateTime stored = DateTimeFromTicks(ticks);
+  if (isLocal == !asUtc) return stored;
+  return asUtc ? ToUtc(stored) : ToLocal(stored);
+}
+
+std::optional<DateTime> App_Time::GetFileDate_FromWFAD_AsDate(FileDateType type, bool bReturnAsUTC, TextView sFile) {
+  Proc proc(kModule, u"GetFileDate_FromWFAD_AsDate", ProcKind::Function);
+  proc.ByVal(u"FileDateType", type);
+  proc.ByVal(u"bReturnAsUTC", bReturnAsUTC);
+  proc.ByVal(u"sFile", sFile);
+  std::optional<DateTime> date;
+  proc.Run([&] {
+    os::FileInfo info;
+    if (files_.Info(sFile, info)) date = FileDate(TicksOf(info, type), StoresLocalTime(sFile), bReturnAsUTC);
+    if (!date) proc.Log(u"Cannot determine file date!", EventType::Normal, Text(u"sFile=").append(sFile), {}, u"2,3");
+  });
+  return date;
+}
+
+std::optional<SystemTime> App_Time::GetFileDate_FromWFAD(FileDateType type, bool bReturnAsUTC, TextView sFile) {
+  const std::optional<DateTime> date = GetFileDate_FromWFAD_AsDate(type, bReturnAsUTC, sFile);
+  return date ? DateToSystemTime(*date) : std::nullopt;
+}
+
+bool App_Time::GetFileDates_AsDate(TextView sFile, bool bReturnAsUTC, DateTime& created, DateTime& accessed,
+                                   DateTime& modified) {
+  Proc proc(kModule, u"GetFileDates_AsDate", ProcKind::Function);
+  proc.ByVal(u"sFile", sFile);
+  proc.ByVal(u"bReturnAsUTC", bReturnAsUTC);
+  return proc.Run(false, [&] {
+    os::FileInfo info;
+    if (files_.Info(sFile, info)) {
+      const bool isLocal = StoresLocalTime(sFile);
+      const auto first = FileDate(info.created, isLocal, bReturnAsUTC);
+      const auto second = FileDate(info.accessed, isLocal, bReturnAsUTC);
+      const auto third = FileDate(info.modified, isLocal, bReturnAsUTC);
+      if (first && second && third) {
+        created = *first;
+        accessed = *second;
+        modified = *third;
+        return true;
+      }
+    }
+    proc.Log(u"Cannot determine file date!", EventType::Normal, Text(u"sFile=").append(sFile), {}, u"2,3");
+    return false;
+  });
+}
+
+std::optional<SystemTime> App_Time::DateToSystemTime(const DateTime& date) {
+  Proc proc(kModule, u"DateToSystemTime", ProcKind::Function);
+  if (IsValid(date)) return WithDayOfWeek(date);
+  proc.Log(u"Not a date!");
+  return std::nullopt;
+}
+
+std::optional<DateTime> App_Time::SystemTimeToDate(const SystemTime& time) {
+  Proc proc(kModule, u"SystemTimeToDate", ProcKind::Function);
+  const DateTime date = Fields(time);
+  if (IsValid(date)) return date;
+  proc.Log(u"Not a date!");
+  return std::nullopt;
+}
+
+Text App_Time::SystemTimeToDateString(const SystemTime& time, const DateStringOptions& options) {
+  Proc proc(kModule, u"SystemTimeToDateString", ProcKind::Function);
+  return proc.Run(Text(), [&] {
+    const std::optional<DateTime> date = SystemTimeToDate(time);
+    return date ? DateText(*date, options) : Text();
+  });
+}
+
+std::optional<SystemTime> App_Time::SystemTimeUTC_To_SystemTimeLocal(const SystemTime& utc) {
+  Proc proc(kModule, u"SystemTimeUTC_To_SystemTimeLocal", ProcKind::Function);
+  std::optional<SystemTime> local;
+  proc.Run([&] {
+    const std::optional<DateTime> date = SystemTimeToDate(utc);
+    if (!date) return;
+    const std::optional<DateTime> converted = ToLocal(*date);
+    if (converted) {
+      local = WithDayOfWeek(*converted);
+    } else {
+      proc.Log(u"SystemTimeToTzSpecificLocalTime failure!", EventType::ApiError);
+    }
+  });
+  return local;
+}
+
+std::optional<DateTime> App_Time::TimeUTCtoLocal(const std::optional<DateTime>& vDateTime_UTC) {
+  Proc proc(kModule, u"TimeUTCtoLocal", ProcKind::Function);
+  std::optional<DateTime> local;
+  proc.Run([&] {
+    if (!vDateTime_UTC || !IsValid(*vDateTime_UTC)) {
+      proc.Log(u"Not a date!");
+      return;
+    }
+    local = ToLocal(*vDateTime_UTC);
+    if (!local) proc.Log(u"SystemTimeToTzSpecificLocalTime failure!", EventType::ApiError);
+  });
+  return local;
+}
+
+std::optional<DateTime> App_Time::TimeUTCtoLocal(TextView vDateTime_UTC) {
+  return TimeUTCtoLocal(ParseDateText(vDateTime_UTC));
+}
+
+Text App_Time::TimeStamp(bool withColons) {
+  Proc proc(kModule, u"TimeStamp", ProcKind::Function);
+  proc.ByVal(u"bWithColons", withColons);
+  return proc.Run(Text(), [&] {
+    const DateTime now = LocalNow();
+    const TextView separator = withColons ? u":" : u"";
+    return PaddedNumberText(now.hour, 2).append(separator) + PaddedNumberText(now.minute, 2).append(separator) +
+           PaddedNumberText(now.second, 2);
+  });
+}
+
+}  // namespace ovs

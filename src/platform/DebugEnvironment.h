@@ -1,0 +1,13 @@
+// What the diagnostics ask of the floors above them, made out of the running program's environment.
+#pragma once
+
+#include "diag/App_Debug.h"
+#include "platform/App_Env.h"
+#include "platform/App_FileSystem.h"
+
+namespace ovs {
+
+// `fileSystem` must outlive the diagnostics' use of the result. The environment report is left to the composer.
+[[nodiscard]] DebugEnvironment DebugEnvironmentOf(const App_Env& environment, App_FileSystem& fileSystem);
+
+}  // namespace ovs

@@ -1,0 +1,178 @@
+#include "platform/FS_DirList.h"
+
+#include <algorithm>
+#include <array>
+
+#include "base/App_Strings.h"
+#include "base/Fold.h"
+#include "base/os/PendingError.h"
+#include "diag/Proc.h"
+#include "platform/App_FilePath.h"
+#include "platform/FileMask.h"
+#include "platform/LowerCase.h"
+
+namespace ovs {
+
+namespace {
+
+constexpr TextView kModule = u"FS_DirList";
+constexpr std::int32_t kAllAttributes = 167;
+constexpr std::uint32_t kFilteredAttributes = os::FileAttribute::kReadOnly | os::FileAttribute::kHidden |
+                                              os::FileAttribute::kSystem | os::FileAttribute::kArchive;
+// No path is longer, so that even a folder that contains itself ends.
+constexpr std::size_t kLongestPath = 32767;
+
+bool ContainsAny(TextView name, const std::vector<Text>& texts) {
+  return std::ranges::any_of(texts, [&](const Text& text) { return !text.empty() && ContainsFolded(name, text); });
+}
+
+}  // namespace
+
+void FS_DirList::InitClassVars() {
+  Proc proc(kModule, u"InitClassVars", ProcKind::Sub);
+  proc.Run([&] {
+    IncludeFiles = true;
+    IncludeDirs = false;
+    FileAttribs = kAllAttributes;
+    RecursionLevel = -1;
+    ReturnObjectType = DirListObject::ReportedPath;
+    joinedMasks_.clear();
+    for (std::vector<Text>* list : {&searchPaths_, &masks_, &fileExclusions_, &dirExclusions_, &fileNames_,
+                                    &filesFullPath_, &filesOnDisk_, &dirsOnDisk_}) {
+      list->clear();
+    }
+  });
+}
+
+void FS_DirList::StartSearch() {
+  Proc proc(kModule, u"StartSearch", ProcKind::Sub);
+  proc.Run([&] {
+    joinedMasks_.clear();
+    for (const Text& mask : masks_) joinedMasks_ += mask + u";";
+    for (const Text& path : searchPaths_) SearchDir(path);
+  });
+}
+
+// The open folders stand on a stack of our own: no depth of folders can exhaust the thread's.
+void FS_DirList::SearchDir(TextView sPath) {
+  std::vector<OpenFolder> open;
+  const auto enter = [&](TextView path, std::int32_t level) {
+    if (std::optional<OpenFolder> folder = List(path, level)) open.push_back(std::move(*folder));
+  };
+  enter(sPath, RecursionLevel);
+  while (!open.empty()) {
+    OpenFolder& folder = open.back();
+    if (folder.next == folder.entries.size()) {
+      open.pop_back();
+      continue;
+    }
+    const os::DirEntry& entry = folder.entries[folder.next++];
+    if (!entry.info.IsDirectory()) {
+      if (IsWanted(entry)) AddFile(folder.pathBS, entry.name);
+      continue;
+    }
+    const Text path = folder.pathBS + entry.name;
+    const std::int32_t nextLevel = folder.level < 0 ? folder.level : folder.level - 1;
+    const bool mayEnter = MayEnter(entry, folder);
+    if (IncludeDirs) dirsOnDisk_.push_back(path);
+    if (mayEnter) enter(path, nextLevel);
+  }
+}
+
+std::optional<FS_DirList::OpenFolder> FS_DirList::List(TextView sPath, std::int32_t lRecursionLevel) {
+  Proc proc(kModule, u"SearchDir", ProcKind::Sub);
+  proc.ByVal(u"sPath", sPath);
+  proc.ByVal(u"lRecursionLevel", lRecursionLevel);
+  std::optional<OpenFolder> folder;
+  proc.Run([&] {
+    OpenFolder listed{App_FilePath::JoinPath(sPath, {}), {}, 0, lRecursionLevel};
+    if (!files_.List(listed.pathBS, listed.entries)) {
+      const std::uint32_t number = PendingSystemError();
+      if (listed.entries.empty() && (number == SystemErrorNumber::kFileNotFound ||
+                                     number == SystemErrorNumber::kPathNotFound ||
+                                     number == SystemErrorNumber::kNotADirectory)) {
+        TakePendingSystemError();
+        proc.Log(u"Path does not exist!", EventType::Normal, Text(u"sPath=").append(sPath));
+        return;
+      }
+      proc.Log(u"The folder could not be read whole!", EventType::ApiError, u"sPathBS=" + listed.pathBS);
+    }
+    folder = std::move(listed);
+  });
+  return folder;
+}
+
+bool FS_DirList::MayEnter(const os::DirEntry& entry, const OpenFolder& parent) const {
+  return parent.level != 0 && (entry.info.attributes & os::FileAttribute::kReparsePoint) == 0 &&
+         parent.pathBS.size() + entry.name.size() < kLongestPath && !ContainsAny(entry.name, dirExclusions_);
+}
+
+bool FS_DirList::IsWanted(const os::DirEntry& file) const {
+  if (!IncludeFiles) return false;
+  const std::uint32_t missing = kFilteredAttributes & ~static_cast<std::uint32_t>(FileAttribs);
+  if (FileAttribs != kAllAttributes && (file.info.attributes & missing) != 0) return false;
+  return MatchesMask(file.name, joinedMasks_) && !ContainsAny(file.name, fileExclusions_);
+}
+
+void FS_DirList::AddFile(const Text& pathBS, const Text& name) {
+  filesOnDisk_.push_back(pathBS + name);
+  fileNames_.push_back(LowerCase(name));
+  filesFullPath_.push_back(LowerCase(filesOnDisk_.back()));
+}
+
+Text FS_DirList::Chosen(std::size_t at) const {
+  return ReturnObjectType == DirListObject::PathOnDisk ? filesOnDisk_[at] : filesFullPath_[at];
+}
+
+template <class KeyOf>
+std::optional<std::size_t> FS_DirList::Greatest(Proc& proc, KeyOf keyOf) {
+  if (filesOnDisk_.empty()) proc.Log(u"No Matching Files!");
+  std::optional<std::size_t> best;
+  decltype(keyOf(filesOnDisk_[0])) bestKey{};
+  for (std::size_t at = 0; at < filesOnDisk_.size(); ++at) {
+    auto key = keyOf(filesOnDisk_[at]);
+    if (!key || (best && !(*key > *bestKey))) continue;
+    best = at;
+    bestKey = key;
+  }
+  return best;
+}
+
+Text FS_DirList::GetSingleFileResult() {
+  Proc proc(kModule, u"GetSingleFileResult", ProcKind::Function);
+  return proc.Run(Text(), [&] {
+    if (!filesOnDisk_.empty()) return Chosen(0);
+    proc.Log(u"No Matching Files!");
+    return Text();
+  });
+}
+
+Text FS_DirList::GetNewestFileByModifiedDate() {
+  Proc proc(kModule, u"GetNewestFileByModifiedDate", ProcKind::Function);
+  return proc.Run(Text(), [&] {
+    const auto modified = [&](const Text& path) -> std::optional<os::FileTicks> {
+      os::FileInfo info;
+      if (files_.Info(path, info)) return info.modified;
+      proc.Log(u"Cannot determine file date!", EventType::Normal, u"sFile=" + path);
+      return std::nullopt;
+    };
+    const std::optional<std::size_t> at = Greatest(proc, modified);
+    return at ? Chosen(*at) : Text();
+  });
+}
+
+Text FS_DirList::GetNewestFileByVersion() {
+  Proc proc(kModule, u"GetNewestFileByVersion", ProcKind::Function);
+  return proc.Run(Text(), [&] {
+    // A file without a version is older than any with one.
+    const auto version = [&](const Text& path) -> std::optional<std::array<std::uint16_t, 4>> {
+      os::FileVersion found;
+      if (!files_.Version(path, found)) TakePendingSystemError();
+      return std::to_array(found.part);
+    };
+    const std::optional<std::size_t> at = Greatest(proc, version);
+    return at ? Chosen(*at) : Text();
+  });
+}
+
+}  // namespace ovs

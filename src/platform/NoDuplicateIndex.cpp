@@ -1,0 +1,235 @@
+#include "platform/NoDuplicateIndex.h"
+
+#include <algorithm>
+#include <deque>
+#include <limits>
+#include <span>
+#include <string>
+#include <utility>
+
+#include "base/Fold.h"
+
+namespace ovs {
+
+namespace {
+
+constexpr std::size_t kTail = 16;
+constexpr std::size_t kBuckets = 1u << 16;
+constexpr std::size_t kMinSlots = 1024;
+constexpr unsigned kTagBits = 24;
+constexpr std::uint64_t kOffsetMask = (std::uint64_t{1} << (64 - kTagBits)) - 1;
+// Beyond, the index would not hold the line whole.
+constexpr std::size_t kLongestIndexed = LineScanner::kMaxLineBytes / 4;
+constexpr std::size_t kMinSuffixes = 4096;
+constexpr std::size_t kMaxSuffixSets = 64;
+constexpr std::uint32_t kUnbounded = std::numeric_limits<std::uint32_t>::max();
+
+std::uint64_t HashOf(TextView folded) {
+  std::uint64_t hash = 0xCBF29CE484222325u;
+  for (const char16_t unit : folded) hash = (hash ^ unit) * 0x100000001B3u;
+  hash ^= hash >> 32;
+  hash *= 0x9E3779B97F4A7C15u;
+  return hash ^ (hash >> 29);
+}
+
+TextView LastOf(TextView text, std::size_t count) { return text.substr(text.size() - std::min(text.size(), count)); }
+
+std::size_t BucketOf(TextView folded) { return HashOf(LastOf(folded, kTail)) % kBuckets; }
+
+// The newest lines of a file, as many as an entry has, compared with the entry's lines as the last of them arrives.
+class LineWindow {
+ public:
+  explicit LineWindow(TextView entry) {
+    for (std::size_t start = 0;;) {
+      const std::size_t end = entry.find(kCrLf, start);
+      parts_.push_back(entry.substr(start, end == TextView::npos ? end : end - start));
+      if (end == TextView::npos) return;
+      start = end + kCrLf.size();
+    }
+  }
+
+  // True when the entry ends with this line.
+  bool Push(TextView line, bool cut) {
+    lines_.push_back({Text(line), cut, seen_++ == 0});
+    if (lines_.size() > parts_.size()) lines_.pop_front();
+    return lines_.size() == parts_.size() && Matches();
+  }
+
+ private:
+  struct Line {
+    Text text;
+    bool cut;
+    bool first;
+  };
+
+  [[nodiscard]] bool Matches() const {
+    for (std::size_t i = 1; i < parts_.size(); ++i) {
+      if (lines_[i].cut || lines_[i].text != parts_[i]) return false;
+    }
+    return MatchesBeginning(lines_.front(), parts_.front());
+  }
+
+  // An entry that begins with LF may begin with the LF of the line break before the line.
+  static bool MatchesBeginning(const Line& line, TextView part) {
+    if (line.text.ends_with(part)) return true;
+    return part.starts_with(u'\n') && !line.first && !line.cut && line.text == part.substr(1);
+  }
+
+  std::vector<TextView> parts_;
+  std::deque<Line> lines_;
+  std::size_t seen_ = 0;
+};
+
+}  // namespace
+
+void LineTable::Reset(std::size_t lines) {
+  slots_.assign(std::max(kMinSlots, lines * 2), 0);
+  slots_.shrink_to_fit();
+  used_ = 0;
+}
+
+std::size_t LineTable::Home(std::uint64_t hash) const {
+  // The upper half picks the slot, the lower bits are the tag.
+  return static_cast<std::size_t>(((hash >> 32) * slots_.size()) >> 32);
+}
+
+bool LineTable::Insert(std::uint64_t hash, std::uint64_t offset) {
+  if (offset >= kOffsetMask || (used_ + 1) * 4 > slots_.size() * 3) return false;
+  const std::uint64_t tag = hash << (64 - kTagBits);
+  for (std::size_t at = Home(hash);; at = at + 1 == slots_.size() ? 0 : at + 1) {
+    if (slots_[at] == 0) {
+      slots_[at] = tag | (offset + 1);
+      ++used_;
+      return true;
+    }
+    if ((slots_[at] & ~kOffsetMask) == tag) return true;
+  }
+}
+
+std::optional<std::uint64_t> LineTable::Find(std::uint64_t hash) const {
+  const std::uint64_t tag = hash << (64 - kTagBits);
+  for (std::size_t at = Home(hash); slots_[at] != 0; at = at + 1 == slots_.size() ? 0 : at + 1) {
+    if ((slots_[at] & ~kOffsetMask) == tag) return (slots_[at] & kOffsetMask) - 1;
+  }
+  return std::nullopt;
+}
+
+NoDuplicateIndex::NoDuplicateIndex(FileEncoding encoding)
+    : encoding_(encoding), scanner_(encoding), longest_(kBuckets, 0) {
+  lines_.Reset(0);
+}
+
+bool NoDuplicateIndex::Build(os::ReadFile& file) {
+  std::size_t count = 0;
+  LineScanner counter(encoding_);
+  if (!ScanFile(file, counter, [&](const ScannedLine&) { ++count; })) return false;
+  lines_.Reset(count);
+  scanner_ = LineScanner(encoding_);
+  return ScanFile(file, scanner_, [&](const ScannedLine& line) { AddLine(line); }) && !full_;
+}
+
+bool NoDuplicateIndex::Feed(std::string_view appended) {
+  scanner_.Feed(appended, [&](const ScannedLine& line) { AddLine(line); });
+  return !full_;
+}
+
+void NoDuplicateIndex::AddLine(const ScannedLine& line) {
+  ++lineCount_;
+  const std::size_t bucket = BucketOf(line.folded);
+  const std::size_t length = line.cut ? kUnbounded : std::min<std::size_t>(line.folded.size(), kUnbounded);
+  longest_[bucket] = std::max(longest_[bucket], static_cast<std::uint32_t>(length));
+  if (!line.cut && !lines_.Insert(HashOf(line.folded), line.offset)) full_ = true;
+  for (SuffixSet& set : suffixes_) {
+    if (set.bucket != bucket || length <= set.length) continue;
+    const std::uint64_t hash = HashOf(LastOf(line.folded, set.length));
+    const auto at = std::ranges::lower_bound(set.hashes, hash);
+    if (at == set.hashes.end() || *at != hash) set.hashes.insert(at, hash);
+  }
+}
+
+bool NoDuplicateIndex::Contains(os::ReadFile& file, TextView entry, bool& found) {
+  const Text folded = Fold(entry);
+  found = true;
+  const bool plain = folded.size() >= kTail && folded.size() <= kLongestIndexed && folded.front() != u'\n' &&
+                     folded.find(kCrLf) == Text::npos;
+  if (!plain) return Search(file, folded, found);
+  if (scanner_.FoldedTail().ends_with(folded)) return true;
+  if (const auto offset = lines_.Find(HashOf(folded))) {
+    if (!LineAtIs(file, *offset, folded, found)) return false;
+    return found || Search(file, folded, found);
+  }
+  return ContainsSuffix(file, folded, found);
+}
+
+bool NoDuplicateIndex::ContainsSuffix(os::ReadFile& file, TextView folded, bool& found) {
+  const std::size_t bucket = BucketOf(folded);
+  found = false;
+  if (longest_[bucket] <= folded.size()) return true;
+  const SuffixSet* set = FindOrMakeSuffixSet(file, folded.size(), bucket);
+  if (set && !std::ranges::binary_search(set->hashes, HashOf(folded))) return true;
+  return Search(file, folded, found);
+}
+
+NoDuplicateIndex::SuffixSet* NoDuplicateIndex::FindOrMakeSuffixSet(os::ReadFile& file, std::size_t length,
+                                                                   std::size_t bucket) {
+  std::size_t held = 0;
+  for (SuffixSet& set : suffixes_) {
+    if (set.length == length && set.bucket == bucket) return &set;
+    held += set.hashes.size();
+  }
+  const std::size_t allowed = std::max(kMinSuffixes, lineCount_);
+  if (held >= allowed || suffixes_.size() >= kMaxSuffixSets) {
+    suffixes_.clear();
+    held = 0;
+  }
+  SuffixSet made{length, bucket, {}};
+  LineScanner scanner(encoding_);
+  const bool read = ScanFile(file, scanner, [&](const ScannedLine& line) {
+    if ((line.cut || line.folded.size() > length) && BucketOf(line.folded) == bucket && made.hashes.size() <= allowed) {
+      made.hashes.push_back(HashOf(LastOf(line.folded, length)));
+    }
+  });
+  if (!read || made.hashes.size() > allowed) return nullptr;
+  std::ranges::sort(made.hashes);
+  made.hashes.erase(std::ranges::unique(made.hashes).begin(), made.hashes.end());
+  made.hashes.shrink_to_fit();
+  return &suffixes_.emplace_back(std::move(made));
+}
+
+bool NoDuplicateIndex::LineAtIs(os::ReadFile& file, std::uint64_t offset, TextView folded, bool& same) const {
+  // No encoding takes more than three bytes for a code unit.
+  std::string bytes(folded.size() * 3 + 2 * kCrLf.size(), '\0');
+  std::size_t filled = 0;
+  for (std::size_t got = 1; got != 0 && filled < bytes.size(); filled += got) {
+    if (!file.ReadAt(offset + filled, std::span(bytes).subspan(filled), got)) return false;
+  }
+  bytes.resize(filled);
+  same = false;
+  LineScanner scanner = LineScanner::Behind(encoding_);
+  bool first = true;
+  scanner.Feed(bytes, [&](const ScannedLine& line) {
+    if (std::exchange(first, false)) same = line.folded == folded;
+  });
+  return true;
+}
+
+bool NoDuplicateIndex::Search(os::ReadFile& file, TextView folded, bool& found) const {
+  LineWindow window(folded);
+  LineScanner scanner(encoding_, std::max(LineScanner::kMaxLineBytes, folded.size() * 4));
+  found = false;
+  if (!ScanFile(file, scanner, [&](const ScannedLine& line) {
+        if (!found) found = window.Push(line.folded, line.cut);
+      })) {
+    return false;
+  }
+  if (!found) found = window.Push(scanner.FoldedTail(), scanner.TailIsCut());
+  return true;
+}
+
+std::size_t NoDuplicateIndex::Bytes() const {
+  std::size_t bytes = lines_.Bytes() + longest_.capacity() * sizeof(std::uint32_t);
+  for (const SuffixSet& set : suffixes_) bytes += set.hashes.capacity() * sizeof(std::uint64_t);
+  return bytes;
+}
+
+}  // namespace ovs
