@@ -1,0 +1,80 @@
+#include "config/App_Common.h"
+
+#include "base/App_Strings.h"
+#include "base/Encoding.h"
+#include "base/os/PendingError.h"
+#include "diag/Proc.h"
+#include "platform/FileContent.h"
+
+namespace ovs {
+
+namespace {
+
+// The limit and the number in the message differ on purpose: the message is the known one.
+constexpr std::size_t kLongestNarrowPath = 259;
+constexpr std::size_t kMaxNotedPaths = 4096;
+
+}  // namespace
+
+void App_Common::NoteWideFormat(Proc& proc, TextView sFile) {
+  TextView note;
+  if (sFile.size() > kLongestNarrowPath) {
+    note = u"Using Wide format for path > 256";
+  } else if (App_Strings::UseWideAPI(sFile)) {
+    note = u"Using Wide format for path containing unicode characters!";
+  } else {
+    return;
+  }
+  // Files are read for every record: one ordinary note for each path, the rest only for whoever asks for everything.
+  const bool first = !notedPaths_.contains(sFile);
+  if (first && notedPaths_.size() < kMaxNotedPaths) notedPaths_.emplace(sFile);
+  proc.Log(note, first ? EventType::Normal : EventType::Verbose);
+}
+
+Text App_Common::ReadINI(TextView sFile, TextView sSection, TextView sKey) {
+  Proc proc(u"App_Common", u"ReadINI", ProcKind::Function);
+  proc.ByVal(u"sFile", sFile);
+  proc.ByVal(u"sSection", sSection);
+  proc.ByVal(u"sKey", sKey);
+  return proc.Run(Text(), [&] {
+    NoteWideFormat(proc, sFile);
+    PlainIni content;
+    if (LoadIni(sFile, content) != IniLoad::Ok) return Text();
+    return ProfileValue(content.RawValue(sSection, sKey).value_or(TextView()));
+  });
+}
+
+Text App_Common::ReadINI(const PlainIni& content, TextView sFile, TextView sSection, TextView sKey) {
+  Proc proc(u"App_Common", u"ReadINI", ProcKind::Function);
+  proc.ByVal(u"sFile", sFile);
+  proc.ByVal(u"sSection", sSection);
+  proc.ByVal(u"sKey", sKey);
+  return proc.Run(Text(), [&] {
+    NoteWideFormat(proc, sFile);
+    return ProfileValue(content.RawValue(sSection, sKey).value_or(TextView()));
+  });
+}
+
+IniLoad App_Common::LoadIni(TextView sFile, PlainIni& out) {
+  constexpr TextView kWhat = u"Cannot use settings file";
+  std::string bytes;
+  const ReadOutcome outcome = ReadFileBytes(files_, sFile, bytes);
+  if (outcome == ReadOutcome::Missing) {
+    problems_.Clear(sFile);
+    return IniLoad::Missing;
+  }
+  if (outcome != ReadOutcome::Ok) {
+    problems_.Report(kWhat, sFile, DescribeReadOutcome(outcome, TakePendingSystemError()));
+    return IniLoad::Unusable;
+  }
+  Text text = DecodeFile(bytes);
+  if (text.find(u'\0') != Text::npos) {
+    problems_.Report(kWhat, sFile, u"it is not text (it holds NUL characters)");
+    return IniLoad::Unusable;
+  }
+  problems_.Clear(sFile);
+  out = PlainIni(std::move(text));
+  return IniLoad::Ok;
+}
+
+}  // namespace ovs

@@ -1,0 +1,42 @@
+// The plain INI reader: one key of an ordinary section-and-key file, read anew on every use.
+#pragma once
+
+#include <set>
+
+#include "base/Text.h"
+#include "base/os/Files.h"
+#include "config/FileProblems.h"
+#include "config/PlainIni.h"
+
+namespace ovs {
+
+enum class IniLoad {
+  Ok,
+  Missing,   // no such file
+  Unusable,  // a folder, too large, not text, or refused by the system; the reason is in the debug log
+};
+
+class App_Common {
+ public:
+  // `files` must outlive this object.
+  explicit App_Common(os::Files& files) : files_(files) {}
+
+  // The value of the key, or an empty text when the file, the section or the key is missing, the value is empty or the
+  // file is unusable. Outer blanks and quotes around the whole value are removed. Never fails to the caller.
+  Text ReadINI(TextView sFile, TextView sSection, TextView sKey);
+
+  // The same out of a file that LoadIni has read; `sFile` is only named in traces.
+  Text ReadINI(const PlainIni& content, TextView sFile, TextView sSection, TextView sKey);
+
+  // Reads a file once for many keys. An unusable file is reported once, until it can be used again or its reason changes.
+  IniLoad LoadIni(TextView sFile, PlainIni& out);
+
+ private:
+  void NoteWideFormat(class Proc& proc, TextView sFile);
+
+  os::Files& files_;
+  FileProblems problems_;
+  std::set<Text, std::less<>> notedPaths_;  // whose wide-format note was written
+};
+
+}  // namespace ovs

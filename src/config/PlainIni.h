@@ -1,0 +1,53 @@
+// A section-and-key INI file, parsed by the rules of the platform's private-profile reader (docs/ini-reader.md).
+//
+// A line ends at each CR and each LF. White space (tab, VT, FF, blank, and the old end-of-file mark 0x1A) around lines,
+// names and values does not count. A line that begins with "[" opens a section, whose name reaches to the first "]" or,
+// without one, to the end of the line; what follows the "]" is ignored. The first section of a name and in it the first
+// key of a name count; names are compared without regard to case. A key without "=" has no value. A line that begins with
+// ";" and whatever stands before the first section cannot be asked for.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "base/Text.h"
+
+namespace ovs {
+
+class PlainIni {
+ public:
+  // Empty: no section, no key.
+  PlainIni() = default;
+  explicit PlainIni(Text content);
+
+  // In this and the next call, blanks around the names asked for do not count.
+  [[nodiscard]] bool HasSection(TextView section) const;
+
+  // The value as it stands in the file between its outer white space, quotes included; none when the section or the key
+  // is missing or the key has no "=". The view lives as long as this object or a copy of it.
+  [[nodiscard]] std::optional<TextView> RawValue(TextView section, TextView key) const;
+
+ private:
+  struct Key {
+    TextView name;
+    std::optional<TextView> value;
+  };
+  struct Section {
+    TextView name;
+    std::size_t firstKey;
+  };
+
+  void AddLine(TextView line);
+  [[nodiscard]] const Section* Find(TextView section) const;
+
+  std::shared_ptr<const Text> content_;  // what the views point into; shared by copies
+  std::vector<Section> sections_;        // in file order; each owns the keys up to the next one's first
+  std::vector<Key> keys_;
+};
+
+// What the system reads out of a raw value: quotes around the whole value removed, read through a buffer of 8,192
+// characters (see docs/ini-reader.md for what that means for very long values), outer blanks removed.
+[[nodiscard]] Text ProfileValue(TextView raw);
+
+}  // namespace ovs
