@@ -1,0 +1,40 @@
+// What a rule file means. This is the one definition; everything faster than it must agree with it.
+#pragma once
+
+#include "base/Text.h"
+#include "config/PlainIni.h"
+#include "monitor/EventRecord.h"
+
+namespace ovs {
+
+// The six logs a rule can name, in the order in which a record's log is looked up.
+inline constexpr TextView kRuleLogNames[] = {
+    u"System",
+    u"Application",
+    u"Security",
+    u"Microsoft-Windows-Windows Defender/Operational",
+    u"Microsoft-Windows-Windows Firewall With Advanced Security/Firewall",
+    u"Microsoft-Windows-WindowsUpdateClient/Operational",
+};
+
+// The key of a record's log in section "LogFile"; empty for a log that no rule can name.
+[[nodiscard]] TextView LogKey(TextView logfile);
+
+// The key of a record's type in section "EventType": by the number, else by the type text; empty for none.
+[[nodiscard]] TextView TypeKey(std::int16_t eventType, TextView typeText);
+
+// The name shown for a rule file: its file name without folder and without the last extension.
+[[nodiscard]] Text RuleName(TextView ruleFile);
+
+// Reads one value of the rule at hand; an empty text when it is missing.
+class RuleReader {
+ public:
+  virtual ~RuleReader() = default;
+  virtual Text Read(TextView section, TextView key) = 0;
+};
+
+// True when the record passes every condition of the rule: log, type, event ID, source, text that must occur and text
+// that must not. Reads only the keys up to the first condition that fails. Global exclusions are not looked at.
+[[nodiscard]] bool RuleMatches(RuleReader& rule, const EventRecord& record);
+
+}  // namespace ovs

@@ -1,0 +1,135 @@
+#include "monitor/modFilterEvents.h"
+
+#include "base/App_Strings.h"
+#include "base/Fold.h"
+#include "diag/Proc.h"
+#include "monitor/AlertText.h"
+#include "monitor/DiskEvent.h"
+#include "monitor/RecordTime.h"
+#include "monitor/Rule.h"
+#include "platform/FS_DirList.h"
+
+namespace ovs {
+
+namespace {
+
+constexpr TextView kStopPhrase = u"orvanta - stopping event service...";
+constexpr TextView kOwnCrashPhrase = u"Orvanta Event Service service terminated unexpectedly";
+
+bool IsOwnCrash(const EventRecord& record) {
+  return App_Strings::StringsMatch(record.sourceName, u"service control manager") &&
+         ContainsFolded(record.message, kOwnCrashPhrase);
+}
+
+// One rule file, read once: all its keys are of one moment.
+class RuleFileReader final : public RuleReader {
+ public:
+  RuleFileReader(App_Common& common, TextView path, const PlainIni& content)
+      : common_(common), path_(path), content_(content) {}
+  Text Read(TextView section, TextView key) override { return common_.ReadINI(content_, path_, section, key); }
+
+ private:
+  App_Common& common_;
+  TextView path_;
+  const PlainIni& content_;
+};
+
+}  // namespace
+
+modFilterEvents::modFilterEvents(const FilterParts& parts, const MonitorSettings& settings)
+    : parts_(parts),
+      settings_(settings),
+      exclusions_(parts.fileSystem, problems_, settings.rulesFolder),
+      action_(parts.ini, parts.mailer, settings.configIniPath) {}
+
+void modFilterEvents::FindEvents(const EventRecord& record) {
+  Proc proc(u"modFilterEvents", u"FindEvents", ProcKind::Sub);
+  proc.ByVal(u"iEventType", record.eventType);
+  proc.ByVal(u"sType", record.type);
+  proc.ByVal(u"sEventCode", record.eventCode);
+  proc.ByVal(u"sSourceName", record.sourceName);
+  proc.ByVal(u"sMessage", record.message);
+  proc.ByVal(u"sLogfile", record.logfile);
+  proc.ByVal(u"sTimeGenerated", record.timeGenerated);
+  proc.Run([&] {
+    if (ContainsFolded(record.message, kStopPhrase)) {
+      stopPhraseSeen_ = true;
+      return;
+    }
+    if (IsOwnCrash(record)) return;
+    const bool diskCheck = parts_.ini.ReadINI(settings_.configIniPath, u"Monitoring", u"DiskEvents") == u"1";
+    if (diskCheck && FindDiskEvents(record)) return;
+    CheckRules(record);
+  });
+}
+
+void modFilterEvents::CheckRules(const EventRecord& record) {
+  FS_DirList search(parts_.fileSystem.Files());
+  search.IncludeDirs = true;
+  search.RecursionLevel = 0;
+  search.AddSearchPath(settings_.rulesFolder);
+  search.AddFileMask(u"*.DAT");
+  search.StartSearch();
+  for (const Text& folder : search.MatchingDirsOnDisk()) {
+    if (App_Strings::StringEndsWith(folder, u".DAT")) problems_.Report(u"Cannot use rule file", folder, u"it is a folder");
+  }
+  for (const Text& path : search.MatchingFilesOnDisk()) {
+    if (!App_Strings::TrimBlanks(path).empty()) CheckRule(path, record);
+  }
+}
+
+bool modFilterEvents::RuleFires(TextView ruleFile, const EventRecord& record) {
+  PlainIni content;
+  const IniLoad outcome = parts_.ini.LoadIni(ruleFile, content);
+  if (outcome == IniLoad::Unusable) return false;  // LoadIni has reported it
+  constexpr TextView kWhat = u"Cannot use rule file";
+  if (outcome == IniLoad::Missing) {
+    problems_.Report(kWhat, ruleFile, u"it disappeared before it could be read");
+    return false;
+  }
+  if (!content.HasSection(u"LogFile")) {
+    problems_.Report(kWhat, ruleFile, u"it has no section [LogFile], so it can never match");
+    return false;
+  }
+  problems_.Clear(ruleFile);
+  RuleFileReader reader(parts_.ini, ruleFile, content);
+  return RuleMatches(reader, record) && !exclusions_.Excludes(record.eventCode, record.sourceName, record.message);
+}
+
+void modFilterEvents::CheckRule(TextView ruleFile, const EventRecord& record) {
+  Proc proc(u"modFilterEvents", u"CheckRule", ProcKind::Sub);
+  proc.ByVal(u"sRuleFile", ruleFile);
+  proc.ByVal(u"sEventCode", record.eventCode);
+  proc.ByVal(u"sSourceName", record.sourceName);
+  proc.ByVal(u"sLogfile", record.logfile);
+  proc.Run([&] {
+    if (!RuleFires(ruleFile, record)) return;
+    const Text ruleName = RuleName(ruleFile);
+    const Text timeText = RecordTimeText(parts_.time, record.timeGenerated, settings_.display);
+    action_.DoAction(AlertText::RuleAlert(timeText, ruleName, record), false);
+    parts_.log.Write({record, ruleName, timeText, AlertText::RuleLogEntry(timeText, ruleName, record), false});
+  });
+}
+
+bool modFilterEvents::FindDiskEvents(const EventRecord& record) {
+  Proc proc(u"modFilterEvents", u"FindDiskEvents", ProcKind::Function);
+  proc.ByVal(u"sType", record.type);
+  proc.ByVal(u"sEventCode", record.eventCode);
+  proc.ByVal(u"sSourceName", record.sourceName);
+  proc.ByVal(u"sMessage", record.message);
+  proc.ByVal(u"sLogfile", record.logfile);
+  proc.ByVal(u"sTimeGenerated", record.timeGenerated);
+  bool isDiskEvent = false;
+  proc.Run([&] {
+    isDiskEvent = IsDiskEvent(record.sourceName, record.message);
+    if (!isDiskEvent || exclusions_.Excludes(record.eventCode, record.sourceName, record.message)) return;
+    const Text& ruleName = settings_.diskEventsRuleName;
+    const Text timeText = RecordTimeText(parts_.time, record.timeGenerated, settings_.display);
+    action_.DoAction(AlertText::DiskAlert(timeText, ruleName, record), true);
+    parts_.log.Write({record, ruleName, timeText, AlertText::DiskLogEntry(timeText, ruleName, record), true});
+  });
+  proc.Result(isDiskEvent);
+  return isDiskEvent;
+}
+
+}  // namespace ovs

@@ -1,0 +1,56 @@
+// The rule engine: decides for every record whether it raises alerts, and raises them.
+#pragma once
+
+#include "base/Text.h"
+#include "config/App_Common.h"
+#include "config/FileProblems.h"
+#include "mail/AlertMailer.h"
+#include "monitor/AlertAction.h"
+#include "monitor/AlertLog.h"
+#include "monitor/EventRecord.h"
+#include "monitor/GlobalExclusions.h"
+#include "monitor/MonitorSettings.h"
+#include "platform/App_FileSystem.h"
+#include "platform/App_Time.h"
+
+namespace ovs {
+
+// What the rule engine works with; all must outlive it.
+struct FilterParts {
+  App_FileSystem& fileSystem;
+  App_Common& ini;
+  App_Time& time;
+  AlertMailer& mailer;
+  AlertLog& log;
+};
+
+class modFilterEvents {
+ public:
+  modFilterEvents(const FilterParts& parts, const MonitorSettings& settings);
+
+  // Handles one record: the stop phrase, this service's own crash, the disk check, then every rule file. Rule files,
+  // lists and switches count as they are on disk at this moment. Errors are reported and end only what they hit.
+  void FindEvents(const EventRecord& record);
+
+  // Tests one rule file, given by its path as it is spelled on disk, and on a match alerts and logs.
+  void CheckRule(TextView ruleFile, const EventRecord& record);
+
+  // True when the record is a disk event, whether or not an exclusion then suppressed its alert.
+  bool FindDiskEvents(const EventRecord& record);
+
+  // True once a record carried the stop phrase.
+  [[nodiscard]] bool StopPhraseSeen() const { return stopPhraseSeen_; }
+
+ private:
+  void CheckRules(const EventRecord& record);
+  bool RuleFires(TextView ruleFile, const EventRecord& record);
+
+  FilterParts parts_;
+  MonitorSettings settings_;
+  FileProblems problems_;
+  GlobalExclusions exclusions_;
+  AlertAction action_;
+  bool stopPhraseSeen_ = false;
+};
+
+}  // namespace ovs
