@@ -1,0 +1,181 @@
+#include "service/win32/NTService.h"
+
+#include <windows.h>
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+
+#include "base/Fold.h"
+#include "base/Numbers.h"
+#include "base/RuntimeError.h"
+#include "base/os/PendingError.h"
+#include "base/win32/Win32Handle.h"
+#include "base/win32/Win32Text.h"
+
+namespace ovs {
+
+namespace {
+
+constexpr DWORD kAnyMessage = QS_ALLINPUT;
+
+[[noreturn]] void RaiseSystem(const char16_t* call) {
+  const DWORD number = GetLastError();
+  SetPendingSystemError(number);
+  throw RuntimeError(RuntimeErrorNumber::kInternal, Text(call) + u" failed");
+}
+
+// FNV-1a over the folded path: the same program file gives the same name however its path is spelled.
+std::uint64_t HashOf(TextView folded) {
+  std::uint64_t hash = 14695981039346656037u;
+  for (const char16_t unit : folded) hash = (hash ^ unit) * 1099511628211u;
+  return hash;
+}
+
+void PumpMessages() {
+  MSG message;
+  while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    TranslateMessage(&message);
+    DispatchMessageW(&message);
+  }
+}
+
+// Waits until one of the handles is signalled or the time is up, keeping the thread's messages served. The index of the
+// handle, or WAIT_TIMEOUT.
+DWORD WaitForHandlesPumping(DWORD timeoutMs, const HANDLE* handles, DWORD count) {
+  const DWORD start = GetTickCount();
+  for (;;) {
+    DWORD remaining = INFINITE;
+    if (timeoutMs != INFINITE) {
+      // Unsigned subtraction stays right when the tick counter wraps.
+      const DWORD elapsed = GetTickCount() - start;
+      if (elapsed >= timeoutMs) return WAIT_TIMEOUT;
+      remaining = timeoutMs - elapsed;
+    }
+    const DWORD result = MsgWaitForMultipleObjects(count, handles, FALSE, remaining, kAnyMessage);
+    if (result == WAIT_FAILED) RaiseSystem(u"MsgWaitForMultipleObjects");
+    PumpMessages();
+    if (result != WAIT_OBJECT_0 + count) return result;
+  }
+}
+
+wchar_t serviceName[] = L"OvsEventSvc";
+
+}  // namespace
+
+struct NTService::State {
+  Text programPath;
+  Handle instance;
+  Handle endEvent;
+  Handle startedEvent;
+  Handle stopPendingEvent;
+  Handle dispatcher;
+  SERVICE_STATUS status = {SERVICE_WIN32_OWN_PROCESS, 0, SERVICE_ACCEPT_STOP | SERVICE_ACCEPT_SHUTDOWN, 0, 0, 0, 0};
+  std::atomic<SERVICE_STATUS_HANDLE> statusHandle = nullptr;
+
+  // The object whose service is being run.
+  static inline std::atomic<State*> running = nullptr;
+
+  void Report(ServiceState state) noexcept {
+    if (state != ServiceState::Unchanged) {
+      std::atomic_ref<DWORD>(status.dwCurrentState).store(static_cast<DWORD>(state));
+    }
+    SetServiceStatus(statusHandle.load(), &status);
+  }
+
+  static void WINAPI ServiceControlHandler(DWORD control) {
+    State* const self = running.load();
+    if (control == SERVICE_CONTROL_STOP || control == SERVICE_CONTROL_SHUTDOWN) {
+      self->Report(ServiceState::StopPending);
+      SetEvent(self->stopPendingEvent.Get());
+    } else {
+      self->Report(ServiceState::Unchanged);
+    }
+  }
+
+  static void WINAPI ServiceMainProc(DWORD /*count*/, LPWSTR* /*arguments*/) {
+    State* const self = running.load();
+    self->status.dwCheckPoint = 0;
+    self->status.dwWaitHint = 0;
+    self->status.dwWin32ExitCode = NO_ERROR;
+    self->status.dwServiceSpecificExitCode = 0;
+    self->statusHandle = RegisterServiceCtrlHandlerW(serviceName, &ServiceControlHandler);
+    self->Report(ServiceState::StartPending);
+    SetEvent(self->startedEvent.Get());
+    WaitForSingleObject(self->endEvent.Get(), INFINITE);
+  }
+
+  // Fails at once when the service control manager did not start this process.
+  static DWORD WINAPI DispatcherThread(void* /*argument*/) {
+    SERVICE_TABLE_ENTRYW table[] = {{serviceName, &ServiceMainProc}, {nullptr, nullptr}};
+    StartServiceCtrlDispatcherW(table);
+    return 0;
+  }
+
+  void StartDispatcherThread() {
+    running = this;
+    dispatcher = Handle(CreateThread(nullptr, 0, &DispatcherThread, nullptr, 0, nullptr));
+    if (!dispatcher) RaiseSystem(u"CreateThread");
+  }
+};
+
+NTService::NTService(TextView programPath) : state_(std::make_unique<State>()) { state_->programPath = programPath; }
+
+// After an error in the main procedure the dispatcher thread still runs; it may use the state until the process has ended.
+NTService::~NTService() {
+  if (state_->dispatcher) static_cast<void>(state_.release());
+}
+
+bool NTService::AnotherInstanceRuns() {
+  const std::uint64_t hash = HashOf(Fold(state_->programPath));
+  const Text name = u"Global\\OrvantaEventService-" + HexText(static_cast<std::uint32_t>(hash >> 32), 8) +
+                    HexText(static_cast<std::uint32_t>(hash), 8);
+  state_->instance = Handle(CreateMutexW(nullptr, FALSE, ToWide(name).c_str()));
+  const DWORD number = GetLastError();
+  // Without the right to open it, the mutex belongs to an instance under another account.
+  return number == ERROR_ALREADY_EXISTS || number == ERROR_ACCESS_DENIED;
+}
+
+bool NTService::IsWindowsNT() {
+  OSVERSIONINFOA version = {};
+  static_assert(sizeof version == 148);
+  version.dwOSVersionInfoSize = sizeof version;
+  return GetVersionExA(&version) != 0 && version.dwPlatformId == VER_PLATFORM_WIN32_NT;
+}
+
+void NTService::CreateEvents() {
+  for (Handle* event : {&state_->endEvent, &state_->stopPendingEvent, &state_->startedEvent}) {
+    *event = Handle(CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    if (!*event) RaiseSystem(u"CreateEventW");
+  }
+}
+
+void NTService::CloseEvents() noexcept {
+  state_->endEvent.Close();
+  state_->startedEvent.Close();
+  state_->stopPendingEvent.Close();
+}
+
+bool NTService::StartAsService() {
+  state_->StartDispatcherThread();
+  const HANDLE handles[] = {state_->dispatcher.Get(), state_->startedEvent.Get()};
+  const bool started = WaitForHandlesPumping(INFINITE, handles, 2) == WAIT_OBJECT_0 + 1;
+  if (!started) state_->dispatcher.Close();
+  return started;
+}
+
+void NTService::ReportServiceState(ServiceState state) noexcept { state_->Report(state); }
+
+bool NTService::WaitForStopControl(std::uint32_t milliseconds) {
+  const HANDLE handle = state_->stopPendingEvent.Get();
+  return WaitForHandlesPumping(milliseconds, &handle, 1) != WAIT_TIMEOUT;
+}
+
+void NTService::FinishDispatcher() {
+  SetEvent(state_->endEvent.Get());
+  const HANDLE handle = state_->dispatcher.Get();
+  WaitForHandlesPumping(INFINITE, &handle, 1);
+  state_->dispatcher.Close();
+}
+
+}  // namespace ovs

@@ -1,0 +1,38 @@
+// The service control manager's side, on Windows.
+#pragma once
+
+#include <memory>
+
+#include "base/Text.h"
+#include "service/ServiceHost.h"
+
+namespace ovs {
+
+// One object a process: the service control manager calls back without a context, so the object that runs is the one
+// that StartAsService was called on.
+//
+// Two threads share it: the main thread, and the dispatcher thread, which runs the service-main callback and the control
+// handler. They share the three events, the status record's state (one aligned word) and the status handle.
+class NTService final : public ServiceHost {
+ public:
+  // `programPath` is the full path of the running program; it identifies the program for the single-instance test.
+  explicit NTService(TextView programPath);
+  ~NTService() override;
+  NTService(const NTService&) = delete;
+  NTService& operator=(const NTService&) = delete;
+
+  bool AnotherInstanceRuns() override;
+  bool IsWindowsNT() override;
+  void CreateEvents() override;
+  void CloseEvents() noexcept override;
+  bool StartAsService() override;
+  void ReportServiceState(ServiceState state) noexcept override;
+  bool WaitForStopControl(std::uint32_t milliseconds) override;
+  void FinishDispatcher() override;
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace ovs
