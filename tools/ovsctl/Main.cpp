@@ -1,0 +1,26 @@
+// ovsctl: the technician's command.
+#include <CLI/CLI.hpp>
+
+#include "Replay.h"
+#include "base/Version.h"
+
+int main(int argc, char** argv) {
+  CLI::App app{"The technician's command of the Orvanta Event Service.", "ovsctl"};
+  app.set_version_flag("--version", ovs::kVersionUtf8);
+  app.require_subcommand(1);
+
+  ovs::ReplayOptions replay;
+  CLI::App* const replayCommand = app.add_subcommand(
+      "replay",
+      "Run the rules of an application folder over recorded event records (JSON lines) and count the alerts.\n"
+      "Example: ovsctl replay --app C:\\Orvanta records.jsonl");
+  replayCommand
+      ->add_option("--app", replay.applicationFolder, "Application folder: the one that holds Config\\Orvanta.ini")
+      ->required();
+  replayCommand->add_flag("--write-logs", replay.writeLogs,
+                          "Append to the two event logs of the application folder, as the service would");
+  replayCommand->add_option("records", replay.recordsFile, "File of records, one JSON object a line")->required();
+
+  CLI11_PARSE(app, argc, argv);
+  return ovs::RunReplay(replay);
+}
