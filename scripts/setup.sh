@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Installs what a build and its tests need on Debian 12. Does nothing when all of it is there.
+#
+# The libraries of the Windows program come from the same packages: nlohmann-json and CLI11 are headers, GoogleTest is
+# built from the sources that the package googletest installs (see cmake/OvsDependencies.cmake).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. scripts/lib.sh
+
+packages=(
+  build-essential cmake ninja-build python3         # native build, tests
+  g++-mingw-w64-x86-64-posix                        # Windows build
+  wine wine64                                       # runs it
+  libcli11-dev libgtest-dev googletest nlohmann-json3-dev
+  clang-format clang-tidy                           # checks
+  unicode-data                                      # source of the folding table
+)
+
+missing=()
+for package in "${packages[@]}"; do
+  [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+say "Installing ${missing[*]}"
+[ "$(id -u)" = 0 ] || fail "packages are missing; run scripts/setup.sh as root once"
+start=$SECONDS
+export DEBIAN_FRONTEND=noninteractive
+quietly build/logs/apt-update.log apt-get -q update
+quietly build/logs/apt-install.log apt-get -q install -y --no-install-recommends "${missing[@]}"
+echo "installed in $((SECONDS - start)) s"

@@ -1,0 +1,124 @@
+"""A Wine prefix in which the shipped service program runs: the service control manager, the stand-in that plays recorded
+event records in place of Windows' own notification service, and the application folder.
+
+Runs inside scripts/with-wine.sh, which makes the prefix and keeps it alive. OVS_BIN is the folder of the Windows programs.
+"""
+
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import time
+
+SERVICE = "OvsEventSvc"
+PROGRAM = "OrvantaEventService.exe"
+LIMIT = 60  # seconds; no step takes longer
+
+
+class ServiceBox:
+    def __init__(self, app):
+        self.bin = pathlib.Path(os.environ["OVS_BIN"])
+        self.prefix = pathlib.Path(os.environ["WINEPREFIX"])
+        self.app = pathlib.Path(app)
+        self.feed = self.app.parent / (self.app.name + ".feed.jsonl")
+        self.count = self.feed.with_name(self.feed.name + ".count")
+
+    # --- programs
+
+    def command(self, program, *arguments):
+        """The command line of one of our programs (no folder in its name) or of Wine's own."""
+        own = self.bin / (program + ".exe")
+        return ["wine", str(own) if own.exists() else program, *arguments]
+
+    def run(self, program, *arguments, expect=0):
+        done = subprocess.run(self.command(program, *arguments), stdin=subprocess.DEVNULL, capture_output=True, text=True,
+                              encoding="utf-8", timeout=LIMIT)
+        output = done.stdout.replace("\r", "")
+        if expect is not None and done.returncode != expect:
+            raise AssertionError(f"{program} {' '.join(arguments)}: exit code {done.returncode}\n{output}{done.stderr}")
+        return output
+
+    @staticmethod
+    def windows(path):
+        return "Z:" + str(pathlib.Path(path).resolve()).replace("/", "\\")
+
+    # --- application folder and feed
+
+    def prepare(self, config=None):
+        """A fresh application folder with the program, and a feed without records."""
+        shutil.rmtree(self.app, ignore_errors=True)
+        self.app.mkdir(parents=True)
+        if config is not None:
+            shutil.copytree(config, self.app, dirs_exist_ok=True)
+        shutil.copy2(self.bin / PROGRAM, self.app / PROGRAM)
+        self.feed.write_bytes(b"")
+        self.count.unlink(missing_ok=True)
+        self.set_standin("0", "0")
+
+    def set_standin(self, fail_query, fail_connect):
+        self.run("standin-setup", "register", "--feed", self.windows(self.feed), "--fail-query", fail_query,
+                 "--fail-connect", fail_connect)
+
+    def append(self, lines):
+        """Lines of JSON, complete with their line ends."""
+        with open(self.feed, "ab") as feed:
+            feed.write(lines if isinstance(lines, bytes) else lines.encode())
+
+    def progress(self):
+        """Numbers of the stand-in: delivered, skipped, failed, calls; empty before the service has subscribed."""
+        text = self.count.read_text() if self.count.exists() else ""
+        return {name: int(number) for name, number in re.findall(r"(\w+) (\d+)", text)}
+
+    def await_handled(self, delivered):
+        """Waits until the service has handled that many records and has come back for the next one."""
+        def handled():
+            now = self.progress()
+            return now.get("delivered", 0) >= delivered and now["calls"] > now["delivered"] + now["failed"]
+        self.wait_until(handled, f"{delivered} records handled")
+
+    def wait_until(self, condition, what, limit=LIMIT):
+        end = time.monotonic() + limit
+        while not condition():
+            if time.monotonic() > end:
+                raise AssertionError(f"not in {limit} s: {what}; {self.progress()}; {self.run('svcctl', 'query', expect=None)}")
+            time.sleep(0.02)
+
+    # --- service
+
+    def install(self):
+        self.forget()
+        return self.run("svcctl", "install", self.windows(self.app / PROGRAM))
+
+    def start(self, wait="RUNNING"):
+        self.run("svcctl", "start")
+        if wait:
+            self.await_state(wait)
+
+    def query(self):
+        return self.run("svcctl", "query").strip()
+
+    def state(self):
+        return re.search(r"state \d+ (\w+)", self.query())[1]
+
+    def await_state(self, state):
+        self.run("svcctl", "wait", state, str(LIMIT))
+
+    def stop(self, *options):
+        """Both keys of the stop protocol, turned by the project's own tool."""
+        return self.run("ovsstop", "--wait", str(LIMIT), "--append-feed", self.windows(self.feed), *options)
+
+    def remove(self):
+        """Ends the service whatever it does, and forgets it."""
+        found = re.search(r"state \d+ (\w+).*process (\d+)", self.run("svcctl", "query", expect=None))
+        if found and found[1] != "STOPPED" and found[2] != "0":
+            self.run("taskkill", "/f", "/pid", found[2], expect=None)
+            self.run("svcctl", "wait", "STOPPED", "10", expect=None)
+        self.forget()
+        self.run("standin-setup", "unregister", expect=None)
+
+    def forget(self):
+        """Deletes the service; the control manager is done with it only some time after the deleting program has ended."""
+        self.run("svcctl", "delete", expect=None)
+        no_such_service = "error 1060"
+        self.wait_until(lambda: no_such_service in self.run("svcctl", "query", expect=None), "service deleted")
