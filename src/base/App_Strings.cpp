@@ -73,9 +73,7 @@ TextView TrimBlanksRight(TextView text) { return text.substr(0, text.find_last_n
 
 TextView TrimBlanks(TextView text) { return TrimBlanksLeft(TrimBlanksRight(text)); }
 
-bool StringsMatch(TextView a, TextView b, bool caseSensitive) {
-  return Same(TrimBlanks(a), TrimBlanks(b), caseSensitive);
-}
+bool StringsMatch(TextView a, TextView b, bool caseSensitive) { return Same(TrimBlanks(a), TrimBlanks(b), caseSensitive); }
 
 bool StringStartsWith(TextView string, TextView prefix, bool caseSensitive, bool trim) {
   if (trim) {

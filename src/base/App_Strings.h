@@ -60,7 +60,7 @@ void EnsureStringEndsWith(Text& string, TextView suffix);
 // --- Cutting
 
 enum class StripReturn {
-  AfterFirst = 0,   // keep what follows the first delimiter
+  AfterFirst = 0,  // keep what follows the first delimiter
   AfterLast = 1,
   BeforeFirst = 2,  // keep what precedes the first delimiter
   BeforeLast = 3,

@@ -18,9 +18,7 @@ constexpr std::int64_t kDaysPerCycle = 146'097;  // 400 years
 
 constexpr std::int64_t kEpoch1601 = sys_days(std::chrono::year(1601) / 1 / 1).time_since_epoch().count();
 
-std::int64_t FloorDiv(std::int64_t value, std::int64_t divisor) {
-  return value / divisor - (value % divisor < 0 ? 1 : 0);
-}
+std::int64_t FloorDiv(std::int64_t value, std::int64_t divisor) { return value / divisor - (value % divisor < 0 ? 1 : 0); }
 
 // Days since 1601 of the first day of a month. Any year: the calendar repeats every 400 years, the library's does not go
 // on for ever.
@@ -144,7 +142,8 @@ void AppendTime(Text& out, const DateTime& value, const DateFormat& format) {
 
 bool IsValid(const DateTime& value) {
   if (!InRange(value.year, 1, 9999) || !InRange(value.month, 1, 12) || value.day < 1) return false;
-  const std::chrono::year_month_day date(std::chrono::year(value.year), std::chrono::month(static_cast<unsigned>(value.month)),
+  const std::chrono::year_month_day date(std::chrono::year(value.year),
+                                         std::chrono::month(static_cast<unsigned>(value.month)),
                                          std::chrono::day(static_cast<unsigned>(value.day)));
   return value.day <= 31 && date.ok() && InRange(value.hour, 0, 23) && InRange(value.minute, 0, 59) &&
          InRange(value.second, 0, 59) && InRange(value.millisecond, 0, 999);

@@ -43,7 +43,7 @@ struct DateFormat {
   bool yearFirst = false;          // "2024/03/07" in place of "03/07/2024"
   bool includeTime = false;
   bool includeSeconds = false;
-  bool use24Hour = false;          // otherwise the 12-hour clock with " AM" or " PM"
+  bool use24Hour = false;  // otherwise the 12-hour clock with " AM" or " PM"
 };
 
 // The date in the display form, such as "03/07/2024 01:05:09 PM" or "2024/03/07 13:05:09". Years have four digits.

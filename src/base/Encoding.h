@@ -31,7 +31,7 @@ class Utf8Checker {
 
  private:
   bool valid_ = true;
-  std::uint8_t missing_ = 0;   // continuation bytes still to come
+  std::uint8_t missing_ = 0;    // continuation bytes still to come
   std::uint8_t lowest_ = 0x80;  // what the next of them may be
   std::uint8_t highest_ = 0xBF;
 };

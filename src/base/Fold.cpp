@@ -132,9 +132,7 @@ int CompareFolded(TextView a, TextView b) {
   return a.size() < b.size() ? -1 : 1;
 }
 
-std::size_t FindFolded(TextView haystack, TextView needle, std::size_t from) {
-  return Find<RawHay>(haystack, needle, from);
-}
+std::size_t FindFolded(TextView haystack, TextView needle, std::size_t from) { return Find<RawHay>(haystack, needle, from); }
 
 std::size_t FindLastFolded(TextView haystack, TextView needle) {
   if (needle.size() > haystack.size()) return kTextNotFound;

@@ -1,5 +1,6 @@
 #include "base/MemoryRegistry.h"
 
+#include <algorithm>
 #include <map>
 #include <optional>
 #include <string>

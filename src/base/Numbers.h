@@ -15,8 +15,8 @@ namespace ovs {
 [[nodiscard]] std::optional<std::int64_t> ParseInt64(TextView text);
 
 // As above; only "+" is taken as a sign, and a number above `max` gives none.
-[[nodiscard]] std::optional<std::uint64_t> ParseUnsigned(
-    TextView text, std::uint64_t max = std::numeric_limits<std::uint64_t>::max());
+[[nodiscard]] std::optional<std::uint64_t> ParseUnsigned(TextView text,
+                                                         std::uint64_t max = std::numeric_limits<std::uint64_t>::max());
 
 [[nodiscard]] Text NumberText(std::int64_t value);
 

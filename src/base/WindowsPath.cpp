@@ -22,7 +22,8 @@ std::nullopt_t Refuse(std::uint32_t number) {
 }
 
 bool IsName(TextView name) {
-  return !name.empty() && std::ranges::none_of(name, [](char16_t c) { return c < u' ' || kForbidden.find(c) != TextView::npos; });
+  return !name.empty() &&
+         std::ranges::none_of(name, [](char16_t c) { return c < u' ' || kForbidden.find(c) != TextView::npos; });
 }
 
 // Cuts the first name off `rest`, with the "\" behind it.

@@ -81,7 +81,8 @@ void App_Debug::InitDebug(const DebugSwitches& switches, bool openNow, const Deb
     const Text path = DebugLogGetLogFileVar(place.folder, place.subFolder, place.fileName, place.qualifyName);
     if (state_->logFile.size() < 2) {
       state_->SetLogFile(path);
-    } else if (place.switchFile && !DebugStringMatch(path, state_->logFile) && state_->file != nullptr) {
+    } else if (place.switchFile && !DebugStringMatch(path, state_->logFile) &&
+               (state_->file != nullptr || state_->wantsOpen)) {
       state_->Write(false);
       state_->Close();
       state_->SetLogFile(path);
@@ -140,9 +141,7 @@ bool App_Debug::PerfTimer_InitValues() noexcept {
   return false;
 }
 
-bool App_Debug::PerfTimer_HighRes_Start(std::uint32_t& startTime) noexcept {
-  return state_->timer.HighRes_Start(startTime);
-}
+bool App_Debug::PerfTimer_HighRes_Start(std::uint32_t& startTime) noexcept { return state_->timer.HighRes_Start(startTime); }
 
 bool App_Debug::PerfTimer_HighRes_Stop(std::uint32_t& endTime) noexcept { return state_->timer.HighRes_Stop(endTime); }
 

@@ -70,7 +70,7 @@ struct DebugLogPlace {
   Text subFolder;
   Text fileName;
   bool qualifyName = false;
-  bool switchFile = false;  // an open log file is written out, closed and left for the new one
+  bool switchFile = false;  // an open log file (or one that is tried again) is written out, closed and left for the new one
 };
 
 // What one of the two entry buffers tells about itself, in characters.

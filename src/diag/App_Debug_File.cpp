@@ -20,7 +20,8 @@ void SplitExtension(TextView path, TextView& base, TextView& extension) {
 }
 
 Text DroppedNote(std::uint64_t count) {
-  return u"Debug log was not writable: " + NumberText(static_cast<std::int64_t>(count)) + u" older entries were dropped.\r\n\r\n";
+  return u"Debug log was not writable: " + NumberText(static_cast<std::int64_t>(count)) +
+         u" older entries were dropped.\r\n\r\n";
 }
 
 // The log is this module's own: without a mark it is UTF-8.

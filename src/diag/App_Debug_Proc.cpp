@@ -81,8 +81,8 @@ bool App_Debug::State::IsDuplicate(ProcId id) noexcept {
   const Lock lock(mutex);
   if (Proc::Find(*owner, id) == nullptr && FindRecord(id) == nullptr) return false;
   try {
-    LogNamed(u"App_Debug.ProcNew", u"Procedure ID [" + NumberText(id) +
-                                       u"] would be a duplicate ID, aborting new procedure object creation!");
+    LogNamed(u"App_Debug.ProcNew",
+             u"Procedure ID [" + NumberText(id) + u"] would be a duplicate ID, aborting new procedure object creation!");
   } catch (...) {
     return true;
   }

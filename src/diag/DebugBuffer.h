@@ -13,8 +13,8 @@ namespace ovs {
 class DebugBuffer {
  public:
   enum class Bound {
-    Tail,           // the oldest characters are forgotten, the numbers go on as if they were kept
-    WholeEntries,   // the oldest entries are dropped and counted, the numbers shrink with them
+    Tail,          // the oldest characters are forgotten, the numbers go on as if they were kept
+    WholeEntries,  // the oldest entries are dropped and counted, the numbers shrink with them
   };
 
   // `limit` in characters: the most of the text that is held.
@@ -43,8 +43,8 @@ class DebugBuffer {
 
   std::size_t limit_;
   Bound bound_;
-  Text text_;                      // the held part, from character forgotten_ on, blanks behind the used part
-  std::uint64_t forgotten_ = 0;    // characters in front of text_ that are no longer held
+  Text text_;                    // the held part, from character forgotten_ on, blanks behind the used part
+  std::uint64_t forgotten_ = 0;  // characters in front of text_ that are no longer held
   std::uint64_t capacity_ = 0;
   std::uint64_t used_ = 0;
   std::uint32_t step_ = 0;

@@ -24,7 +24,7 @@ struct DebugErrors {
 inline constexpr TextView kNoMessage = u"No Msg Passed!";
 
 struct DebugMessage {
-  TextView procedureTag;         // such as "App_FileSystem.FileDelete.ProcID=12"; "-1" outside of procedures
+  TextView procedureTag;          // such as "App_FileSystem.FileDelete.ProcID=12"; "-1" outside of procedures
   std::uint32_t procEventID = 0;  // number of the event within its procedure, 0 when it has none
   EventType type = EventType::Normal;
   TextView message;

@@ -44,16 +44,13 @@ using RenderFunction = void (*)(const void* value, Text& out);
 template <class T>
 void RenderErased(const void* value, Text& out) {
   const T& typed = *static_cast<const T*>(value);
-  if constexpr (std::is_same_v<T, bool>) {
+  constexpr bool kIsNumber = (std::is_integral_v<T> && !std::is_same_v<T, bool>) || std::is_enum_v<T>;
+  if constexpr (!kIsNumber) {
     RenderValue(typed, out);
-  } else if constexpr (std::is_enum_v<T>) {
+  } else if constexpr (std::is_enum_v<T> || std::is_signed_v<T>) {
     RenderValue(static_cast<std::int64_t>(typed), out);
-  } else if constexpr (std::is_integral_v<T> && std::is_signed_v<T>) {
-    RenderValue(static_cast<std::int64_t>(typed), out);
-  } else if constexpr (std::is_integral_v<T>) {
-    RenderValue(static_cast<std::uint64_t>(typed), out);
   } else {
-    RenderValue(typed, out);
+    RenderValue(static_cast<std::uint64_t>(typed), out);
   }
 }
 }  // namespace detail
@@ -157,8 +154,8 @@ class Proc {
   TextView module_;
   TextView procedure_;
   ProcKind kind_;
-  bool finished_ = false;   // Run has ended
-  bool hadError_ = false;   // the diagnostics hold the text of its last error
+  bool finished_ = false;  // Run has ended
+  bool hadError_ = false;  // the diagnostics hold the text of its last error
   ProcId id_ = kNoProc;
   Proc* outer_ = nullptr;   // the guard that was innermost before this one
   void* record_ = nullptr;  // App_Proc of the diagnostics when a record is kept, else null

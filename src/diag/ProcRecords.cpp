@@ -1,7 +1,6 @@
 #include "diag/ProcRecords.h"
 
 #include <algorithm>
-#include <algorithm>
 #include <bit>
 #include <utility>
 
@@ -149,9 +148,7 @@ void App_Proc::RenderEvents(const ProcRenderOptions& options, Text& out) const {
   }
 }
 
-void App_Proc::RenderEnd(Text& out) const {
-  out.append(u"---- EndProcedureID=").append(NumberText(id_)).append(u"\r\n");
-}
+void App_Proc::RenderEnd(Text& out) const { out.append(u"---- EndProcedureID=").append(NumberText(id_)).append(u"\r\n"); }
 
 void App_Proc::App_ClassSync_CleanUp() {
   events_.clear();

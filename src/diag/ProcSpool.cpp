@@ -134,8 +134,8 @@ void ProcSpool::Add(const Block& block, std::string_view utf8) {
     ++lost_;
     return;
   }
-  entries_.push_back({block.id, block.part, written_ + waiting_.size(), static_cast<std::uint32_t>(utf8.size()),
-                      block.problem ? 1U : 0U});
+  entries_.push_back(
+      {block.id, block.part, written_ + waiting_.size(), static_cast<std::uint32_t>(utf8.size()), block.problem ? 1U : 0U});
   waiting_.append(utf8);
   if (waiting_.size() >= kWriteSize) Flush();
   if (entries_.size() >= runLength_) WriteRun();

@@ -25,9 +25,7 @@ class Lines {
   Text text_;
 };
 
-Text TypeWithNumber(const EventRecord& record) {
-  return record.type + u" (" + NumberText(record.eventType) + u")";
-}
+Text TypeWithNumber(const EventRecord& record) { return record.type + u" (" + NumberText(record.eventType) + u")"; }
 
 Text Alert(TextView timeText, TextView ruleName, const EventRecord& record, TextView typeText) {
   return Lines()
@@ -56,8 +54,7 @@ Text RuleLogEntry(TextView timeText, TextView ruleName, const EventRecord& recor
       .Line(timeText)
       .Line(TextView(u"Rule: "), ruleName)
       .Line(TextView(u"Event ID: "), record.eventCode, kSeparator, TextView(u"Event Type: "), TypeWithNumber(record),
-            kSeparator, TextView(u"Source Name: "), record.sourceName, kSeparator, TextView(u"Event Log: "),
-            record.logfile)
+            kSeparator, TextView(u"Source Name: "), record.sourceName, kSeparator, TextView(u"Event Log: "), record.logfile)
       .Line(TextView(u"Message: "), record.message)
       .Take();
 }

@@ -17,16 +17,16 @@ int Component(TextView text, std::size_t position, std::size_t length) {
 }  // namespace
 
 std::optional<DateTime> RecordTimeUTC(TextView timeGenerated) {
-  return DateFromSerialParts(Component(timeGenerated, 1, 4), Component(timeGenerated, 5, 2),
-                             Component(timeGenerated, 7, 2), Component(timeGenerated, 9, 2),
-                             Component(timeGenerated, 11, 2), Component(timeGenerated, 13, 2));
+  return DateFromSerialParts(Component(timeGenerated, 1, 4), Component(timeGenerated, 5, 2), Component(timeGenerated, 7, 2),
+                             Component(timeGenerated, 9, 2), Component(timeGenerated, 11, 2),
+                             Component(timeGenerated, 13, 2));
 }
 
 Text RecordTimeText(App_Time& time, TextView timeGenerated, const DisplayFlags& flags) {
   const std::optional<DateTime> utc = RecordTimeUTC(timeGenerated);
   if (!utc) return {};
   // A date that the system cannot convert is shown as it was reached: in UTC.
-  const DateTime shown = flags.timesInUTC ? *utc : time.TimeUTCtoLocal(*utc).value_or(*utc);
+  const DateTime shown = flags.timesInUTC ? *utc : time.TimeUTCtoLocal(utc).value_or(*utc);
   const DateFormat format{.stripLeadingZeros = false,
                           .yearFirst = flags.dateYearFirst,
                           .includeTime = true,

@@ -56,8 +56,8 @@ bool RuleMatches(RuleReader& rule, const EventRecord& record) {
   if (log.empty() || !IsSet(rule, u"LogFile", log)) return false;
   const TextView type = TypeKey(record.eventType, record.type);
   if (type.empty() || !IsSet(rule, u"EventType", type)) return false;
-  return EqualsWhenGiven(rule, u"EventID", record.eventCode) &&
-         EqualsWhenGiven(rule, u"EventSource", record.sourceName) && AgreesWithMessage(rule, record.message);
+  return EqualsWhenGiven(rule, u"EventID", record.eventCode) && EqualsWhenGiven(rule, u"EventSource", record.sourceName) &&
+         AgreesWithMessage(rule, record.message);
 }
 
 }  // namespace ovs

@@ -238,7 +238,7 @@ Text App_FileSystem::GetTempFile(TextView sAltPath, bool bRemoveFileBeforeReturn
       proc.Log(u"Could not create path!");
       return Text();
     }
-    const Text path = NewTempName(folder);
+    Text path = NewTempName(folder);
     if (path.empty() || !files_.Write(path, {})) {
       proc.Log(u"GetTempFileNameW failure!", EventType::ApiError);
       return Text();

@@ -68,8 +68,8 @@ bool App_FileSystem::SaveTextToFile(TextView sText, TextView sFile, SaveMode mod
   proc.ByVal(u"SaveMode", mode);
   return proc.Run(false, [&] {
     SaveOutcome outcome = Save(sText, sFile, mode);
-    const bool folderMayMiss = outcome.systemError == SystemErrorNumber::kPathNotFound ||
-                               outcome.systemError == SystemErrorNumber::kFileNotFound;
+    const bool folderMayMiss =
+        outcome.systemError == SystemErrorNumber::kPathNotFound || outcome.systemError == SystemErrorNumber::kFileNotFound;
     const Text folder = App_FilePath::FolderOf(sFile);
     std::uint32_t failReason = 0;
     if (!outcome.ok && folderMayMiss && !DirExist(folder) && EnsureDirExists(folder, failReason)) {

@@ -117,8 +117,7 @@ bool HoldsEmpty(const std::vector<Text>& strings) {
 
 }  // namespace
 
-bool App_Registry::AddRegFlagWOW64(os::RootKey RootHKEY, Text& sRegKey, std::uint32_t& lDesiredSAM,
-                                   bool bIsGuestSession) {
+bool App_Registry::AddRegFlagWOW64(os::RootKey RootHKEY, Text& sRegKey, std::uint32_t& lDesiredSAM, bool bIsGuestSession) {
   Proc proc(kModule, u"AddRegFlagWOW64", ProcKind::Function);
   const TextView root = RootKeyLongName(RootHKEY);
   proc.ByVal(u"RootHKEY", root);
@@ -231,8 +230,7 @@ Text App_Registry::RegReadString(os::RootKey RootHKEY, TextView sRegKey, TextVie
   return expandable ? expandable->text : Text();
 }
 
-bool App_Registry::WriteTyped(Proc& proc, os::RegistryKey& key, TextView name, std::uint32_t type,
-                              std::string_view data) {
+bool App_Registry::WriteTyped(Proc& proc, os::RegistryKey& key, TextView name, std::uint32_t type, std::string_view data) {
   const std::uint32_t code = key.SetData(name, type, data);
   if (code == 0) return true;
   LogFailure(proc, Text(u"RegSetValueExW ").append(TypeName(type)), code);

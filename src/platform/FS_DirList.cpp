@@ -17,8 +17,8 @@ namespace {
 
 constexpr TextView kModule = u"FS_DirList";
 constexpr std::int32_t kAllAttributes = 167;
-constexpr std::uint32_t kFilteredAttributes = os::FileAttribute::kReadOnly | os::FileAttribute::kHidden |
-                                              os::FileAttribute::kSystem | os::FileAttribute::kArchive;
+constexpr std::uint32_t kFilteredAttributes =
+    os::FileAttribute::kReadOnly | os::FileAttribute::kHidden | os::FileAttribute::kSystem | os::FileAttribute::kArchive;
 // No path is longer, so that even a folder that contains itself ends.
 constexpr std::size_t kLongestPath = 32767;
 
@@ -37,8 +37,8 @@ void FS_DirList::InitClassVars() {
     RecursionLevel = -1;
     ReturnObjectType = DirListObject::ReportedPath;
     joinedMasks_.clear();
-    for (std::vector<Text>* list : {&searchPaths_, &masks_, &fileExclusions_, &dirExclusions_, &fileNames_,
-                                    &filesFullPath_, &filesOnDisk_, &dirsOnDisk_}) {
+    for (std::vector<Text>* list : {&searchPaths_, &masks_, &fileExclusions_, &dirExclusions_, &fileNames_, &filesFullPath_,
+                                    &filesOnDisk_, &dirsOnDisk_}) {
       list->clear();
     }
   });
@@ -88,9 +88,9 @@ std::optional<FS_DirList::OpenFolder> FS_DirList::List(TextView sPath, std::int3
     OpenFolder listed{App_FilePath::JoinPath(sPath, {}), {}, 0, lRecursionLevel};
     if (!files_.List(listed.pathBS, listed.entries)) {
       const std::uint32_t number = PendingSystemError();
-      if (listed.entries.empty() && (number == SystemErrorNumber::kFileNotFound ||
-                                     number == SystemErrorNumber::kPathNotFound ||
-                                     number == SystemErrorNumber::kNotADirectory)) {
+      if (listed.entries.empty() &&
+          (number == SystemErrorNumber::kFileNotFound || number == SystemErrorNumber::kPathNotFound ||
+           number == SystemErrorNumber::kNotADirectory)) {
         TakePendingSystemError();
         proc.Log(u"Path does not exist!", EventType::Normal, Text(u"sPath=").append(sPath));
         return;
@@ -131,7 +131,7 @@ std::optional<std::size_t> FS_DirList::Greatest(Proc& proc, KeyOf keyOf) {
   decltype(keyOf(filesOnDisk_[0])) bestKey{};
   for (std::size_t at = 0; at < filesOnDisk_.size(); ++at) {
     auto key = keyOf(filesOnDisk_[at]);
-    if (!key || (best && !(*key > *bestKey))) continue;
+    if (!key || (bestKey && *key <= *bestKey)) continue;
     best = at;
     bestKey = key;
   }

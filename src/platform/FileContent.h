@@ -14,7 +14,7 @@ inline constexpr std::uint64_t kMaxTextFileBytes = 16u << 20;
 
 enum class ReadOutcome {
   Ok,
-  Missing,   // neither file nor folder of that name
+  Missing,  // neither file nor folder of that name
   IsFolder,
   TooLarge,  // more bytes than the limit
   Failed,    // the system refused; its number is the pending system error

@@ -57,9 +57,7 @@ void LineScanner::Feed(std::string_view bytes, const Sink& sink) {
   KeepEnd();
 }
 
-Text LineScanner::FoldedTail() const {
-  return Fold(DecodeBytes(pending_, encoding_));
-}
+Text LineScanner::FoldedTail() const { return Fold(DecodeBytes(pending_, encoding_)); }
 
 bool ScanFile(os::ReadFile& file, LineScanner& scanner, const LineScanner::Sink& sink) {
   std::vector<char> buffer(kChunk);

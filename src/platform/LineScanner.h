@@ -49,11 +49,11 @@ class LineScanner {
   FileEncoding encoding_;
   std::size_t unitBytes_;
   std::size_t maxLineBytes_;
-  std::size_t markLeft_;         // bytes of the byte-order mark still to be skipped
+  std::size_t markLeft_;          // bytes of the byte-order mark still to be skipped
   std::uint64_t lineOffset_ = 0;  // of the unfinished line
-  bool cut_ = false;             // the unfinished line has lost its beginning
-  std::string pending_;          // the unfinished line
-  std::size_t searched_ = 0;     // how much of it holds no line break
+  bool cut_ = false;              // the unfinished line has lost its beginning
+  std::string pending_;           // the unfinished line
+  std::size_t searched_ = 0;      // how much of it holds no line break
 };
 
 // Feeds a whole file from its beginning. False when the system refuses to read it (see the pending system error).

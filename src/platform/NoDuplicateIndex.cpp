@@ -114,8 +114,7 @@ std::optional<std::uint64_t> LineTable::Find(std::uint64_t hash) const {
   return std::nullopt;
 }
 
-NoDuplicateIndex::NoDuplicateIndex(FileEncoding encoding)
-    : encoding_(encoding), scanner_(encoding), longest_(kBuckets, 0) {
+NoDuplicateIndex::NoDuplicateIndex(FileEncoding encoding) : encoding_(encoding), scanner_(encoding), longest_(kBuckets, 0) {
   lines_.Reset(0);
 }
 

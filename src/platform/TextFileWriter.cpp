@@ -8,7 +8,6 @@ namespace ovs {
 
 namespace {
 
-
 SaveOutcome Failed() {
   SaveOutcome outcome;
   outcome.systemError = TakePendingSystemError();

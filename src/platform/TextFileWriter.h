@@ -19,9 +19,9 @@ namespace ovs {
 
 struct SaveOutcome {
   bool ok = false;
-  bool alreadyThere = false;        // nothing needed to be written
-  bool lossless = true;             // false: what the encoding cannot carry was written in another form
-  std::uint32_t systemError = 0;    // why it failed
+  bool alreadyThere = false;      // nothing needed to be written
+  bool lossless = true;           // false: what the encoding cannot carry was written in another form
+  std::uint32_t systemError = 0;  // why it failed
 };
 
 class TextFileWriter {

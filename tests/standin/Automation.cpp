@@ -1,9 +1,9 @@
 // STAND-IN for tests.
 #include "Automation.h"
 
+#include <windows.h>
 #include <objbase.h>
 #include <oleauto.h>
-#include <windows.h>
 
 #include <algorithm>
 #include <atomic>
@@ -47,9 +47,7 @@ class Arguments {
  public:
   explicit Arguments(const DISPPARAMS& params) : params_(params) {}
   std::size_t Count() const { return params_.cArgs; }
-  bool Has(std::size_t i) const {
-    return i < Count() && !(At(i).vt == VT_ERROR && At(i).scode == DISP_E_PARAMNOTFOUND);
-  }
+  bool Has(std::size_t i) const { return i < Count() && !(At(i).vt == VT_ERROR && At(i).scode == DISP_E_PARAMNOTFOUND); }
   // Converts to `type`; the caller clears `out`.
   HRESULT Get(std::size_t i, VARTYPE type, VARIANT& out) const { return VariantChangeType(&out, &At(i), 0, type); }
 
@@ -85,8 +83,8 @@ class AutomationObject : public IDispatch {
   }
   HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return DISP_E_BADINDEX; }
   HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) override;
-  HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD kind, DISPPARAMS* params, VARIANT* result,
-                                   EXCEPINFO* info, UINT* argument) override;
+  HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD kind, DISPPARAMS* params, VARIANT* result, EXCEPINFO* info,
+                                   UINT* argument) override;
 
  protected:
   AutomationObject() { ++liveObjects; }
@@ -125,8 +123,8 @@ HRESULT Raise(const Answer& answer, EXCEPINFO* info) {
   return DISP_E_EXCEPTION;
 }
 
-HRESULT AutomationObject::Invoke(DISPID id, REFIID, LCID, WORD kind, DISPPARAMS* params, VARIANT* result,
-                                 EXCEPINFO* info, UINT*) {
+HRESULT AutomationObject::Invoke(DISPID id, REFIID, LCID, WORD kind, DISPPARAMS* params, VARIANT* result, EXCEPINFO* info,
+                                 UINT*) {
   const auto members = Members();
   if (!params) return E_INVALIDARG;
   if (id < 1 || static_cast<std::size_t>(id) > members.size()) return DISP_E_MEMBERNOTFOUND;
@@ -173,11 +171,10 @@ class Record final : public AutomationObject {
 
  private:
   std::span<const Member> Members() const override {
-    static constexpr Member kMembers[] = {
-        {L"EventType", DISPATCH_PROPERTYGET},    {L"Type", DISPATCH_PROPERTYGET},
-        {L"EventCode", DISPATCH_PROPERTYGET},    {L"SourceName", DISPATCH_PROPERTYGET},
-        {L"Message", DISPATCH_PROPERTYGET},      {L"Logfile", DISPATCH_PROPERTYGET},
-        {L"TimeGenerated", DISPATCH_PROPERTYGET}};
+    static constexpr Member kMembers[] = {{L"EventType", DISPATCH_PROPERTYGET},    {L"Type", DISPATCH_PROPERTYGET},
+                                          {L"EventCode", DISPATCH_PROPERTYGET},    {L"SourceName", DISPATCH_PROPERTYGET},
+                                          {L"Message", DISPATCH_PROPERTYGET},      {L"Logfile", DISPATCH_PROPERTYGET},
+                                          {L"TimeGenerated", DISPATCH_PROPERTYGET}};
     static_assert(std::size(kMembers) == kProperties.size());
     return kMembers;
   }
@@ -349,8 +346,7 @@ class Services final : public AutomationObject {
     return right ? Subscribe(result) : Answer{kInvalidQuery, L"SWbemServicesEx", L"Stand-in: invalid query"};
   }
   static Answer Subscribe(VARIANT& result) {
-    if (SwitchIsOn(kFailQueryValue))
-      return {kAccessDenied, L"SWbemServicesEx", L"Stand-in: the query was ordered to fail"};
+    if (SwitchIsOn(kFailQueryValue)) return {kAccessDenied, L"SWbemServicesEx", L"Stand-in: the query was ordered to fail"};
     const std::wstring feed = ConfiguredFeed();
     if (feed.empty()) return {kNoFeed, L"SWbemServicesEx", L"Stand-in: no feed is configured"};
     PutObject(result, new EventSource(feed));

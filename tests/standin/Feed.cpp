@@ -1,8 +1,8 @@
 // STAND-IN for tests.
 #include "Feed.h"
 
-#include <objbase.h>
 #include <windows.h>
+#include <objbase.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -96,10 +96,10 @@ ProgressFile::ProgressFile(const std::wstring& feed)
 void ProgressFile::Write(const Progress& progress) {
   if (!file_) return;
   char text[128];
-  const int length = std::snprintf(
-      text, sizeof text, "delivered %llu skipped %llu failed %llu calls %llu\n",
-      static_cast<unsigned long long>(progress.delivered), static_cast<unsigned long long>(progress.skipped),
-      static_cast<unsigned long long>(progress.failed), static_cast<unsigned long long>(progress.calls));
+  const int length =
+      std::snprintf(text, sizeof text, "delivered %llu skipped %llu failed %llu calls %llu\n",
+                    static_cast<unsigned long long>(progress.delivered), static_cast<unsigned long long>(progress.skipped),
+                    static_cast<unsigned long long>(progress.failed), static_cast<unsigned long long>(progress.calls));
   OVERLAPPED start{};
   DWORD written = 0;
   WriteFile(file_.get(), text, static_cast<DWORD>(length), &written, &start);

@@ -1,8 +1,8 @@
 // STAND-IN for tests: the COM server. The class object behind the moniker's prefix turns the whole display name into a
 // moniker for the services object.
+#include <windows.h>
 #include <objbase.h>
 #include <oleidl.h>
-#include <windows.h>
 
 #include <atomic>
 #include <cwchar>

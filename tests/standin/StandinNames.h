@@ -18,7 +18,6 @@ inline constexpr wchar_t kFeedVariable[] = L"OVS_STANDIN_FEED";
 
 // The only moniker and the only query that are accepted, to the letter.
 inline constexpr wchar_t kMoniker[] = L"winmgmts:{(Security)}\\\\.\\root\\cimv2";
-inline constexpr wchar_t kQuery[] =
-    L"Select * From __InstanceCreationEvent Where TargetInstance isa 'Win32_NTLogEvent'";
+inline constexpr wchar_t kQuery[] = L"Select * From __InstanceCreationEvent Where TargetInstance isa 'Win32_NTLogEvent'";
 
 }  // namespace ovs::standin

@@ -46,8 +46,8 @@ BOOL CALLBACK PrintChild(HWND child, LPARAM) {
   wchar_t text[4096] = L"";
   GetClassNameW(child, kind, static_cast<int>(std::size(kind)));
   DWORD_PTR length = 0;
-  SendMessageTimeoutW(child, WM_GETTEXT, std::size(text), reinterpret_cast<LPARAM>(text), SMTO_ABORTIFHUNG,
-                      kAnswerWithin, &length);
+  SendMessageTimeoutW(child, WM_GETTEXT, std::size(text), reinterpret_cast<LPARAM>(text), SMTO_ABORTIFHUNG, kAnswerWithin,
+                      &length);
   Say("  " + Utf8(kind) + " id " + std::to_string(GetDlgCtrlID(child)) + ": \"" + Utf8(text) + "\"");
   return TRUE;
 }

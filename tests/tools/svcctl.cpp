@@ -61,15 +61,14 @@ std::optional<DWORD> ToState(const wchar_t* text) {
 
 bool Query(SC_HANDLE service, SERVICE_STATUS_PROCESS& status) {
   DWORD needed = 0;
-  return QueryServiceStatusEx(service, SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status), sizeof status,
-                              &needed);
+  return QueryServiceStatusEx(service, SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status), sizeof status, &needed);
 }
 
 int Install(SC_HANDLE manager, const wchar_t* path) {
   const std::wstring quoted = L"\"" + std::wstring(path) + L"\"";
   const Service made(CreateServiceW(manager, kService, L"Orvanta Event Service", SERVICE_ALL_ACCESS,
-                                    SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL,
-                                    quoted.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr));
+                                    SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_NORMAL, quoted.c_str(),
+                                    nullptr, nullptr, nullptr, nullptr, nullptr));
   return Result("install", made != nullptr);
 }
 

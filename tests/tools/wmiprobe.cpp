@@ -7,10 +7,10 @@
 //   --moniker TEXT, --query TEXT   other texts than the service's
 //   --quiet         prints no records, but at the end how much memory the process gained after the first tenth of them
 // Exit codes: 0 all received, 1 something failed (error number, source and description are printed), 2 usage.
+#include <windows.h>
 #include <objbase.h>
 #include <oleauto.h>
 #include <psapi.h>
-#include <windows.h>
 
 #include <array>
 #include <memory>
@@ -240,9 +240,8 @@ int wmain(int argc, wchar_t** argv) try {
   CoUninitialize();
   return 0;
 } catch (const std::invalid_argument& error) {
-  Say(std::string(
-          "usage: wmiprobe [--count N] [--timeout MS] [--go-on] [--mta] [--quiet] [--moniker TEXT] [--query TEXT]\n"
-          "not understood: ") +
+  Say(std::string("usage: wmiprobe [--count N] [--timeout MS] [--go-on] [--mta] [--quiet] [--moniker TEXT] [--query TEXT]\n"
+                  "not understood: ") +
       error.what());
   return 2;
 } catch (const std::exception& error) {

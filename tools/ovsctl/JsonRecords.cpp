@@ -68,8 +68,8 @@ bool ParseJsonRecord(std::string_view line, RawRecord& out, std::string& reason)
     reason = "not a JSON object";
     return false;
   }
-  out = {ToRawValue(object, "EventType"),  ToRawValue(object, "Type"),    ToRawValue(object, "EventCode"),
-         ToRawValue(object, "SourceName"), ToRawValue(object, "Message"), ToRawValue(object, "Logfile"),
+  out = {ToRawValue(object, "EventType"),    ToRawValue(object, "Type"),    ToRawValue(object, "EventCode"),
+         ToRawValue(object, "SourceName"),   ToRawValue(object, "Message"), ToRawValue(object, "Logfile"),
          ToRawValue(object, "TimeGenerated")};
   return true;
 }

@@ -14,8 +14,7 @@ int main(int argc, char** argv) {
       "replay",
       "Run the rules of an application folder over recorded event records (JSON lines) and count the alerts.\n"
       "Example: ovsctl replay --app C:\\Orvanta records.jsonl");
-  replayCommand
-      ->add_option("--app", replay.applicationFolder, "Application folder: the one that holds Config\\Orvanta.ini")
+  replayCommand->add_option("--app", replay.applicationFolder, "Application folder: the one that holds Config\\Orvanta.ini")
       ->required();
   replayCommand->add_flag("--write-logs", replay.writeLogs,
                           "Append to the two event logs of the application folder, as the service would");

@@ -9,8 +9,9 @@
 
 namespace ovs::os {
 
-// The full path, as the Files port wants it, of a path that a user typed (UTF-8): "logs/app" natively gives "Z:\...\logs\app".
-// The file need not exist. None when it is no path the port can carry; the pending system error tells why.
+// The full path, as the Files port wants it, of a path that a user typed (UTF-8): "logs/app" natively gives
+// "Z:\...\logs\app". The file need not exist. None when it is no path the port can carry; the pending system error tells
+// why.
 [[nodiscard]] std::optional<Text> FullPathOfArgument(std::string_view argument);
 
 }  // namespace ovs::os

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "base/Fold.h"
 #include "base/WindowsPath.h"
 #include "base/os/Files.h"
 #include "base/os/PendingError.h"
@@ -159,6 +160,29 @@ bool PosixFiles::MakeSureDirectoryPathExists(TextView path) {
   return true;
 }
 
+// The order in which NTFS keeps a folder: the same rule files are tested in the same order on every build.
+bool NamedBefore(const DirEntry& a, const DirEntry& b) {
+  const int order = CompareFolded(a.name, b.name);
+  return order != 0 ? order < 0 : a.name < b.name;
+}
+
+bool ReadEntries(DIR* dir, std::vector<DirEntry>& out) {
+  for (;;) {
+    errno = 0;
+    const dirent* entry = readdir(dir);
+    if (entry == nullptr) return errno == 0 || FailErrno(errno);
+    const std::string_view name = entry->d_name;
+    if (name == "." || name == "..") continue;
+    auto text = TextOfNative(name);
+    struct statx status {};
+    if (!text) {
+      Fail(SystemErrorNumber::kInvalidName);
+    } else if (Look(dirfd(dir), entry->d_name, AT_SYMLINK_NOFOLLOW, status)) {  // else it has gone meanwhile
+      out.push_back({std::move(*text), EntryInfo(dirfd(dir), entry->d_name, status)});
+    }
+  }
+}
+
 bool PosixFiles::List(TextView folder, std::vector<DirEntry>& out) {
   const auto native = FindNative(folder);
   if (!native) return false;
@@ -167,20 +191,10 @@ bool PosixFiles::List(TextView folder, std::vector<DirEntry>& out) {
   if (fd < 0) return errno == ENOTDIR ? FailErrno(errno) : FailFolder(LookupError(errno, native->path));
   const std::unique_ptr<DIR, int (*)(DIR*)> dir(fdopendir(fd), closedir);
   if (!dir) return FailErrno(errno);
-  for (;;) {
-    errno = 0;
-    const dirent* entry = readdir(dir.get());
-    if (entry == nullptr) return errno == 0 || FailErrno(errno);
-    const std::string_view name = entry->d_name;
-    if (name == "." || name == "..") continue;
-    auto text = TextOfNative(name);
-    struct statx status {};
-    if (!text) {
-      Fail(SystemErrorNumber::kInvalidName);
-    } else if (Look(fd, entry->d_name, AT_SYMLINK_NOFOLLOW, status)) {  // else it has gone meanwhile
-      out.push_back({std::move(*text), EntryInfo(fd, entry->d_name, status)});
-    }
-  }
+  const auto before = static_cast<std::ptrdiff_t>(out.size());
+  const bool complete = ReadEntries(dir.get(), out);
+  std::sort(out.begin() + before, out.end(), NamedBefore);
+  return complete;
 }
 
 bool PosixFiles::LongPathName(TextView path, Text& out) {

@@ -55,7 +55,7 @@ class PosixSystem : public System {
       const std::string line = ToUtf8(text) + "\n";
       static_cast<void>(!write(STDERR_FILENO, line.data(), line.size()));
     } catch (const std::bad_alloc&) {
-      // There is no place left to report it to.
+      return;  // there is no place left to report it to
     }
   }
 

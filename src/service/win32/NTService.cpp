@@ -83,15 +83,16 @@ struct NTService::State {
     SetServiceStatus(statusHandle.load(), &status);
   }
 
-  static void WINAPI ServiceControlHandler(DWORD control) {
-    State* const self = running.load();
+  void OnControl(DWORD control) noexcept {
     if (control == SERVICE_CONTROL_STOP || control == SERVICE_CONTROL_SHUTDOWN) {
-      self->Report(ServiceState::StopPending);
-      SetEvent(self->stopPendingEvent.Get());
+      Report(ServiceState::StopPending);
+      SetEvent(stopPendingEvent.Get());
     } else {
-      self->Report(ServiceState::Unchanged);
+      Report(ServiceState::Unchanged);
     }
   }
+
+  static void WINAPI ServiceControlHandler(DWORD control) { running.load()->OnControl(control); }
 
   static void WINAPI ServiceMainProc(DWORD /*count*/, LPWSTR* /*arguments*/) {
     State* const self = running.load();
@@ -163,6 +164,8 @@ bool NTService::StartAsService() {
   if (!started) state_->dispatcher.Close();
   return started;
 }
+
+void NTService::ServiceControlHandler(std::uint32_t control) noexcept { state_->OnControl(control); }
 
 void NTService::ReportServiceState(ServiceState state) noexcept { state_->Report(state); }
 

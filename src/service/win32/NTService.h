@@ -1,6 +1,7 @@
 // The service control manager's side, on Windows.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "base/Text.h"
@@ -29,6 +30,10 @@ class NTService final : public ServiceHost {
   void ReportServiceState(ServiceState state) noexcept override;
   bool WaitForStopControl(std::uint32_t milliseconds) override;
   void FinishDispatcher() override;
+
+  // What happens on a control of the control manager, as the platform numbers them: stop and shutdown alike ask for the
+  // end; any other gets the present status as its answer. Called on the dispatcher thread.
+  void ServiceControlHandler(std::uint32_t control) noexcept;
 
  private:
   struct State;

@@ -78,8 +78,8 @@ std::uint32_t WriteRecord() {
 
 // One write: whoever reads the feed meanwhile sees the whole line or nothing.
 std::uint32_t AppendToFeed(const wchar_t* path) {
-  const HANDLE file = CreateFileW(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                  nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  const HANDLE file = CreateFileW(path, FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                  OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (file == INVALID_HANDLE_VALUE) return GetLastError();
   SYSTEMTIME now;
   GetSystemTime(&now);
