@@ -1,0 +1,155 @@
+#include "platform/App_Registry.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "base/Encoding.h"
+#include "base/MemoryRegistry.h"
+#include "base/os/PendingError.h"
+#include "diag/App_Debug.h"
+#include "platform/RegistryTexts.h"
+
+namespace ovs {
+namespace {
+
+constexpr os::RootKey kMachine = os::RootKey::LocalMachine;
+
+// Answers every Open with a code; remembers what was asked for.
+class RefusingRegistry final : public MemoryRegistry {
+ public:
+  std::uint32_t Open(os::RootKey root, TextView key, std::uint32_t access, std::unique_ptr<os::RegistryKey>& out) override {
+    lastKey = key;
+    lastAccess = access;
+    if (code == 0) return MemoryRegistry::Open(root, key, access, out);
+    SetPendingSystemError(code);
+    return code;
+  }
+  std::uint32_t code = 0;
+  Text lastKey;
+  std::uint32_t lastAccess = 0;
+};
+
+class RegistryTest : public ::testing::Test {
+ protected:
+  RegistryTest() : scoped_(debug) {
+    DebugSwitches switches = debug.Switches();
+    switches.verbose = true;
+    debug.SetSwitches(switches);
+    debug.SetEntryListener([this](TextView entry) { log.append(entry); });
+  }
+  bool Logged(TextView text) const { return log.find(text) != Text::npos; }
+
+  App_Debug debug;
+  ScopedDiagnostics scoped_;
+  Text log;
+  RefusingRegistry registry;
+  App_Registry helper{registry};
+};
+
+TEST_F(RegistryTest, RegKeyExistByResult) {
+  struct {
+    std::uint32_t code;
+    bool exists;
+    TextView entry;
+  } const cases[] = {
+      {2, false, u"Registry key does not exist!"},  {3, false, u"Registry key does not exist!"},
+      {5, true, u"Access Denied; Returning True!"}, {87, true, u"WARNING:  Registry key may or may not exist!"},
+      {1015, true, u"Unknown Return Value."},
+  };
+  for (const auto& each : cases) {
+    log.clear();
+    registry.code = each.code;
+    EXPECT_EQ(helper.RegKeyExist(kMachine, u"SYSTEM\\x"), each.exists) << each.code;
+    EXPECT_TRUE(Logged(each.entry)) << each.code << ToUtf8(log);
+    EXPECT_TRUE(Logged(RegResultText(each.code))) << each.code;
+    EXPECT_EQ(PendingSystemError(), 0u);
+  }
+}
+
+TEST_F(RegistryTest, ViewAdjustment) {
+  struct {
+    TextView key;
+    bool guest;
+    TextView adjusted;
+    std::uint32_t added;
+  } const cases[] = {
+      {u"SOFTWARE\\Orvanta", false, u"SOFTWARE\\Orvanta", 0x100},
+      {u"software\\classes\\CLSID", false, u"software\\classes\\CLSID", 0x100},
+      {u"SOFTWAREX\\Orvanta", false, u"SOFTWAREX\\Orvanta", 0},
+      {u"SYSTEM\\SOFTWARE\\x", false, u"SYSTEM\\SOFTWARE\\x", 0},
+      {u"SOFTWARE\\wow6432node\\Orvanta", false, u"SOFTWARE\\Orvanta", 0x200},
+      {u"SOFTWARE\\WOW6432Node\\Orvanta", true, u"SOFTWARE\\WOW6432Node\\Orvanta", 0},
+      {u"SOFTWARE\\WOW6432Node", false, u"SOFTWARE\\WOW6432Node", 0},
+  };
+  for (const auto& each : cases) {
+    Text key(each.key);
+    std::uint32_t access = os::RegAccess::kRead;
+    EXPECT_TRUE(helper.AddRegFlagWOW64(kMachine, key, access, each.guest));
+    EXPECT_EQ(key, each.adjusted) << ToUtf8(each.key);
+    EXPECT_EQ(access, os::RegAccess::kRead | each.added) << ToUtf8(each.key);
+  }
+  EXPECT_TRUE(Logged(u"Removed 'WOW6432Node\\' from non-offline/guest registry key string..."));
+  Text empty;
+  std::uint32_t access = 0;
+  EXPECT_FALSE(helper.AddRegFlagWOW64(kMachine, empty, access));
+  EXPECT_TRUE(Logged(u"Aborting; Passed empty string!"));
+  helper.RegKeyExist(kMachine, u"SOFTWARE\\x");
+  EXPECT_EQ(registry.lastAccess, os::RegAccess::kRead | os::RegAccess::kView64);
+  helper.RegKeyExist(kMachine, u"SOFTWARE\\x", true);
+  EXPECT_EQ(registry.lastAccess, os::RegAccess::kRead);
+}
+
+TEST_F(RegistryTest, ValuesComeBackAsWritten) {
+  const RegValue values[] = {Text(u"größer 日本"), Text(), std::vector<Text>{u"one", u"two"}, std::vector<Text>{},
+                             std::uint32_t{0xFFEEDDCC}};
+  for (const RegValue& value : values) {
+    ASSERT_TRUE(helper.RegWriteValue(kMachine, u"SOFTWARE\\Orvanta\\New", u"name", value));
+    EXPECT_EQ(helper.RegReadValue(kMachine, u"SOFTWARE\\Orvanta\\New", u"NAME"), value) << value.index();
+  }
+}
+
+TEST_F(RegistryTest, WhatCannotBeWrittenIsRefused) {
+  EXPECT_FALSE(helper.RegWriteValue(kMachine, u"SYSTEM\\x", u"n", std::string("bytes")));
+  EXPECT_TRUE(Logged(u"REG_BINARY not supported in this function."));
+  EXPECT_FALSE(helper.RegWriteValue(kMachine, u"SYSTEM\\x", u"n", RegExpandString(u"%x%")));
+  EXPECT_FALSE(helper.RegWriteValue(kMachine, u"SYSTEM\\x", u"n", std::vector<Text>{u"a", u"", u"b"}));
+  EXPECT_FALSE(helper.RegWriteValue(kMachine, u"", u"n", Text(u"x")));
+  EXPECT_FALSE(helper.RegKeyExist(kMachine, u"SYSTEM\\x"));
+}
+
+TEST_F(RegistryTest, StoredFormsThatOtherProgramsLeave) {
+  std::unique_ptr<os::RegistryKey> key;
+  ASSERT_EQ(registry.Create(kMachine, u"SYSTEM\\x", os::RegAccess::kWrite | os::RegAccess::kRead, key), 0u);
+  using namespace std::string_view_literals;
+  key->SetData(u"unterminated", os::RegType::kString, "a\0b\0"sv);
+  key->SetData(u"rubbish behind", os::RegType::kString, "a\0\0\0z\0"sv);
+  key->SetData(u"odd", os::RegType::kString, "a\0b"sv);
+  key->SetData(u"expand", os::RegType::kExpandString, "%\0x\0%\0\0\0"sv);
+  key->SetData(u"list", os::RegType::kMultiString, "a\0\0\0b\0"sv);
+  key->SetData(u"binary", os::RegType::kBinary, "\x01\0\x02"sv);
+  key->SetData(u"short number", os::RegType::kDword, "\x01\0"sv);
+  const auto read = [&](TextView name) { return helper.RegReadValue(kMachine, u"SYSTEM\\x", name); };
+  EXPECT_EQ(read(u"unterminated"), RegValue(Text(u"ab")));
+  EXPECT_EQ(read(u"rubbish behind"), RegValue(Text(u"a")));
+  EXPECT_EQ(read(u"odd"), RegValue(Text(u"a")));
+  EXPECT_EQ(read(u"expand"), RegValue(RegExpandString(u"%x%")));
+  EXPECT_EQ(read(u"list"), RegValue(std::vector<Text>{u"a", u"b"}));
+  EXPECT_EQ(read(u"binary"), RegValue(std::string("\x01\0\x02"sv)));
+  EXPECT_EQ(read(u"short number"), RegValue());
+  EXPECT_EQ(read(u"missing"), RegValue());
+  EXPECT_TRUE(Logged(u"RegQueryValueExW REG_SZ (Length)"));
+  EXPECT_EQ(helper.RegReadString(kMachine, u"SYSTEM\\x", u"expand"), u"%x%");
+  EXPECT_EQ(helper.RegReadString(kMachine, u"SYSTEM\\x", u"binary"), u"");
+}
+
+TEST(RegistryTexts, NamesAndUnknowns) {
+  EXPECT_EQ(RootKeyShortName(kMachine), u"HKLM");
+  EXPECT_EQ(RootKeyLongName(os::RootKey::DynData), u"HKEY_DYN_DATA");
+  EXPECT_EQ(RootKeyLongName(static_cast<os::RootKey>(0x80000007)), u"");
+  EXPECT_EQ(RegResultText(2), u"The system cannot find the file specified. (key)");
+  EXPECT_EQ(RegResultText(1013), u"The configuration registry key could not be written.");
+}
+
+}  // namespace
+}  // namespace ovs
