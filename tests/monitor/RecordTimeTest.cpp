@@ -1,0 +1,48 @@
+#include "monitor/RecordTime.h"
+
+#include <gtest/gtest.h>
+
+#include "base/Encoding.h"
+#include "fakes/FakeClock.h"
+#include "fakes/MemoryFiles.h"
+
+namespace ovs {
+namespace {
+
+Text Shown(TextView timeGenerated, DisplayFlags flags) {
+  fakes::MemoryFiles files;
+  fakes::FakeClock clock;
+  fakes::FakeTimeZone zone;
+  App_Time time(clock, zone, files);
+  return RecordTimeText(time, timeGenerated, flags);
+}
+
+TEST(RecordTimeText, FormsAndOddTexts) {
+  constexpr DisplayFlags kPlain{.timesInUTC = true, .dateYearFirst = false, .timeAs24Hour = false};
+  constexpr DisplayFlags kIso{.timesInUTC = true, .dateYearFirst = true, .timeAs24Hour = true};
+  struct {
+    TextView given;
+    DisplayFlags flags;
+    TextView shown;
+  } const cases[] = {
+      {u"20240307130509.123456-000", kPlain, u"03/07/2024 01:05:09 PM"},
+      {u"20240307130509.123456+060", kIso, u"2024/03/07 13:05:09"},
+      {u"20240307000000", kPlain, u"03/07/2024 12:00:00 AM"},
+      {u"20240307120000", kPlain, u"03/07/2024 12:00:00 PM"},
+      {u"20240307", kIso, u"2024/03/07 00:00:00"},
+      {u"202403071", kIso, u"2024/03/07 01:00:00"},
+      {u"2024xx07130509", kIso, u"2023/12/07 13:05:09"},
+      {u"20240300130509", kIso, u"2024/02/29 13:05:09"},
+      {u"20241332256175", kIso, u"2025/02/02 02:02:15"},
+      {u"00290101000000", kIso, u"2029/01/01 00:00:00"},
+      {u"00300101000000", kIso, u"1930/01/01 00:00:00"},
+      {u"", kIso, u"1999/11/30 00:00:00"},
+      {u"not a time", kIso, u"1999/11/30 00:00:00"},
+  };
+  for (const auto& each : cases) {
+    EXPECT_EQ(Shown(each.given, each.flags), each.shown) << ToUtf8(each.given);
+  }
+}
+
+}  // namespace
+}  // namespace ovs

@@ -1,0 +1,36 @@
+// What of the service control manager's side shows without one. The rest is tested end to end.
+#include "service/win32/NTService.h"
+
+#include <gtest/gtest.h>
+
+namespace ovs {
+namespace {
+
+TEST(NTService, StopAndShutdownAskForTheEndAndOthersDoNot) {
+  struct {
+    std::uint32_t control;
+    bool asksForTheEnd;
+  } const cases[] = {{1, true}, {5, true}, {4, false}, {2, false}, {3, false}, {6, false}, {128, false}};
+  for (const auto& each : cases) {
+    NTService service(u"C:\\none.exe");
+    service.CreateEvents();
+    service.ServiceControlHandler(each.control);
+    // A wait that ends does so at once. The event stays set: a control that came first is still seen later.
+    const std::uint32_t patience = each.asksForTheEnd ? 60'000 : 1;
+    EXPECT_EQ(service.WaitForStopControl(patience), each.asksForTheEnd) << each.control;
+    EXPECT_EQ(service.WaitForStopControl(patience), each.asksForTheEnd) << each.control;
+    service.CloseEvents();
+  }
+}
+
+TEST(NTService, TheFirstInstanceOfAProgramFileHoldsItsPlace) {
+  NTService first(u"C:\\Orvanta Test\\Program.exe");
+  EXPECT_FALSE(first.AnotherInstanceRuns());
+  EXPECT_TRUE(NTService(u"c:\\ORVANTA test\\program.EXE").AnotherInstanceRuns());
+  EXPECT_FALSE(NTService(u"C:\\Orvanta Test\\Other.exe").AnotherInstanceRuns());
+}
+
+TEST(NTService, ThisIsAnNtSystem) { EXPECT_TRUE(NTService(u"x").IsWindowsNT()); }
+
+}  // namespace
+}  // namespace ovs
