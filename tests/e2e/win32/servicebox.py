@@ -16,6 +16,13 @@ PROGRAM = "OrvantaEventService.exe"
 LIMIT = 60  # seconds; no step takes longer
 
 
+def command_line(process):
+    try:
+        return (process / "cmdline").read_bytes()
+    except OSError:  # it has ended meanwhile
+        return b""
+
+
 class ServiceBox:
     def __init__(self, app):
         self.bin = pathlib.Path(os.environ["OVS_BIN"])
@@ -108,12 +115,21 @@ class ServiceBox:
         """Both keys of the stop protocol, turned by the project's own tool."""
         return self.run("ovsstop", "--wait", str(LIMIT), "--append-feed", self.windows(self.feed), *options)
 
+    def runs(self):
+        """Whether a process of the application folder's program is there. Wine's control manager does not notice when a
+        service's process has ended, so its word does not count for that."""
+        program = self.windows(self.app / PROGRAM).encode()
+        return any(program in command_line(process) for process in pathlib.Path("/proc").glob("[0-9]*"))
+
+    def await_end(self):
+        self.wait_until(lambda: not self.runs(), "process ended")
+
     def remove(self):
         """Ends the service whatever it does, and forgets it."""
-        found = re.search(r"state \d+ (\w+).*process (\d+)", self.run("svcctl", "query", expect=None))
-        if found and found[1] != "STOPPED" and found[2] != "0":
-            self.run("taskkill", "/f", "/pid", found[2], expect=None)
-            self.run("svcctl", "wait", "STOPPED", "10", expect=None)
+        found = re.search(r"process ([1-9]\d*)", self.run("svcctl", "query", expect=None))
+        if found and self.runs():
+            self.run("taskkill", "/f", "/pid", found[1], expect=None)
+            self.await_end()
         self.forget()
         self.run("standin-setup", "unregister", expect=None)
 

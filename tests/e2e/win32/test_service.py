@@ -1,0 +1,185 @@
+"""The shipped service program, installed and started by the service control manager, over recorded event records."""
+
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import unittest
+
+from servicebox import LIMIT, PROGRAM, ServiceBox
+
+ROOT = pathlib.Path(__file__).resolve().parents[3]
+STOP_PHRASE = "Orvanta - STOPPING Event Service..."
+CHANNELS = [
+    "Microsoft-Windows-Windows Defender/Operational",
+    "Microsoft-Windows-Windows Firewall With Advanced Security/Firewall",
+    "Microsoft-Windows-WindowsUpdateClient/Operational",
+]
+RULE = b"[LogFile]\r\nSystem=1\r\n[EventType]\r\nError=1\r\n"
+
+
+def record(message, **values):
+    fields = {"EventType": 1, "Type": "Error", "EventCode": "7", "SourceName": "src", "Message": message,
+              "Logfile": "System", "TimeGenerated": "20240307130509.000000-000"}
+    return json.dumps(fields | values) + "\n"
+
+
+class ServiceTest(unittest.TestCase):
+    def setUp(self):
+        self.box = ServiceBox(pathlib.Path(os.environ["WINEPREFIX"]) / "Test App" / self.id().split(".")[-1])
+        self.box.prepare()
+        (self.box.app / "Config").mkdir()
+        (self.box.app / "Config" / "Orvanta.ini").write_bytes(b"[Config]\r\nDisplayEventLogTimesInUTC=1\r\n")
+        self.box.install()
+        self.addCleanup(self.box.remove)
+
+    def add_rule(self, name="A.DAT", content=RULE):
+        rules = self.box.app / "Config" / "Rules"
+        rules.mkdir(exist_ok=True)
+        (rules / name).write_bytes(content)
+
+    def log(self, name="EventLogs.txt"):
+        path = self.box.app / name
+        return path.read_bytes().decode() if path.exists() else ""
+
+    def test_life_from_start_to_both_keys(self):
+        box = self.box
+        box.start()
+        self.assertIn("type 16, accepts 5, exit code 0, service exit code 0, checkpoint 0, wait hint 0", box.query())
+        box.run("svcctl", "interrogate")
+        self.assertEqual(box.state(), "RUNNING")
+        box.wait_until((box.app / "Config" / "Rules").is_dir, "rules folder made at start")
+        self.add_rule("Low Disk.DAT")
+        box.append(record("one"))
+        box.await_handled(1)
+        self.assertEqual(self.log(), "03/07/2024 01:05:09 PM\r\nRule: Low Disk\r\n"
+                         "Event ID: 7 / Event Type: Error (1) / Source Name: src / Event Log: System\r\nMessage: one\r\n")
+        self.assertEqual(self.log("EventLogs_RuleNamesOnly.txt"), "03/07/2024 01:05:09 PM  -  Low Disk\r\n")
+        self.assertIn("stopped", box.stop())
+        self.assertIn("state 1 STOPPED", box.query())
+        self.assertIn("exit code 0", box.query())
+
+    def test_control_before_phrase(self):
+        box = self.box
+        self.add_rule()
+        box.start()
+        box.run("svcctl", "stop")
+        box.await_state("STOP_PENDING")
+        box.append(record("still handled"))
+        box.await_handled(1)
+        self.assertIn("still handled", self.log())
+        self.assertEqual(box.state(), "STOP_PENDING")
+        box.append(record(STOP_PHRASE))
+        box.await_state("STOPPED")
+
+    def test_phrase_before_control(self):
+        box = self.box
+        self.add_rule()
+        box.start()
+        box.append(record("xx " + STOP_PHRASE.lower() + " xx") + record("no longer handled"))
+        box.wait_until(lambda: box.progress().get("delivered") == 1, "phrase delivered")
+        self.assertEqual(box.state(), "RUNNING")
+        box.run("svcctl", "stop")
+        box.await_state("STOPPED")
+        self.assertEqual(box.progress()["calls"], 1)
+        self.assertEqual(self.log(), "")
+
+    def test_started_by_hand_it_says_so(self):
+        # Wine lets a program wait for ever that offers itself to the control manager while the service that was started
+        # last still runs; Wine's own services are such. Ours is stopped.
+        self.box.start()
+        self.box.stop()
+        self.box.count.unlink()
+        command = self.box.command(str(self.box.app / PROGRAM))
+        with subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as hand:
+            try:
+                shown = self.box.run("press", "Orvanta Event Service", "1", str(LIMIT))
+                self.assertEqual(hand.wait(LIMIT), 0)
+            finally:
+                hand.kill()
+        self.assertIn('"This program must be started as a service."', shown)
+        self.assertEqual(self.box.progress(), {}, "no connection was made")
+
+    def test_second_instance_ends_quietly(self):
+        self.box.start()
+        self.box.run(str(self.box.app / PROGRAM))
+        self.assertEqual(self.box.state(), "RUNNING")
+        self.box.stop()
+
+    def test_channel_keys_are_made_once(self):
+        box = self.box
+        keys = ["HKLM\\SYSTEM\\CurrentControlSet\\services\\eventlog\\" + channel for channel in CHANNELS]
+        for key in keys:
+            box.run("reg", "delete", key, "/f", expect=None)
+        box.start()
+        box.stop()
+        for key in keys:
+            self.assertIn("REG_SZ", box.run("reg", "query", key, "/ve"), key)
+        box.run("reg", "add", keys[1], "/ve", "/d", "kept", "/f")
+        box.start()
+        box.stop()
+        self.assertIn("kept", box.run("reg", "query", keys[1], "/ve"))
+
+    def test_a_source_that_fails_ends_the_process_without_a_stopped_report(self):
+        box = self.box
+        self.add_rule()
+        for fail_query, fail_connect in (("1", "0"), ("0", "1")):
+            box.set_standin(fail_query, fail_connect)
+            self.start_and_die()
+        box.set_standin("0", "0")
+        for order in ({"standin": "fail-nextevent"}, {"standin": "fail-property", "name": "Message"}):
+            box.feed.write_text(record("before") + json.dumps(order) + "\n" + record("after"))
+            self.start_and_die()
+        self.assertEqual(self.log().count("before"), 2)
+        self.assertNotIn("after", self.log())
+
+    def start_and_die(self):
+        self.box.start(wait=None)
+        self.box.await_end()
+        self.assertEqual(self.box.state(), "RUNNING", "the last state that was reported")
+        self.box.install()
+
+    def test_odd_values_and_files_are_survived(self):
+        box = self.box
+        self.add_rule()
+        self.add_rule("Binary.DAT", bytes(range(256)))
+        self.add_rule("Empty.DAT", b"")
+        (box.app / "Config" / "Rules" / "Folder.DAT").mkdir()
+        box.start()
+        nulls = dict.fromkeys(["Type", "EventCode", "SourceName", "Message", "TimeGenerated"])
+        box.append(record(None, **nulls, EventType=1) + record(" a\0b ") + record("x" * 1_000_000) +
+                   record({"date": 45358.5}) + record("last", EventType=None))
+        box.await_handled(5)
+        log = self.log()
+        self.assertIn("Event ID:  / Event Type:  (1) / Source Name:  / Event Log: System\r\nMessage: \r\n", log)
+        self.assertIn("Message: ab\r\n", log)
+        self.assertIn("Message: " + "x" * 1_000_000 + "\r\n", log)
+        self.assertIn("Message: 3/7/2024 12:00:00 PM\r\n", log)
+        self.assertIn("Event Type: Error (0) / Source Name: src / Event Log: System\r\nMessage: last\r\n", log)
+        box.stop()
+
+    def test_all_sample_records_give_the_logs_of_the_native_replay(self):
+        box = self.box
+        samples = ROOT / "tests" / "data" / "records.jsonl"
+        shutil.copytree(ROOT / "demo" / "app", box.app, dirs_exist_ok=True)
+        for log in ("System", "Application", "Security"):
+            self.add_rule(f"All of {log}.DAT", b"[LogFile]\n" + log.encode() + b"=1\n[EventType]\nError=1\nWarning=1\n"
+                          b"Info=1\nSuccess=1\nFailure=1\n")
+        replayed = box.app.with_name("replayed")
+        shutil.rmtree(replayed, ignore_errors=True)
+        shutil.copytree(box.app, replayed)
+        subprocess.run([os.environ["OVS_NATIVE_OVSCTL"], "replay", "--app", replayed, "--write-logs", samples], check=True,
+                       stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=LIMIT)
+        box.append(samples.read_bytes())
+        box.start()
+        box.await_handled(len(samples.read_bytes().splitlines()))
+        box.stop()
+        for name in ("EventLogs.txt", "EventLogs_RuleNamesOnly.txt"):
+            written = (box.app / name).read_bytes()
+            self.assertGreater(len(written), 10_000)
+            self.assertEqual(written, (replayed / name).read_bytes(), name)
+
+
+if __name__ == "__main__":
+    unittest.main()
