@@ -12,7 +12,7 @@ packages=(
   g++-mingw-w64-x86-64-posix                        # Windows build
   wine wine64                                       # runs it
   libcli11-dev libgtest-dev googletest nlohmann-json3-dev
-  clang-format clang-tidy                           # checks
+  clang-format clang-tidy-19                        # checks
   unicode-data                                      # source of the folding table
 )
 

@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# Builds everything and runs every test and check. One part alone: --native, --windows or --checks.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. scripts/lib.sh
+
+part=${1:-all}
+case $part in
+  all | --native | --windows | --checks) ;;
+  *) fail "usage: scripts/test.sh [--native | --windows | --checks]" ;;
+esac
+wants() { [ "$part" = all ] || [ "$part" = "$1" ]; }
+start=$SECONDS
+scripts/setup.sh
+
+if wants --native; then
+  say "Native build with AddressSanitizer and UndefinedBehaviorSanitizer"
+  build native-asan
+  export ASAN_OPTIONS=detect_stack_use_after_return=1 UBSAN_OPTIONS=print_stacktrace=1
+  ctest --preset native-asan --parallel "$(nproc)" --progress
+fi
+
+if wants --windows; then
+  say "Windows build, tests under Wine"
+  # The replay that the service's logs are compared with is the native one.
+  build native-release ovsctl
+  build windows-x64
+  scripts/with-wine.sh build/wine-tests ctest --preset windows-x64 --progress
+fi
+
+if wants --checks; then
+  say "Checks"
+  scripts/check.sh
+fi
+say "All passed in $((SECONDS - start)) s"
