@@ -1,10 +1,13 @@
 # Warnings and code generation. Everything of ours links ovs_warnings privately; libraries from elsewhere do not.
 add_library(ovs_warnings INTERFACE)
+# Warnings are g++'s, the compiler that both builds use.
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
 target_compile_options(ovs_warnings INTERFACE
   "$<$<COMPILE_LANGUAGE:CXX>:-Wall;-Wextra;-Wpedantic;-Wshadow;-Wconversion;-Wsign-conversion;-Wold-style-cast>"
   "$<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor;-Woverloaded-virtual;-Wnull-dereference;-Wextra-semi;-Werror>"
   # g++ 12 finds overlaps in its own library's "literal" + string where there are none (GCC bug 105651).
   "$<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>")
+endif()
 
 add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:-fno-omit-frame-pointer>")
 if(WIN32)
@@ -15,6 +18,9 @@ if(WIN32)
   add_link_options(-Wl,--gc-sections $<$<CONFIG:Release>:-s>)
 endif()
 
+if(OVS_FUZZ)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
 if(OVS_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all)
   add_link_options(-fsanitize=address,undefined)

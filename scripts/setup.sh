@@ -12,7 +12,10 @@ packages=(
   g++-mingw-w64-x86-64-posix                        # Windows build
   wine wine64                                       # runs it
   libcli11-dev libgtest-dev googletest nlohmann-json3-dev
+  libssl-dev                                        # the cipher of the native build
+  libbenchmark-dev                                  # measurements, native only
   clang-format clang-tidy-19                        # checks
+  clang-19 libclang-rt-19-dev                       # fuzzing
   unicode-data                                      # source of the folding table
 )
 

@@ -26,6 +26,7 @@ inline constexpr std::uint32_t kTooManyOpenFiles = 4;
 inline constexpr std::uint32_t kAccessDenied = 5;
 inline constexpr std::uint32_t kInvalidHandle = 6;
 inline constexpr std::uint32_t kOutOfMemory = 8;
+inline constexpr std::uint32_t kInvalidData = 13;
 inline constexpr std::uint32_t kNoMoreFiles = 18;
 inline constexpr std::uint32_t kWriteProtected = 19;
 inline constexpr std::uint32_t kGeneralFailure = 31;
