@@ -7,13 +7,16 @@
 
 namespace {
 std::atomic<int> allocations = 0;
-}
+std::atomic<std::uint64_t> bytes = 0;
+}  // namespace
 
 int ovs::AllocationCount() noexcept { return allocations; }
+std::uint64_t ovs::AllocatedBytes() noexcept { return bytes; }
 
 // Every other form of new and delete ends in these.
 void* operator new(std::size_t size) {
   ++allocations;
+  bytes += size;
   if (void* memory = std::malloc(size)) return memory;
   throw std::bad_alloc();
 }

@@ -1,8 +1,11 @@
-// Counts what the test program allocates by operator new.
+// Counts what the program allocates by operator new.
 #pragma once
+
+#include <cstdint>
 
 namespace ovs {
 
 [[nodiscard]] int AllocationCount() noexcept;
+[[nodiscard]] std::uint64_t AllocatedBytes() noexcept;
 
 }  // namespace ovs

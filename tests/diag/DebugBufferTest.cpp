@@ -16,10 +16,8 @@ DebugBuffer Buffer(std::size_t limit, DebugBuffer::Bound bound) {
 
 TEST(DebugBuffer, GrowsByWholeSteps) {
   struct {
-    std::size_t first;
-    std::size_t second;
-    std::uint64_t capacity;
-    std::uint64_t used;
+    std::size_t first, second;
+    std::uint64_t capacity, used;
   } const cases[] = {{996, 0, 1000, 1000}, {997, 0, 2000, 1001},   {1, 0, 1000, 5},        {0, 0, 0, 0},
                      {996, 1, 2000, 1005}, {500, 492, 1000, 1000}, {500, 493, 2000, 1001}, {9996, 0, 10000, 10000}};
   for (const auto& each : cases) {

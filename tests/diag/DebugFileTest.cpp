@@ -12,20 +12,16 @@ DebugLogPlace Place(Text folder, bool switchFile) { return {std::move(folder), {
 
 TEST_F(DebugFile, NamingRule) {
   struct {
-    TextView folder;
-    TextView subFolder;
-    TextView fileName;
+    TextView folder, subFolder, fileName;
     bool qualify;
     TextView path;
-  } const cases[] = {
-      {u"", u"", u"", false, u"C:\\Data\\Debug Logs\\Svc\\OrvantaEventService (1).log"},
-      {u"C:\\", u"", u"", true, u"C:\\Data\\Debug Logs\\Svc\\OrvantaEventService PC (1).log"},
-      {u"C:\\x", u"Sub", u"trace", false, u"C:\\x\\Sub\\trace (1).log"},
-      {u"C:\\x\\", u"", u"a.b.txt", true, u"C:\\x\\Svc\\a.b PC (1).txt"},
-      {u"C:\\x", u"", u"ab", false, u"C:\\x\\Svc\\OrvantaEventService (1).log"},
-      {u"C:\\x", u"", u"abc", false, u"C:\\x\\Svc\\abc (1).log"},
-      {u"C:\\x.y", u"", u"abc.", false, u"C:\\x.y\\Svc\\abc (1)."},
-  };
+  } const cases[] = {{u"", u"", u"", false, u"C:\\Data\\Debug Logs\\Svc\\OrvantaEventService (1).log"},
+                     {u"C:\\", u"", u"", true, u"C:\\Data\\Debug Logs\\Svc\\OrvantaEventService PC (1).log"},
+                     {u"C:\\x", u"Sub", u"trace", false, u"C:\\x\\Sub\\trace (1).log"},
+                     {u"C:\\x\\", u"", u"a.b.txt", true, u"C:\\x\\Svc\\a.b PC (1).txt"},
+                     {u"C:\\x", u"", u"ab", false, u"C:\\x\\Svc\\OrvantaEventService (1).log"},
+                     {u"C:\\x", u"", u"abc", false, u"C:\\x\\Svc\\abc (1).log"},
+                     {u"C:\\x.y", u"", u"abc.", false, u"C:\\x.y\\Svc\\abc (1)."}};
   for (const auto& each : cases) {
     EXPECT_EQ(debug.DebugLogGetLogFileVar(each.folder, each.subFolder, each.fileName, each.qualify), each.path);
   }
@@ -134,8 +130,7 @@ TEST_F(DebugFile, WithoutAFolderNothingIsWritten) {
 TEST_F(DebugFile, CleanupWritesWhatIsSwitchedOn) {
   const std::string report = ToUtf8(u"Machine report ä");
   struct {
-    bool env;
-    bool proc;
+    bool env, proc;
   } const cases[] = {{false, false}, {true, false}, {false, true}, {true, true}};
   for (const auto& each : cases) {
     App_Debug own;

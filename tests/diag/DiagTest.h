@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <span>
 #include <string>
 #include <vector>
 
@@ -16,6 +15,7 @@
 #include "fakes/FakeSystem.h"
 #include "fakes/FaultyFiles.h"
 #include "fakes/MemoryFiles.h"
+#include "platform/FileContent.h"
 
 namespace ovs {
 
@@ -62,15 +62,8 @@ class DiagTest : public ::testing::Test {
   // The file's bytes; "-" when there is none.
   std::string OnDisk(TextView path) {
     const PendingErrorKeeper keeper;
-    const auto file = disk.OpenRead(path);
-    os::FileStamp stamp;
-    if (file == nullptr || !file->Stamp(stamp)) return "-";
-    std::string content(static_cast<std::size_t>(stamp.size), '\0');
-    std::size_t got = 0;
-    for (std::size_t at = 0; at < content.size() && file->ReadAt(at, std::span(content).subspan(at), got) && got > 0;) {
-      at += got;
-    }
-    return content;
+    std::string bytes;
+    return ReadFileBytes(disk, path, bytes) == ReadOutcome::Ok ? bytes : "-";
   }
 
   fakes::MemoryFiles disk;

@@ -31,8 +31,7 @@ TEST_F(DiagTest, RunReportsEveryKindOfExceptionOnceAndIsNeutral) {
       {[] { throw std::runtime_error("h\xC3\xB6h"); }, u"51\r\nVBError=51 Desc=höh"},
       {[] { throw 42; }, u"51\r\nVBError=51 Desc=Unknown error"},
       {[] { SetPendingSystemError(32), throw RuntimeError(6, u"Overflow"); },
-       u"32\r\nAPIError=32 (&H20) In use.\r\nVBError=6 Desc=Overflow"},
-  };
+       u"32\r\nAPIError=32 (&H20) In use.\r\nVBError=6 Desc=Overflow"}};
   for (const bool dump : {false, true}) {
     debug.SetSwitches({.procDump = dump});
     for (const auto& each : cases) {
@@ -65,10 +64,8 @@ TEST_F(DiagTest, RunReportsEveryKindOfExceptionOnceAndIsNeutral) {
 
 TEST_F(DiagTest, ValuesAreRenderedOnlyForAReader) {
   struct {
-    bool dump;
-    bool fails;
-    int byVal;
-    int byRef;
+    bool dump, fails;
+    int byVal, byRef;
   } const cases[] = {{false, false, 0, 0}, {false, true, 1, 0}, {true, false, 1, 1}};
   for (const auto& each : cases) {
     debug.SetSwitches({.procDump = each.dump});
