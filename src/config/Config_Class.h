@@ -1,0 +1,233 @@
+// The configuration store: the program's own settings, an ordered table of keys and values that is filled from plain text
+// files (".cfg"), read and changed through typed accessors, and written back, entry by entry, to the file that each came
+// from. The file format stands in docs/settings.md.
+//
+// Keys are found without regard to case and enumerated in the order in which they came in; an overwritten entry keeps its
+// place and its spelling. Nothing here fails to the caller: what goes wrong is a false or neutral result and a debug line.
+// Not for several threads at once.
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <optional>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "base/Text.h"
+#include "config/Config_FoldedHash.h"
+#include "config/Config_KVP.h"
+#include "config/Config_Value.h"
+#include "platform/App_FileSystem.h"
+
+namespace ovs {
+
+// How an entry is written. `sDefFile`: the file it belongs to from now on, relative to the program's folder when it is no
+// full path; empty leaves it (a new entry then belongs to the default configuration file). Without `bOverwrite` an entry
+// that exists stays as it is. `bNoSave`: never written to disk, once set for good.
+struct ConfigSetOptions {
+  bool bEncrypted = false;
+  bool bOverwrite = true;
+  Text sDefFile = {};
+  bool bNoSave = false;
+};
+
+// How files and texts are loaded. With `bNoDefFile` the entries belong to the default configuration file. With
+// `bPrefixFileName` the file's bare name, blanks as "_", and "." stand before each key.
+struct ConfigLoadOptions {
+  bool bNoDefFile = false;
+  bool bPrefixFileName = false;
+  bool bNoSave = false;
+};
+
+// For the loaders that know sections. `sPrefix` gets a "." when it is longer than one character and lacks it. Prefixes stand
+// before a key unless it begins with them already. With `bUseSections` the section's name and "." follow the prefixes.
+struct ConfigIniOptions {
+  Text sPrefix = {};
+  bool bNoDefFile = false;
+  bool bPrefixFileName = false;
+  bool bNoSave = false;
+  Text sDefFile = {};
+  bool bUseSections = true;
+};
+
+struct StringArrayOptions {
+  bool bReplace = false;  // otherwise what the caller's array holds follows the stored elements
+  bool bSort = false;
+  bool bBinaryCompare = false;  // for sorting and duplicates; otherwise without regard to case
+  bool bRemoveDuplicates = false;
+  bool bDropEmpty = false;
+};
+
+class Config_Class {
+ public:
+  // Empty, without a default file. Both objects must outlive the store; the folder is the program's.
+  Config_Class(App_FileSystem& fileSystem, const ckCrypt_Config& crypt, TextView programFolder);
+  // Saves once when SaveOnRelease is set.
+  ~Config_Class();
+  Config_Class(const Config_Class&) = delete;
+  Config_Class& operator=(const Config_Class&) = delete;
+
+  // Where entries without a definition file are saved.
+  Text DefaultConfigFile;
+  // SaveConfig then writes nothing unless the default configuration file exists.
+  bool RequireExistingFile = false;
+  bool SaveOnRelease = false;
+
+  // Saves when SaveOnRelease is set, the first time only. The destructor calls it.
+  void Release() noexcept;
+
+  // --- the table
+
+  // Null when there is none. Valid until the entry is removed.
+  [[nodiscard]] Config_KVP* Item(TextView sKey);
+  [[nodiscard]] const Config_KVP* Item(TextView sKey) const;
+  [[nodiscard]] bool ItemExists(TextView sKey) const { return Item(sKey) != nullptr; }
+  [[nodiscard]] std::size_t Count() const { return entries_.size(); }
+  // The entries in order.
+  [[nodiscard]] const std::list<Config_KVP>& NewEnum() const { return entries_; }
+  // False when there is no such key.
+  bool Remove(TextView sKey);
+  // The files from which entries were loaded with their origin, in order of their first load.
+  [[nodiscard]] const std::vector<Text>& DefinitionFiles() const { return definitionFiles_; }
+  // True when a loader has tried to read this file.
+  [[nodiscard]] bool HasTried(TextView sFile) const { return readState_.contains(Identity(sFile)); }
+
+  // Entries whose key contains the text (with `bExact`: is it), and with `lLevel` other than -1 only those of at least so
+  // many parts between dots. An empty text removes nothing.
+  void WipeSetting(TextView sPartialKey, std::int32_t lLevel = -1, bool bExact = false);
+  // Entries of the file of this bare name, whatever its folder.
+  void WipeSettingsByDefFileName(TextView sFile);
+
+  // --- loading: later loads override earlier ones, a key without value deletes; true see each
+
+  // Each ".cfg" file below the folder, to `lRecursionLevel` levels (-1 all). False when the folder does not exist.
+  bool LoadDir(TextView sDir, const ConfigLoadOptions& options = {}, std::int32_t lRecursionLevel = -1);
+  // Files by their full paths. False when one of them is empty; the others are loaded.
+  bool LoadFiles(const std::vector<Text>& colFiles, const ConfigLoadOptions& options = {});
+  bool LoadFile(const std::vector<Text>& arrFiles);
+  // Without `sDefFile` the entries belong to the loaded file. False for a blank name or text and an unreadable file.
+  bool LoadINI(TextView sFile, const ConfigIniOptions& options = {});
+  bool LoadINIFromString(TextView sText, const ConfigIniOptions& options = {});
+  // In text of several lines a value ends at the second "=" of its line. Sections do not count.
+  bool LoadString(TextView sText, const ConfigIniOptions& options = {});
+
+  // --- saving: each file is replaced whole or, when that fails, left as it was
+
+  // Every entry to its file; files named "..._Debug.cfg" are never written, nor is a file that exists but could not be
+  // read. True when every file was written.
+  bool SaveConfig();
+  bool SaveAsNewConfigFile(TextView sFile);
+  bool SaveAsINI(TextView sFile, TextView sSection);
+  // What SaveConfig would write, file after file.
+  [[nodiscard]] Text GetConfigAsString() const;
+
+  // --- typed setters: false when nothing was changed
+
+  // The primitive below all others. Line breaks (CR LF) are kept as "<NL>". An empty value removes the key. Refused are NUL
+  // characters, and line breaks in keys: no settings file could carry them.
+  bool SetString(TextView sKey, TextView sValue, const ConfigSetOptions& options = {});
+  bool SetBool(TextView sKey, bool bValue, const ConfigSetOptions& options = {});
+  bool SetLong(TextView sKey, std::int32_t lValue, const ConfigSetOptions& options = {});
+  bool SetVar(TextView sKey, const ConfigValue& vValue, const ConfigSetOptions& options = {});
+  bool SetStringArray(TextView sKey, const std::vector<Text>& arrValue, const ConfigSetOptions& options = {});
+  // These two remove the key instead of storing 0, an empty text or no value; `bNoSave` does not count.
+  bool SetLongOrDelete(TextView sKey, std::int32_t lValue, const ConfigSetOptions& options = {});
+  bool SetVarOrDelete(TextView sKey, const std::optional<ConfigValue>& vValue, const ConfigSetOptions& options = {});
+  // Encrypts the stored value of a key that exists, unless it is encrypted already.
+  void Ensure_Encrypted(TextView sKey);
+  // The text in which a typed value is stored.
+  [[nodiscard]] static Text VariantToCfgString(const ConfigValue& vValue);
+
+  // --- typed getters: `sDefFile`, where given, receives the entry's file, empty when the key is missing
+
+  // Decrypted, with real line breaks. Empty when the key is missing.
+  [[nodiscard]] Text GetString(TextView sKey, Text* sDefFile = nullptr) const;
+  // The stored form; both operations are the same but for `sDefFile`.
+  [[nodiscard]] Text GetStringRaw(TextView sKey, Text* sDefFile = nullptr) const;
+  [[nodiscard]] Text Get_ValueData_As_Is(TextView sKey) const { return GetStringRaw(sKey); }
+  // Outer blanks, a sign and decimal digits within 32 bits; anything else is 0, or -1 with `bMinusOneIfMissing`.
+  [[nodiscard]] std::int32_t GetLong(TextView sKey, bool bMinusOneIfMissing = false, Text* sDefFile = nullptr) const;
+  // "1" and "2" are true, other texts false, an empty one is the default.
+  [[nodiscard]] bool GetBool(TextView sKey, bool bDefault = false, Text* sDefFile = nullptr) const;
+  // True when the array holds something at the end.
+  bool GetStringArray(TextView sKey, std::vector<Text>& arrValue, const StringArrayOptions& options = {},
+                      Text* sDefFile = nullptr) const;
+
+  // --- queries: "contains" is without regard to case; a definition file, where given, must be the entry's, spelled in full
+
+  // The key has a value and, where a file is given, comes from a file of this bare name.
+  [[nodiscard]] bool SettingExist(TextView sKey, TextView sDefFile = {}) const;
+  [[nodiscard]] bool CfgSettingExists(TextView sKey, TextView sDefFile = {}) const;
+  // One line "key=plain value" and CR LF for each entry whose key contains the text.
+  [[nodiscard]] Text GetAllMatchingStrings(TextView sPartialKey, TextView sMustMatchThisDefFile = {},
+                                           bool bExcludeKeyFromValue = false) const;
+  [[nodiscard]] Text GetAllMatchingStrings_AsIs(TextView sPartialKey, TextView sMustMatchThisDefFile = {},
+                                                bool bExcludeKeyFromValue = false) const;
+  [[nodiscard]] std::int32_t GetMatchingStringCount(TextView sPartialKey, TextView sMustMatchThisDefFile = {}) const;
+  // As the first, for each entry whose plain value contains the text.
+  [[nodiscard]] Text GetAllMatchingValues(TextView sPartialValue, TextView sMustMatchThisDefFile = {},
+                                          bool bExcludeKeyFromValue = false) const;
+
+  // The first element (0-based) that equals the text, blanks and case aside.
+  [[nodiscard]] static bool InCfgStringArray(TextView sText, const std::vector<Text>& arrValue, std::size_t& lIndex);
+  // Keeps the first of equal elements.
+  static void RemoveDuplicatesFromStringArray(std::vector<Text>& arrValue, bool bBinaryCompare);
+  // The key under which an item of a window is remembered: 0 "Auto_LoadSave", 1 "Top", 2 "Invisible", 4 "Position",
+  // 5 "Minimized"; others have no name of their own.
+  [[nodiscard]] static Text GetMetricSettingName(TextView sWindowName, std::int32_t lItem);
+  void WipeWindowMetrics(TextView sWindowName);
+
+ private:
+  using Entries = std::list<Config_KVP>;
+  // One file to be written.
+  struct Target {
+    Text path;  // as its first entry names it
+    Text text;
+  };
+  // Where the lines of one load go.
+  struct LineSink {
+    Text prefix;
+    Text defFile;
+    bool noSave;
+    bool anySet = false;
+  };
+
+  template <class Predicate>
+  void RemoveWhere(Predicate predicate);
+  bool Add(TextView key, TextView value, const ConfigSetOptions& options, TextView defFile);
+  bool Overwrite(Config_KVP& entry, TextView value, const ConfigSetOptions& options, TextView defFile);
+  [[nodiscard]] Text ProgramPath(TextView path) const;
+  // The same for each spelling of one full path.
+  [[nodiscard]] static Text Identity(TextView path);
+  void NoteDefinitionFile(TextView path);
+
+  bool ReadSettingsFile(TextView path, Text& content);
+  void LoadOne(TextView path, const ConfigLoadOptions& options);
+  void LoadLines(TextView content, LineSink& sink);
+  bool TakeLine(TextView key, TextView value, LineSink& sink);
+  void LoadSections(TextView content, TextView prefix, bool useSections, LineSink& sink);
+  bool LoadINIText(TextView text, TextView fileOfPrefix, TextView defFile, const ConfigIniOptions& options);
+
+  [[nodiscard]] std::vector<Target> Targets() const;
+  [[nodiscard]] static bool IsDebugFile(TextView path);
+  bool SaveTarget(class Proc& proc, const Target& target);
+  bool ReplaceFile(class Proc& proc, TextView file, TextView text);
+  [[nodiscard]] bool MayReplace(class Proc& proc, TextView path, TextView text);
+
+  [[nodiscard]] bool ExistsIn(TextView key, TextView defFile) const;
+  template <class Matches, class Value>
+  [[nodiscard]] Text MatchingLines(TextView defFile, bool excludeKey, Matches matches, Value value) const;
+
+  App_FileSystem& fileSystem_;
+  const ckCrypt_Config& crypt_;
+  Text programFolder_;
+  bool active_ = true;
+  Entries entries_;
+  std::unordered_map<Text, Entries::iterator, FoldedHash, FoldedEqual> byKey_;
+  std::vector<Text> definitionFiles_;
+  std::unordered_set<Text, FoldedHash, FoldedEqual> knownDefinitionFiles_;
+  std::unordered_map<Text, bool> readState_;  // by identity, of files tried: whether reading succeeded
+};
+
+}  // namespace ovs

@@ -1,0 +1,91 @@
+#include "config/Config_Init.h"
+
+#include "base/App_Strings.h"
+#include "diag/App_Debug.h"
+#include "platform/App_FilePath.h"
+
+namespace ovs {
+
+namespace {
+
+constexpr TextView kModule = u"Config_Init";
+
+void LoadAll(Config_Class& config, const App_Env& environment, bool singleFile) {
+  if (!singleFile) config.LoadDir(environment.ApplicationFolder(), {}, -1);
+  // Also when the folder could not be listed: what is not read now would be written over later.
+  if (!config.HasTried(config.DefaultConfigFile)) config.LoadFile({config.DefaultConfigFile});
+}
+
+void EncryptPasswords(Config_Class& config) {
+  config.Ensure_Encrypted(u"Email.SMTP.Password");
+  for (const Config_KVP& entry : config.NewEnum()) {
+    if (App_Strings::StringEndsWith(entry.Key(), u".Password")) config.Ensure_Encrypted(entry.Key());
+  }
+}
+
+void SwitchOn(const Config_Class& config, TextView key, bool& feature) {
+  if (config.GetBool(key)) feature = true;
+}
+
+void ReadSwitches(const Config_Class& config, DebugSwitches& switches) {
+  SwitchOn(config, u"Debug.Log.Verbose", switches.verbose);
+  SwitchOn(config, u"Debug.SystemOutput.Enable", switches.systemOutput);
+  if (Text prefix = config.GetString(u"Debug.SystemOutput.Prefix"); !prefix.empty()) {
+    switches.systemOutputPrefix = std::move(prefix);
+  }
+  SwitchOn(config, u"Debug.EnvDump", switches.envDump);
+  SwitchOn(config, u"Debug.ProcDump", switches.procDump);
+  SwitchOn(config, u"Debug.ProcDump.IncompleteOnly", switches.procDumpIncompleteOnly);
+  SwitchOn(config, u"Debug.ProcDump.IncludeProcTimers", switches.procDumpIncludeProcTimers);
+  const std::int32_t eventTypes = config.GetLong(u"Debug.ProcDump.EventTypes", true);
+  if (eventTypes != -1) switches.procDumpEventTypes = eventTypes;
+  SwitchOn(config, u"Debug.PerfTimer.Enable", switches.perfTimer);
+}
+
+// The switch tells what is the case: on only when the file could be opened.
+void StartRealTime(const Config_Class& config, DebugSwitches& switches) {
+  bool wanted = false;
+  SwitchOn(config, u"Debug.Log.RealTime", wanted);
+  if (!wanted || switches.realTime || !Diagnostics().DebugLogStartRealTime()) return;
+  switches.realTime = true;
+  Diagnostics().SetSwitches(switches);
+}
+
+}  // namespace
+
+std::unique_ptr<Config_Class> Config_Init(App_FileSystem& fileSystem, App_Env& environment, const ckCrypt_Config& crypt,
+                                          const ConfigInitOptions& options) {
+  auto config = std::make_unique<Config_Class>(fileSystem, crypt, environment.ApplicationFolder());
+  Proc proc(kModule, u"Config_Init", ProcKind::Sub);
+  proc.ByVal(u"bNoReleaseSave", options.bNoReleaseSave);
+  proc.ByVal(u"bLoadDebugSettings", options.bLoadDebugSettings);
+  proc.ByVal(u"bSingleFile", options.bSingleFile);
+  proc.Run([&] {
+    config->DefaultConfigFile = App_FilePath::JoinPath(environment.ApplicationFolder(), environment.ProgramName() + u".cfg");
+    LoadAll(*config, environment, options.bSingleFile);
+    EncryptPasswords(*config);
+    if (const Text address = config->GetString(u"Env.WANAddress"); !address.empty()) environment.SetWanAddress(address);
+    config->SaveOnRelease = !options.bNoReleaseSave && options.bStartedAsService;
+    if (options.bLoadDebugSettings) LoadDebugSettings(config.get(), true);
+  });
+  return config;
+}
+
+void LoadDebugSettings(const Config_Class* config, bool bReset) {
+  Proc proc(kModule, u"LoadDebugSettings", ProcKind::Sub);
+  proc.ByVal(u"bReset", bReset);
+  proc.Run([&] {
+    DebugSwitches switches = Diagnostics().Switches();
+    if (bReset) {
+      const DebugSwitches initial;
+      switches.verbose = initial.verbose;
+      switches.systemOutput = initial.systemOutput;
+      switches.systemOutputPrefix = initial.systemOutputPrefix;
+    }
+    if (config != nullptr) ReadSwitches(*config, switches);
+    Diagnostics().SetSwitches(switches);
+    if (config != nullptr) StartRealTime(*config, switches);
+  });
+}
+
+}  // namespace ovs
