@@ -51,12 +51,31 @@ def show_alerts(box):
     return alerts, names
 
 
+DEBUG_SETTINGS = ("Debug.Log.Verbose=1\r\nDebug.Log.RealTime=1\r\nDebug.EnvDump=1\r\nDebug.ProcDump=1\r\n"
+                  "Debug.ProcDump.IncludeProcTimers=1")
+
+
+def show_debug_files(box):
+    files = box.debug_files()
+    say("Debug log and dumps, in " + ", ".join(sorted({str(path.parent.relative_to(ROOT)) for path in files})))
+    for path in files:
+        text = path.read_bytes().decode("utf-8")
+        print(f"\n  {path.name}: {len(text.encode()):,} bytes, begins")
+        print("\n".join("    " + shorten(line) for line in text.splitlines()[:14]))
+    return len(files) == 3
+
+
 def main():
+    debug = "--debug" in sys.argv[1:]
     box = ServiceBox(pathlib.Path(os.environ["WINEPREFIX"]).parent / "app")
     say("A fresh application folder with the example rules")
     box.prepare(DEMO / "app")
     rules = sorted(path.stem for path in (box.app / "Config" / "Rules").glob("*.DAT"))
     print(f"  {box.app.relative_to(ROOT)}: {len(rules)} rules\n    " + "\n    ".join(rules))
+    if debug:
+        for path in box.debug_files():
+            path.unlink()
+        (box.app / "OrvantaEventService_Debug.cfg").write_bytes(DEBUG_SETTINGS.encode())
     try:
         say("Install and start through the service control manager (Wine's)")
         print("  " + box.install().strip())
@@ -80,8 +99,11 @@ def main():
         print("".join("  " + line + "\n" for line in box.stop().splitlines()), end="")
         print("  " + box.query())
         stopped = box.state() == "STOPPED"
+        box.await_end()
     finally:
         box.remove()
+    if debug:
+        stopped = show_debug_files(box) and stopped
     good = stopped and len(alerts) > len(rules) and "Disk Event Alert" in names[-1]
     say("Every record was handled, the service stopped by its protocol" if good else "FAILED: see above")
     return 0 if good else 1

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Shows the main job for real: builds the Windows service, installs and starts it through Wine's service control manager,
 # lets recorded real event records arrive, prints the alerts in both logs and stops the service by its stop protocol.
+# With --debug the service also writes its debug log and both dumps, which are shown at the end.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
@@ -10,5 +11,5 @@ scripts/setup.sh
 say "The Windows program"
 build windows-x64 OrvantaEventService ovsstop ovsctl svcctl standin-setup wmi_standin
 export OVS_BIN=$PWD/build/windows-x64/bin
-scripts/with-wine.sh build/demo/prefix python3 -B demo/demo.py
+scripts/with-wine.sh build/demo/prefix python3 -B demo/demo.py "$@"
 say "Demo done in $((SECONDS - start)) s"

@@ -43,7 +43,7 @@ Text App_Env::ProgramName() const { return App_FilePath::NameWithoutExtension(sy
 
 Text App_Env::Version() const { return Text(kVersion); }
 
-Text App_Env::TitleVersionForced() const { return Title() + u" " + Version(); }
+Text App_Env::AppTitle_VersionForced() const { return Title() + u" " + Version(); }
 
 Text App_Env::LanAddress() const {
   Proc proc(kModule, u"LanAddress", ProcKind::Property);

@@ -23,12 +23,16 @@ class App_Env {
   [[nodiscard]] Text Title() const { return u"Orvanta Event Service"; }
   [[nodiscard]] Text Version() const;
   // Title, blank, version: such as "Orvanta Event Service 1.0.0".
-  [[nodiscard]] Text TitleVersionForced() const;
+  [[nodiscard]] Text AppTitle_VersionForced() const;
+  [[nodiscard]] Text GetAppCaption() const { return AppTitle_VersionForced(); }
 
   // True when nobody sits in front of the program; nothing then asks a question.
   [[nodiscard]] bool AutomaticMode() const { return automaticMode_; }
   void SetAutomaticMode(bool automatic) { automaticMode_ = automatic; }
 
+  // The address under which the outside world sees the machine, as far as somebody told; else empty.
+  [[nodiscard]] const Text& WanAddress() const { return wanAddress_; }
+  void SetWanAddress(TextView address) { wanAddress_ = address; }
   // The machine's addresses, joined with ", ".
   [[nodiscard]] Text LanAddress() const;
   [[nodiscard]] Text ComputerName() const { return system_.ComputerName(); }
@@ -36,10 +40,13 @@ class App_Env {
   [[nodiscard]] Text OsVersion() const { return system_.OsVersion(); }
   [[nodiscard]] std::uint32_t ProcessId() const { return system_.ProcessId(); }
   [[nodiscard]] Text ProcessIdText() const;
+  // Working set of the process in bytes.
+  [[nodiscard]] std::uint64_t MemoryInUse() const { return system_.MemoryInUse(); }
 
  private:
   os::System& system_;
   Text applicationFolder_;
+  Text wanAddress_;
   bool automaticMode_ = false;
 };
 

@@ -1,6 +1,8 @@
 #include "service/Sample.h"
 
+#include "config/Config_Init.h"
 #include "diag/App_Debug.h"
+#include "diag/MExceptionHandler.h"
 #include "diag/Proc.h"
 
 namespace ovs {
@@ -30,7 +32,16 @@ void RegisterLogChannels(App_Registry& registry) {
 }
 
 void Sample::Main() {
-  Proc proc(u"Sample", u"Main", ProcKind::Sub);
+  {
+    Proc proc(u"Sample", u"Main", ProcKind::Sub);
+    RunMain(proc);
+  }
+  // Settings that changed are saved now; they stay readable for the reports that follow.
+  if (store_) store_->Release();
+  MExceptionHandler::UninstallExceptionHandler();
+}
+
+void Sample::RunMain(Proc& proc) {
   proc.Run([&] {
     ServiceHost& host = parts_.host;
     if (host.AnotherInstanceRuns()) return;
@@ -57,6 +68,7 @@ void Sample::RunService() {
   parts_.source.Connect();
   InitApp();
   Diagnostics().InitDebug(Diagnostics().Switches(), false, {});
+  InitConfig();
   MonitorSettings settings = PathsOf(parts_.environment.ApplicationFolder());
   ReadDisplaySettings(parts_.ini, settings);
   std::uint32_t failReason = 0;
@@ -71,9 +83,15 @@ void Sample::InitApp() {
   Proc proc(u"Sample", u"InitApp", ProcKind::Sub);
   proc.Run([&] {
     const App_Env& environment = parts_.environment;
-    proc.Log(environment.TitleVersionForced() + u" started from " + environment.ApplicationFolder() + u" as " +
+    proc.Log(environment.AppTitle_VersionForced() + u" started from " + environment.ApplicationFolder() + u" as " +
              environment.ProgramName() + u", process " + environment.ProcessIdText());
   });
+}
+
+void Sample::InitConfig() {
+  store_ = Config_Init(parts_.fileSystem, parts_.environment, parts_.crypt, {.bStartedAsService = true});
+  LoadDebugSettings(store_.get(), true);
+  MExceptionHandler::InstallExceptionHandler(0);
 }
 
 void Sample::MainLoop(modFilterEvents& filter) {

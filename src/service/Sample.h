@@ -1,10 +1,12 @@
 // The service from start to stop.
 #pragma once
 
-#include <functional>
+#include <memory>
 
 #include "base/os/Prompt.h"
 #include "config/App_Common.h"
+#include "config/Config_Class.h"
+#include "config/ckCrypt_Config.h"
 #include "mail/AlertMailer.h"
 #include "monitor/AlertLog.h"
 #include "monitor/modFilterEvents.h"
@@ -26,6 +28,7 @@ struct ServiceParts {
   App_Registry& registry;
   App_FileSystem& fileSystem;
   App_Common& ini;
+  const ckCrypt_Config& crypt;
   App_Time& time;
   AlertMailer& mailer;
 };
@@ -39,12 +42,18 @@ class Sample {
   // STOPPED report, so that the service control manager's recovery acts.
   void Main();
 
+  // The program settings in force, lines "key=stored value" that end in CR LF; empty before they were loaded.
+  [[nodiscard]] Text ProgramSettings() const { return store_ ? store_->GetAllMatchingStrings_AsIs({}) : Text(); }
+
  private:
+  void RunMain(Proc& proc);
   void RunService();
   void InitApp();
+  void InitConfig();
   void MainLoop(modFilterEvents& filter);
 
   ServiceParts parts_;
+  std::unique_ptr<Config_Class> store_;
 };
 
 // Makes sure that the classic event-log keys of the three modern channels exist, so that their records are delivered.

@@ -38,13 +38,11 @@ TEST_F(FileSystemTest, EnsureDirExistsPicksItsRoute) {
   struct {
     Text folder;
     bool allAtOnce;
-  } const cases[] = {
-      {u"C:\\" + Text(241, u'a'), true},
-      {u"C:\\" + Text(242, u'b'), false},
-      {u"C:\\" + Text(119, u'c') + u"\\" + Text(121, u'd'), true},
-      {u"C:\\\u0416", false},
-      {u"C:\\\u00E9", true},
-  };
+  } const cases[] = {{u"C:\\" + Text(241, u'a'), true},
+                     {u"C:\\" + Text(242, u'b'), false},
+                     {u"C:\\" + Text(119, u'c') + u"\\" + Text(121, u'd'), true},
+                     {u"C:\\\u0416", false},
+                     {u"C:\\\u00E9", true}};
   for (const auto& each : cases) {
     // The third call is the one that creates; the second route looks at the first folder with it.
     files.FailCall(3, kAccessDenied);
@@ -111,16 +109,14 @@ TEST_F(FileSystemTest, FileExistAndDelete) {
   files.FailPath(u"locked", kSharingViolation);
   struct {
     TextView path;
-    bool nonZero;
-    bool exists;
+    bool nonZero, exists;
     TextView note;
   } const cases[] = {
-      {u"", false, false, u"Passed empty string!"},        {u"C:\\no\\a.txt", false, false, u"Path not found!"},
-      {u"C:\\no.txt", false, false, u"File not found!"},   {u"C:\\Folder", false, false, u"File not found!"},
-      {u"C:\\A.TXT", true, true, u"File exists!"},         {u"C:\\zero.txt", false, true, u"File exists!"},
-      {u"C:\\zero.txt", true, false, u"Zero Byte File!"},  {u"C:\\locked", false, false, u"API Error: [32="},
-      {u"\\\\?\\C:\\a.txt", false, true, u"File exists!"},
-  };
+      {u"", false, false, u"Passed empty string!"},       {u"C:\\no\\a.txt", false, false, u"Path not found!"},
+      {u"C:\\no.txt", false, false, u"File not found!"},  {u"C:\\Folder", false, false, u"File not found!"},
+      {u"C:\\A.TXT", true, true, u"File exists!"},        {u"C:\\zero.txt", false, true, u"File exists!"},
+      {u"C:\\zero.txt", true, false, u"Zero Byte File!"}, {u"C:\\locked", false, false, u"API Error: [32="},
+      {u"\\\\?\\C:\\a.txt", false, true, u"File exists!"}};
   for (const auto& each : cases) {
     EXPECT_EQ(fileSystem.FileExist(each.path, each.nonZero), each.exists) << ToUtf8(each.path);
     EXPECT_TRUE(Logged(each.note)) << ToUtf8(each.path);

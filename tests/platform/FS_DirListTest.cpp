@@ -56,15 +56,14 @@ TEST_F(DirListTest, FindsInTheOrderOfTheFileSystemAndReportsLowerCase) {
 TEST_F(DirListTest, LevelsExclusionsAndFolders) {
   struct {
     std::int32_t level;
-    TextView fileExclusion;
-    TextView dirExclusion;
+    TextView fileExclusion, dirExclusion;
     Names found;
     std::size_t dirs;
-  } const cases[] = {
-      {0, u"", u"", {u"z.dat", u"old copy.dat"}, 2},        {1, u"", u"", {u"s.dat", u"z.dat", u"old copy.dat"}, 3},
-      {2, u"COPY", u"", {u"d.dat", u"s.dat", u"z.dat"}, 3}, {-1, u"", u"dEEP", {u"s.dat", u"z.dat", u"old copy.dat"}, 3},
-      {-1, u"s.d", u"u", {u"z.dat", u"old copy.dat"}, 2},
-  };
+  } const cases[] = {{0, u"", u"", {u"z.dat", u"old copy.dat"}, 2},
+                     {1, u"", u"", {u"s.dat", u"z.dat", u"old copy.dat"}, 3},
+                     {2, u"COPY", u"", {u"d.dat", u"s.dat", u"z.dat"}, 3},
+                     {-1, u"", u"dEEP", {u"s.dat", u"z.dat", u"old copy.dat"}, 3},
+                     {-1, u"s.d", u"u", {u"z.dat", u"old copy.dat"}, 2}};
   for (const auto& each : cases) {
     search.InitClassVars();
     search.AddSearchPath(u"C:\\R");

@@ -10,30 +10,27 @@ namespace {
 
 TEST(FileMask, Wildcards) {
   struct {
-    TextView name;
-    TextView masks;
+    TextView name, masks;
     bool matches;
-  } const cases[] = {
-      {u"Rule.DAT", u"*.dat", true},
-      {u"Rule.DAT.bak", u"*.DAT", false},
-      {u"noextension", u"*.*", true},
-      {u"noextension", u"*", true},
-      {u"noextension", u"*.?", false},
-      {u"a.cfg", u"?.cfg", true},
-      {u"ab.cfg", u"?.cfg", false},
-      {u".cfg", u"?.cfg", false},
-      {u"b.txt", u"*.cfg; *.txt", true},
-      {u"b.ini", u"*.cfg;*.txt;", false},
-      {u"b", u"", false},
-      {u"b", u";;", false},
-      {u"aXbXc", u"a*b*c", true},
-      {u"aXbXcd", u"a*b*c", false},
-      {u"abab", u"*ab", true},
-      {u"", u"*", true},
-      {u"", u"?", false},
-      {u"größe.txt", u"GRÖSSE.TXT", false},
-      {u"größe.txt", u"GRÖßE.TXT", true},
-  };
+  } const cases[] = {{u"Rule.DAT", u"*.dat", true},
+                     {u"Rule.DAT.bak", u"*.DAT", false},
+                     {u"noextension", u"*.*", true},
+
+                     {u"noextension", u"*.?", false},
+                     {u"a.cfg", u"?.cfg", true},
+
+                     {u".cfg", u"?.cfg", false},
+                     {u"b.txt", u"*.cfg; *.txt", true},
+                     {u"b.ini", u"*.cfg;*.txt;", false},
+
+                     {u"b", u";;", false},
+
+                     {u"aXbXcd", u"a*b*c", false},
+                     {u"abab", u"*ab", true},
+                     {u"", u"*", true},
+
+                     {u"größe.txt", u"GRÖSSE.TXT", false},
+                     {u"größe.txt", u"GRÖßE.TXT", true}};
   for (const auto& each : cases) {
     EXPECT_EQ(MatchesMask(each.name, each.masks), each.matches) << ToUtf8(each.name) << " " << ToUtf8(each.masks);
   }

@@ -32,8 +32,7 @@ TEST_F(TextFilesTest, AFileIsContinuedInItsEncoding) {
       {"\xEF\xBB\xBFx", "\xC3\xA9\xE2\x82\xAC\xD0\x96\r\n", true},
       {Bytes("\xFF\xFEx\0"sv), Bytes("\xE9\0\xAC\x20\x16\x04\r\0\n\0"sv), true},
       {Bytes("\xFF\xFEx\0y"sv), Bytes("\0\xE9\0\xAC\x20\x16\x04\r\0\n\0"sv), true},  // half a character is completed
-      {"caf\xE9 ", "\xE9\x80\\u0416\r\n", false},
-  };
+      {"caf\xE9 ", "\xE9\x80\\u0416\r\n", false}};
   for (const auto& each : cases) {
     Put(kLog, each.before);
     EXPECT_TRUE(Append(u"\u00E9\u20AC\u0416\r\n"));
@@ -96,8 +95,7 @@ TEST_F(TextFilesTest, NoDuplicatesFollowsWhatOthersDoToTheFile) {
       {"line added", [&] { memory.OpenAppend(kLog)->Append("x"); },
        std::string(a.size() + b.size() - 2, 'x') + "\r\n" + a + b + "x"},
       {"unfinished line", [&] { Put(kLog, "x" + a.substr(0, a.size() - 2)); }, "x" + a.substr(0, a.size() - 2) + b + a},
-      {"other encoding", [&] { Put(kLog, "\xE9\r\n" + b); }, "\xE9\r\n" + b + a},
-  };
+      {"other encoding", [&] { Put(kLog, "\xE9\r\n" + b); }, "\xE9\r\n" + b + a}};
   for (const auto& each : cases) {
     each.meddle();
     both();
@@ -175,15 +173,13 @@ TEST_F(TextFilesTest, GetFileToArrayCutsAtCrLfOnly) {
   struct {
     std::string content;
     Lines lines;
-  } const cases[] = {
-      {"", {}},
-      {"a", {u"a"}},
-      {"a\r\nb\r\n", {u"a", u"b"}},
-      {"a\nb\rc\r\n\r\nd", {u"a\nb\rc", u"", u"d"}},
-      {"\r\n", {u""}},
-      {"\xEF\xBB\xBF\xC3\xA9\r\r\n", {u"\u00E9\r"}},
-      {std::string("a\0b", 3), {Text(u"a\0b", 3)}},
-  };
+  } const cases[] = {{"", {}},
+                     {"a", {u"a"}},
+                     {"a\r\nb\r\n", {u"a", u"b"}},
+                     {"a\nb\rc\r\n\r\nd", {u"a\nb\rc", u"", u"d"}},
+                     {"\r\n", {u""}},
+                     {"\xEF\xBB\xBF\xC3\xA9\r\r\n", {u"\u00E9\r"}},
+                     {std::string("a\0b", 3), {Text(u"a\0b", 3)}}};
   Lines lines;
   for (const auto& each : cases) {
     Put(kLog, each.content);

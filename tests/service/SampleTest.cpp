@@ -7,10 +7,17 @@
 
 #include "base/MemoryRegistry.h"
 #include "base/RuntimeError.h"
+#include "base/os/Crypto.h"
+#include "base/os/PendingError.h"
+#include "diag/App_Debug.h"
 #include "fakes/FakeClock.h"
 #include "fakes/FakePrompt.h"
 #include "fakes/FakeSystem.h"
+#include "fakes/FaultyFiles.h"
 #include "fakes/MemoryFiles.h"
+#include "platform/DebugEnvironment.h"
+#include "platform/FileContent.h"
+#include "service/EnvironmentReport.h"
 
 namespace ovs {
 namespace {
@@ -72,6 +79,7 @@ class JournalSource final : public EventSource {
 RawRecord Raw(Text message) {
   RawRecord record;
   record.eventType = std::int64_t{3};
+  record.logfile = Text(u"System");
   record.message = std::move(message);
   return record;
 }
@@ -82,18 +90,43 @@ class SampleTest : public ::testing::Test {
 
   void RunMain() {
     App_Env environment(system);
-    App_FileSystem fileSystem(files, system);
+    App_FileSystem fileSystem(faulty, system);
     App_Registry registryHelper(registry);
-    App_Common ini(files);
-    App_Time time(clock, zone, files);
+    App_Common ini(faulty);
+    App_Time time(clock, zone, faulty);
     NoMailer mailer(u"test");
-    Sample({host, source, prompt, environment, registryHelper, fileSystem, ini, time, mailer}).Main();
+    const ckCrypt_Config crypt(os::SystemCrypto());
+    Sample service({host, source, prompt, environment, registryHelper, fileSystem, ini, crypt, time, mailer});
+    DebugEnvironment debugEnvironment = DebugEnvironmentOf(environment, fileSystem);
+    debugEnvironment.environmentReport = [&] {
+      return EnvironmentReport({environment, fileSystem, [&] { return service.ProgramSettings(); }});
+    };
+    debug.Attach({.files = &faulty, .clock = &clock, .timeZone = &zone, .system = &system}, debugEnvironment);
+    service.Main();
+    debug.CleanupDebug();
+  }
+
+  void Put(TextView name, const std::string& bytes) {
+    for (const TextView folder : {u"C:\\Orvanta", u"C:\\Orvanta\\Config", u"C:\\Orvanta\\Config\\Rules"})
+      files.CreateDir(folder);
+    ASSERT_TRUE(files.Write(u"C:\\Orvanta\\" + Text(name), bytes)) << PendingSystemError();
+    TakePendingSystemError();
+  }
+
+  std::string Content(TextView path) {
+    std::string bytes;
+    ReadFileBytes(files, path, bytes);
+    TakePendingSystemError();
+    return bytes;
   }
 
   Journal journal;
   JournalHost host{journal};
   JournalSource source{journal};
+  App_Debug debug;
+  ScopedDiagnostics scoped{debug};
   fakes::MemoryFiles files;
+  fakes::FaultyFiles faulty{files};
   fakes::FakeSystem system;
   fakes::FakeClock clock;
   fakes::FakeTimeZone zone;
@@ -110,6 +143,63 @@ TEST_F(SampleTest, StartsInOrderAndStopsWithBothKeys) {
   EXPECT_TRUE(prompt.shown.empty());
   os::FileInfo info;
   EXPECT_TRUE(files.Info(u"C:\\Orvanta\\Config\\Rules", info));
+}
+
+constexpr TextView kLog = u"C:\\Orvanta\\Data\\Debug Logs\\OrvantaEventService\\OrvantaEventService (4711)";
+
+// Everything on: settings, a rule that matches, debug log, both dumps.
+constexpr const char* kDebugSettings =
+    "Debug.Log.Verbose=1\r\nDebug.Log.RealTime=1\r\nDebug.EnvDump=1\r\nDebug.ProcDump=1\r\nEmail.SMTP.Password=geheim99";
+
+TEST_F(SampleTest, DebugSettingsFromAFileGiveLogAndDumpsWithoutSecrets) {
+  Put(u"OrvantaEventService_Debug.cfg", kDebugSettings);
+  Put(u"Config\\Orvanta.ini", "[EmailConfig]\r\nSMTPPassword=geheim42\r\nSMTPServer=mail\r\n");
+  Put(u"Config\\Rules\\A.DAT", "[LogFile]\r\nSystem=1\r\n[EventType]\r\nInfo=1\r\n");
+  source.records = {Raw(u"something"), Raw(u"orvanta - stopping event service...")};
+  RunMain();
+  const std::string log = Content(Text(kLog) + u".log");
+  const std::string environment = Content(Text(kLog) + u" Dump_Env.log");
+  const std::string dump = Content(Text(kLog) + u" Dump_Proc.log");
+  EXPECT_NE(log.find("Entering Main Service Loop"), std::string::npos);
+  EXPECT_NE(environment.find("SMTPPassword=***"), std::string::npos) << environment;
+  EXPECT_NE(environment.find("SMTPServer=mail"), std::string::npos);
+  EXPECT_NE(environment.find("A.DAT  42 bytes"), std::string::npos);
+  EXPECT_NE(environment.find("Debug.ProcDump=1"), std::string::npos);
+  EXPECT_NE(dump.find("Source=modFilterEvents.FindEvents"), std::string::npos);
+  EXPECT_NE(dump.find("End_ProcDump"), std::string::npos);
+  for (const std::string* text : {&log, &environment, &dump}) EXPECT_EQ(text->find("geheim"), std::string::npos);
+}
+
+TEST_F(SampleTest, WhicheverFileCallFailsTheRunEndsCleanlyAndTheNextRecordIsHandled) {
+  const auto run = [&](std::uint64_t failing, std::uint32_t number) {
+    files = {};
+    Put(u"OrvantaEventService_Debug.cfg", kDebugSettings);
+    Put(u"Config\\Rules\\A.DAT", "[LogFile]\r\nSystem=1\r\n[EventType]\r\nInfo=1\r\n");
+    source.records = {Raw(u"one"), Raw(u"two"), Raw(u"three"), Raw(u"orvanta - stopping event service...")};
+    journal.clear();
+    host.slicesUntilStop = 0;
+    faulty.Heal();
+    if (failing != 0) faulty.FailCall(failing, number);
+    const std::uint64_t before = faulty.Calls();
+    RunMain();
+    return faulty.Calls() - before;
+  };
+  const std::uint64_t calls = run(0, 0);
+  ASSERT_GT(calls, 50u);
+  for (std::uint64_t failing = 1; failing <= calls; ++failing) {
+    for (const std::uint32_t number : {SystemErrorNumber::kDiskFull, SystemErrorNumber::kSharingViolation}) {
+      run(failing, number);
+      EXPECT_EQ(journal.back(), "close events") << failing;
+      // One record at most is lost to one failing call, and what was written is whole.
+      const std::string log = Content(u"C:\\Orvanta\\EventLogs.txt");
+      std::size_t entries = 0;
+      for (const char* message : {"one", "two", "three"}) {
+        entries += log.find("Message: " + std::string(message) + "\r\n") != std::string::npos ? 1u : 0u;
+      }
+      EXPECT_GE(entries, 2u) << failing << " " << number << "\n" << log;
+      EXPECT_TRUE(log.empty() || log.ends_with("\r\n")) << failing;
+    }
+  }
 }
 
 TEST_F(SampleTest, SecondInstanceDoesNothing) {

@@ -67,6 +67,10 @@ class ServiceBox:
         self.run("standin-setup", "register", "--feed", self.windows(self.feed), "--fail-query", fail_query,
                  "--fail-connect", fail_connect)
 
+    def debug_files(self):
+        """Debug logs and dumps; %ProgramData% is not the same folder in every version of Wine."""
+        return sorted((self.prefix / "drive_c").rglob("Debug Logs/*/*.log"))
+
     def append(self, lines):
         """Lines of JSON, complete with their line ends."""
         with open(self.feed, "ab") as feed:

@@ -168,6 +168,26 @@ class ServiceTest(unittest.TestCase):
         self.assertIn("Event Type: Error (0) / Source Name: src / Event Log: System\r\nMessage: last\r\n", log)
         box.stop()
 
+    def test_settings_files_are_used_and_passwords_kept_encrypted(self):
+        box = self.box
+        for path in box.debug_files():
+            path.unlink()
+        settings = box.app / "OrvantaEventService.cfg"
+        settings.write_bytes(b"Other.Setting=stays\r\nEmail.SMTP.Password=geheim99\r\n")
+        (box.app / "X_Debug.cfg").write_bytes(b"Debug.Log.RealTime=1\r\nDebug.Log.Verbose=1\r\nDebug.ProcDump=1")
+        stored = []
+        for _ in range(2):
+            box.start()
+            box.stop()
+            box.await_end()
+            stored.append(settings.read_bytes())
+        self.assertRegex(stored[0], rb"^Other\.Setting=stays\r\nEmail\.SMTP\.Password=<ev~>[0-9A-F]{32}$")
+        self.assertEqual(stored[0], stored[1])
+        written = [path.read_bytes() for path in box.debug_files()]
+        self.assertEqual(len(written), 6, "log and both dumps of two runs")
+        self.assertIn(b"Verbose Event", b"".join(written))
+        self.assertNotIn(b"geheim99", b"".join(written))
+
     def test_all_sample_records_give_the_logs_of_the_native_replay(self):
         box = self.box
         samples = ROOT / "tests" / "data" / "records.jsonl"

@@ -1,13 +1,17 @@
 // The service program: composes the parts and runs the service.
 #include <windows.h>
 
+#include <utility>
+
 #include "base/os/Clock.h"
+#include "base/os/Crypto.h"
 #include "base/os/Prompt.h"
 #include "base/os/Registry.h"
 #include "base/os/System.h"
 #include "diag/App_Debug.h"
 #include "mail/AlertMailer.h"
 #include "platform/DebugEnvironment.h"
+#include "service/EnvironmentReport.h"
 #include "service/Sample.h"
 #include "service/win32/NTService.h"
 #include "service/win32/WmiEventSource.h"
@@ -20,19 +24,26 @@ void Run() {
   os::Files& files = os::SystemFiles();
   App_Env environment(os::ThisSystem());
   App_FileSystem fileSystem(files, os::ThisSystem());
-  Diagnostics().Attach({.files = &files,
-                        .clock = &os::SystemClock(),
-                        .timeZone = &os::SystemTimeZone(),
-                        .system = &os::ThisSystem(),
-                        .periodTimer = &os::SystemPeriodTimer()},
-                       DebugEnvironmentOf(environment, fileSystem));
   App_Registry registry(os::SystemRegistry());
   App_Common ini(files);
   App_Time time(os::SystemClock(), os::SystemTimeZone(), files);
   NoMailer mailer(u"this version has no mail engine");
   NTService host(os::ThisSystem().ProgramPath());
   WmiEventSource source;
-  Sample({host, source, os::SystemPrompt(), environment, registry, fileSystem, ini, time, mailer}).Main();
+  const ckCrypt_Config crypt(os::SystemCrypto());
+  Sample service({host, source, os::SystemPrompt(), environment, registry, fileSystem, ini, crypt, time, mailer});
+
+  DebugEnvironment debugEnvironment = DebugEnvironmentOf(environment, fileSystem);
+  debugEnvironment.environmentReport = [&] {
+    return EnvironmentReport({environment, fileSystem, [&] { return service.ProgramSettings(); }});
+  };
+  Diagnostics().Attach({.files = &files,
+                        .clock = &os::SystemClock(),
+                        .timeZone = &os::SystemTimeZone(),
+                        .system = &os::ThisSystem(),
+                        .periodTimer = &os::SystemPeriodTimer()},
+                       std::move(debugEnvironment));
+  service.Main();
   Diagnostics().CleanupDebug();
 }
 
