@@ -1,0 +1,18 @@
+// Stored values: whatever stands in a file, reading it gives a text or none, and what was encrypted comes back.
+#include <cstdint>
+#include <cstdlib>
+
+#include "base/Encoding.h"
+#include "base/os/Crypto.h"
+#include "config/ckCrypt_Config.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace ovs;
+  const ckCrypt_Config crypt(os::SystemCrypto());
+  const Text value = DecodeFile({reinterpret_cast<const char*>(data), size});
+  static_cast<void>(crypt.TryDecrypt(value));
+  static_cast<void>(crypt.TryDecrypt(u"<ev~>" + value));
+  static_cast<void>(crypt.TryDecrypt(u"~{" + value));
+  if (crypt.DecryptCfgValue(crypt.EncryptCfgValue(value)) != value) std::abort();
+  return 0;
+}
