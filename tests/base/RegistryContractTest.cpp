@@ -52,8 +52,7 @@ TEST_P(RegistryContract, ValuesAreStoredAsGiven) {
       {u"Größe 日本", os::RegType::kString, "a\0b\0\0\0"sv},  {u"unterminated", os::RegType::kString, "a\0b\0"sv},
       {u"odd", os::RegType::kExpandString, "%\0x\0%"sv},      {u"list", os::RegType::kMultiString, "a\0\0\0b\0\0\0\0\0"sv},
       {u"bytes", os::RegType::kBinary, "\x01\0\xFF"sv},       {u"none", os::RegType::kBinary, ""sv},
-      {u"number", os::RegType::kDword, "\xDD\xCC\xEE\xFF"sv}, {u"", os::RegType::kString, "d\0\0\0"sv},
-  };
+      {u"number", os::RegType::kDword, "\xDD\xCC\xEE\xFF"sv}, {u"", os::RegType::kString, "d\0\0\0"sv}};
   for (const auto& each : values) ASSERT_EQ(key->SetData(each.name, each.type, each.data), 0u) << ToUtf8(each.name);
   for (const auto& each : values) {
     std::uint32_t type = 99;

@@ -3,14 +3,11 @@
 //   --count N       ends after N records (default 1)
 //   --timeout MS    gives NextEvent a time-out
 //   --go-on         a failing NextEvent does not end the run, but counts as a record
-//   --mta           multithreaded apartment instead of a single-threaded one
 //   --moniker TEXT, --query TEXT   other texts than the service's
-//   --quiet         prints no records, but at the end how much memory the process gained after the first tenth of them
 // Exit codes: 0 all received, 1 something failed (error number, source and description are printed), 2 usage.
 #include <windows.h>
 #include <objbase.h>
 #include <oleauto.h>
-#include <psapi.h>
 
 #include <array>
 #include <memory>
@@ -34,8 +31,6 @@ struct Options {
   unsigned long timeout = 0;
   bool hasTimeout = false;
   bool goOn = false;
-  bool mta = false;
-  bool quiet = false;
   const wchar_t* moniker = kMoniker;
   const wchar_t* query = kQuery;
 };
@@ -177,23 +172,11 @@ std::string NextRecordOrFailure(IDispatch* source, const Options& options) try {
   return error.what();
 }
 
-std::size_t Memory() {
-  PROCESS_MEMORY_COUNTERS counters{};
-  GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
-  return counters.PagefileUsage;
-}
-
 void Receive(const Options& options) {
   const Dispatch services = Connect(options.moniker);
   Variant query(options.query);
   const Dispatch source = InvokeForObject(services.get(), L"ExecNotificationQuery", DISPATCH_METHOD, &query.value);
-  std::size_t early = 0;
-  for (unsigned long i = 0; i < options.count; ++i) {
-    const std::string line = NextRecordOrFailure(source.get(), options);
-    if (!options.quiet) Say(line);
-    if (i == options.count / 10) early = Memory();
-  }
-  if (options.quiet) Say("gained " + std::to_string(static_cast<long long>(Memory() - early) / 1024) + " KiB");
+  for (unsigned long i = 0; i < options.count; ++i) Say(NextRecordOrFailure(source.get(), options));
 }
 
 Options Read(int argc, wchar_t** argv) {
@@ -213,10 +196,6 @@ Options Read(int argc, wchar_t** argv) {
     };
     if (option == L"--go-on")
       options.goOn = true;
-    else if (option == L"--mta")
-      options.mta = true;
-    else if (option == L"--quiet")
-      options.quiet = true;
     else if (option == L"--count")
       number(options.count);
     else if (option == L"--timeout")
@@ -235,12 +214,12 @@ Options Read(int argc, wchar_t** argv) {
 
 int wmain(int argc, wchar_t** argv) try {
   const Options options = Read(argc, argv);
-  if (CoInitializeEx(nullptr, options.mta ? COINIT_MULTITHREADED : COINIT_APARTMENTTHREADED) != S_OK) return 1;
+  if (CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED) != S_OK) return 1;
   Receive(options);
   CoUninitialize();
   return 0;
 } catch (const std::invalid_argument& error) {
-  Say(std::string("usage: wmiprobe [--count N] [--timeout MS] [--go-on] [--mta] [--quiet] [--moniker TEXT] [--query TEXT]\n"
+  Say(std::string("usage: wmiprobe [--count N] [--timeout MS] [--go-on] [--moniker TEXT] [--query TEXT]\n"
                   "not understood: ") +
       error.what());
   return 2;
