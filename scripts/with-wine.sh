@@ -17,7 +17,10 @@ unset DISPLAY WAYLAND_DISPLAY
 
 if [ ! -f "$WINEPREFIX/system.reg" ]; then
   timeout 300 wine wineboot -i </dev/null >/dev/null 2>&1
+  # Windows exist without a screen, so message boxes can be found and answered. Programs see that from the next start on.
+  timeout 60 wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f </dev/null >/dev/null 2>&1
   # The control manager of the set-up must be gone: two of them would not know of each other's services.
+  timeout 60 wineserver -k >/dev/null 2>&1 || true
   timeout 60 wineserver -w
 fi
 hold=$(mktemp -d)
@@ -33,9 +36,6 @@ finish() {
 }
 trap finish EXIT
 trap 'exit 130' INT TERM
-
-# Windows exist without a screen, so message boxes can be found and answered.
-timeout 60 wine reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f </dev/null >/dev/null 2>&1 9>&-
 
 status=0
 "$@" 9>&- || status=$?
