@@ -193,6 +193,16 @@ class Config_Class {
     bool anySet = false;
   };
 
+  // What a query for lines is asked, and under which names it is traced.
+  struct Query {
+    TextView procedure;
+    TextView partialName;
+    TextView partial;
+    TextView defFile;
+    bool excludeKey;
+  };
+  using EntryText = Text (*)(const Config_KVP& entry);
+
   template <class Predicate>
   void RemoveWhere(Predicate predicate);
   bool Add(TextView key, TextView value, const ConfigSetOptions& options, TextView defFile);
@@ -216,8 +226,7 @@ class Config_Class {
   [[nodiscard]] bool MayReplace(class Proc& proc, TextView path, TextView text);
 
   [[nodiscard]] bool ExistsIn(TextView key, TextView defFile) const;
-  template <class Matches, class Value>
-  [[nodiscard]] Text MatchingLines(TextView defFile, bool excludeKey, Matches matches, Value value) const;
+  [[nodiscard]] Text MatchingLines(const Query& query, EntryText searched, EntryText shown) const;
 
   App_FileSystem& fileSystem_;
   const ckCrypt_Config& crypt_;

@@ -17,6 +17,10 @@ bool IsOf(const Config_KVP& entry, TextView defFile) {
   return defFile.empty() || App_Strings::StringsMatch(entry.DefFile(), defFile);
 }
 
+Text KeyOf(const Config_KVP& entry) { return entry.Key(); }
+Text PlainValueOf(const Config_KVP& entry) { return entry.ValueData(); }
+Text StoredValueOf(const Config_KVP& entry) { return entry.ValueData_Save_State(); }
+
 bool NamesSameFile(TextView a, TextView b) {
   return App_Strings::StringsMatch(App_FilePath::FileNameOf(a), App_FilePath::FileNameOf(b));
 }
@@ -43,43 +47,41 @@ bool Config_Class::CfgSettingExists(TextView sKey, TextView sDefFile) const {
   return proc.Run(false, [&] { return ExistsIn(sKey, sDefFile); });
 }
 
-template <class Matches, class Value>
-Text Config_Class::MatchingLines(TextView defFile, bool excludeKey, Matches matches, Value value) const {
-  Text lines;
-  for (const Config_KVP& entry : entries_) {
-    if (!IsOf(entry, defFile) || !matches(entry)) continue;
-    if (!excludeKey) lines.append(entry.Key()).append(u"=");
-    lines.append(value(entry)).append(kCrLf);
-  }
-  return lines;
+// Of the two texts of an entry, one is searched and one is shown.
+Text Config_Class::MatchingLines(const Query& query, EntryText searched, EntryText shown) const {
+  Proc proc(kModule, query.procedure, ProcKind::Function);
+  proc.ByVal(query.partialName, query.partial);
+  proc.ByVal(u"sMustMatchThisDefFile", query.defFile);
+  proc.ByVal(u"bExcludeKeyFromValue", query.excludeKey);
+  return proc.Run(Text(), [&] {
+    Text lines;
+    for (const Config_KVP& entry : entries_) {
+      if (!IsOf(entry, query.defFile) || !ContainsFolded(searched(entry), query.partial)) continue;
+      if (!query.excludeKey) lines.append(entry.Key()).append(u"=");
+      lines.append(shown(entry)).append(kCrLf);
+    }
+    return lines;
+  });
 }
 
 Text Config_Class::GetAllMatchingStrings(TextView sPartialKey, TextView sMustMatchThisDefFile,
                                          bool bExcludeKeyFromValue) const {
-  Proc proc(kModule, u"GetAllMatchingStrings", ProcKind::Function);
-  proc.ByVal(u"sPartialKey", sPartialKey);
-  proc.ByVal(u"sMustMatchThisDefFile", sMustMatchThisDefFile);
-  proc.ByVal(u"bExcludeKeyFromValue", bExcludeKeyFromValue);
-  return proc.Run(Text(), [&] {
-    return MatchingLines(
-        sMustMatchThisDefFile, bExcludeKeyFromValue,
-        [&](const Config_KVP& entry) { return ContainsFolded(entry.Key(), sPartialKey); },
-        [](const Config_KVP& entry) { return entry.ValueData(); });
-  });
+  return MatchingLines({u"GetAllMatchingStrings", u"sPartialKey", sPartialKey, sMustMatchThisDefFile, bExcludeKeyFromValue},
+                       KeyOf, PlainValueOf);
 }
 
 Text Config_Class::GetAllMatchingStrings_AsIs(TextView sPartialKey, TextView sMustMatchThisDefFile,
                                               bool bExcludeKeyFromValue) const {
-  Proc proc(kModule, u"GetAllMatchingStrings_AsIs", ProcKind::Function);
-  proc.ByVal(u"sPartialKey", sPartialKey);
-  proc.ByVal(u"sMustMatchThisDefFile", sMustMatchThisDefFile);
-  proc.ByVal(u"bExcludeKeyFromValue", bExcludeKeyFromValue);
-  return proc.Run(Text(), [&] {
-    return MatchingLines(
-        sMustMatchThisDefFile, bExcludeKeyFromValue,
-        [&](const Config_KVP& entry) { return ContainsFolded(entry.Key(), sPartialKey); },
-        [](const Config_KVP& entry) { return TextView(entry.ValueData_Save_State()); });
-  });
+  return MatchingLines(
+      {u"GetAllMatchingStrings_AsIs", u"sPartialKey", sPartialKey, sMustMatchThisDefFile, bExcludeKeyFromValue}, KeyOf,
+      StoredValueOf);
+}
+
+Text Config_Class::GetAllMatchingValues(TextView sPartialValue, TextView sMustMatchThisDefFile,
+                                        bool bExcludeKeyFromValue) const {
+  return MatchingLines(
+      {u"GetAllMatchingValues", u"sPartialValue", sPartialValue, sMustMatchThisDefFile, bExcludeKeyFromValue}, PlainValueOf,
+      PlainValueOf);
 }
 
 std::int32_t Config_Class::GetMatchingStringCount(TextView sPartialKey, TextView sMustMatchThisDefFile) const {
@@ -93,20 +95,6 @@ std::int32_t Config_Class::GetMatchingStringCount(TextView sPartialKey, TextView
       if (IsOf(entry, sMustMatchThisDefFile) && ContainsFolded(entry.Key(), sPartialKey)) ++lCount;
     }
     return lCount;
-  });
-}
-
-Text Config_Class::GetAllMatchingValues(TextView sPartialValue, TextView sMustMatchThisDefFile,
-                                        bool bExcludeKeyFromValue) const {
-  Proc proc(kModule, u"GetAllMatchingValues", ProcKind::Function);
-  proc.ByVal(u"sPartialValue", sPartialValue);
-  proc.ByVal(u"sMustMatchThisDefFile", sMustMatchThisDefFile);
-  proc.ByVal(u"bExcludeKeyFromValue", bExcludeKeyFromValue);
-  return proc.Run(Text(), [&] {
-    return MatchingLines(
-        sMustMatchThisDefFile, bExcludeKeyFromValue,
-        [&](const Config_KVP& entry) { return ContainsFolded(entry.ValueData(), sPartialValue); },
-        [](const Config_KVP& entry) { return entry.ValueData(); });
   });
 }
 
