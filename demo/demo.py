@@ -51,6 +51,7 @@ def show_alerts(box):
     return alerts, names
 
 
+SETTINGS = "Env.WANAddress=203.0.113.5\r\nEmail.SMTP.Password=only for the demo"
 DEBUG_SETTINGS = ("Debug.Log.Verbose=1\r\nDebug.Log.RealTime=1\r\nDebug.EnvDump=1\r\nDebug.ProcDump=1\r\n"
                   "Debug.ProcDump.IncludeProcTimers=1")
 
@@ -72,6 +73,7 @@ def main():
     box.prepare(DEMO / "app")
     rules = sorted(path.stem for path in (box.app / "Config" / "Rules").glob("*.DAT"))
     print(f"  {box.app.relative_to(ROOT)}: {len(rules)} rules\n    " + "\n    ".join(rules))
+    (box.app / "OrvantaEventService.cfg").write_bytes(SETTINGS.encode())
     if debug:
         for path in box.debug_files():
             path.unlink()
@@ -100,6 +102,10 @@ def main():
         print("  " + box.query())
         stopped = box.state() == "STOPPED"
         box.await_end()
+        say("Its settings file, with the password encrypted that was typed into it in plain text")
+        settings = (box.app / "OrvantaEventService.cfg").read_bytes().decode()
+        print("\n".join("  " + shorten(line) for line in settings.splitlines()))
+        stopped = stopped and "only for the demo" not in settings and "WANAddress=203.0.113.5" in settings
     finally:
         box.remove()
     if debug:
