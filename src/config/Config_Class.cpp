@@ -14,9 +14,6 @@ namespace {
 
 constexpr TextView kModule = u"Config_Class";
 
-// Such a value is masked even while it stands in plain text.
-bool IsSecretKey(TextView key) { return App_Strings::StringEndsWith(key, u".Password"); }
-
 // What no settings file could carry back: a NUL makes the whole file unusable, a line break makes two keys of one.
 bool CanBeStored(TextView key, TextView value) {
   return key.find(kNul) == TextView::npos && value.find(kNul) == TextView::npos && key.find(kCrLf) == TextView::npos;
@@ -29,6 +26,8 @@ std::int32_t PartCount(TextView key) {
 }
 
 }  // namespace
+
+bool Config_Class::IsSecretKey(TextView sKey) { return App_Strings::StringEndsWith(sKey, u".Password"); }
 
 Config_Class::Config_Class(App_FileSystem& fileSystem, const ckCrypt_Config& crypt, TextView programFolder)
     : fileSystem_(fileSystem), crypt_(crypt), programFolder_(programFolder) {}

@@ -134,6 +134,8 @@ class Config_Class {
   // These two remove the key instead of storing 0, an empty text or no value; `bNoSave` does not count.
   bool SetLongOrDelete(TextView sKey, std::int32_t lValue, const ConfigSetOptions& options = {});
   bool SetVarOrDelete(TextView sKey, const std::optional<ConfigValue>& vValue, const ConfigSetOptions& options = {});
+  // Keys whose values are kept encrypted and never traced: those that end in ".Password".
+  [[nodiscard]] static bool IsSecretKey(TextView sKey);
   // Encrypts the stored value of a key that exists, unless it is encrypted already.
   void Ensure_Encrypted(TextView sKey);
   // The text in which a typed value is stored.

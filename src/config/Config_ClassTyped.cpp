@@ -123,11 +123,18 @@ void TellDefFile(const Config_KVP* entry, Text* defFile) {
 Text Config_Class::GetString(TextView sKey, Text* sDefFile) const {
   Proc proc(kModule, u"GetString", ProcKind::Function);
   proc.ByVal(u"sKey", sKey);
-  return proc.Run(Text(), [&] {
+  Text value;
+  bool isSecret = IsSecretKey(sKey);
+  proc.Run([&] {
     const Config_KVP* const entry = Item(sKey);
     TellDefFile(entry, sDefFile);
-    return entry == nullptr ? Text() : App_Strings::ReplaceAll(entry->ValueData(), u"<NL>", kCrLf);
+    if (entry == nullptr) return;
+    isSecret = isSecret || entry->Encrypted();
+    value = App_Strings::ReplaceAll(entry->ValueData(), u"<NL>", kCrLf);
   });
+  const TextView shown = isSecret && !value.empty() ? TextView(u"***") : TextView(value);
+  proc.Result(shown);
+  return value;
 }
 
 Text Config_Class::GetStringRaw(TextView sKey, Text* sDefFile) const {

@@ -1,6 +1,5 @@
 #include "config/Config_Init.h"
 
-#include "base/App_Strings.h"
 #include "diag/App_Debug.h"
 #include "platform/App_FilePath.h"
 
@@ -19,7 +18,7 @@ void LoadAll(Config_Class& config, const App_Env& environment, bool singleFile) 
 void EncryptPasswords(Config_Class& config) {
   config.Ensure_Encrypted(u"Email.SMTP.Password");
   for (const Config_KVP& entry : config.NewEnum()) {
-    if (App_Strings::StringEndsWith(entry.Key(), u".Password")) config.Ensure_Encrypted(entry.Key());
+    if (Config_Class::IsSecretKey(entry.Key())) config.Ensure_Encrypted(entry.Key());
   }
 }
 

@@ -177,6 +177,12 @@ TEST_F(ConfigClassTest, SecretsAreKeptEncryptedAndMasked) {
   log.clear();
   Debug::dLog(kNoProc, u"pass\r\nword pass<NL>word tok<NL>en99");
   EXPECT_TRUE(log.find(u"*** *** ***") != Text::npos) << ToUtf8(log);
+  // One that is too short to be looked for in texts is kept out of the trace where it is read.
+  Diagnostics().SetSwitches({.procDump = true});
+  config.SetString(u"Short.Password", u"q7");
+  EXPECT_EQ(config.GetString(u"Short.Password"), u"q7");
+  EXPECT_EQ(Diagnostics().ProcDump(false).find(u"q7"), Text::npos);
+  Diagnostics().SetSwitches({});
 
   config.SetString(u"Broken", u"<ev~>0123");
   config.SetString(u"Old", u"~{ab");
