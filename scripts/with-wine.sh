@@ -28,6 +28,8 @@ mkfifo "$hold/pipe"
 wine cmd <"$hold/pipe" >/dev/null 2>&1 &
 exec 9>"$hold/pipe"
 rm -r "$hold"
+# Not before the services run: the first program to want them starts them, and they would hold its output open.
+timeout 120 wine cmd /c exit </dev/null >/dev/null 2>&1 9>&-
 
 finish() {
   exec 9>&-
