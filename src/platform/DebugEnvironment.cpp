@@ -17,4 +17,12 @@ DebugEnvironment DebugEnvironmentOf(const App_Env& environment, App_FileSystem& 
   return out;
 }
 
+DebugPorts SystemDebugPorts() {
+  return {.files = &os::SystemFiles(),
+          .clock = &os::SystemClock(),
+          .timeZone = &os::SystemTimeZone(),
+          .system = &os::ThisSystem(),
+          .periodTimer = &os::SystemPeriodTimer()};
+}
+
 }  // namespace ovs

@@ -10,4 +10,7 @@ namespace ovs {
 // `fileSystem` must outlive the diagnostics' use of the result. The environment report is left to the composer.
 [[nodiscard]] DebugEnvironment DebugEnvironmentOf(const App_Env& environment, App_FileSystem& fileSystem);
 
+// The machine's own ports.
+[[nodiscard]] DebugPorts SystemDebugPorts();
+
 }  // namespace ovs

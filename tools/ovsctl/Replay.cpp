@@ -13,6 +13,7 @@
 #include "diag/App_Debug.h"
 #include "mail/AlertMailer.h"
 #include "monitor/modFilterEvents.h"
+#include "platform/DebugEnvironment.h"
 
 namespace ovs {
 
@@ -112,12 +113,7 @@ int Replay(const Paths& paths, bool writeLogs, App_FileSystem& fileSystem, const
 
 int RunReplay(const ReplayOptions& options) {
   App_FileSystem fileSystem(os::SystemFiles(), os::ThisSystem());
-  Diagnostics().Attach({.files = &os::SystemFiles(),
-                        .clock = &os::SystemClock(),
-                        .timeZone = &os::SystemTimeZone(),
-                        .system = &os::ThisSystem(),
-                        .periodTimer = &os::SystemPeriodTimer()},
-                       {});
+  Diagnostics().Attach(SystemDebugPorts(), {});
   ShowDebugEntries();
   const std::optional<Paths> paths = ResolvePaths(options);
   if (!paths) return Fail("cannot use the path " + options.applicationFolder + " or " + options.recordsFile);

@@ -37,12 +37,7 @@ void Run() {
   debugEnvironment.environmentReport = [&] {
     return EnvironmentReport({environment, fileSystem, [&] { return service.ProgramSettings(); }});
   };
-  Diagnostics().Attach({.files = &files,
-                        .clock = &os::SystemClock(),
-                        .timeZone = &os::SystemTimeZone(),
-                        .system = &os::ThisSystem(),
-                        .periodTimer = &os::SystemPeriodTimer()},
-                       std::move(debugEnvironment));
+  Diagnostics().Attach(SystemDebugPorts(), std::move(debugEnvironment));
   service.Main();
   Diagnostics().CleanupDebug();
 }
