@@ -15,6 +15,22 @@ endfunction()
 ovs_header_library(ovs_json nlohmann)
 ovs_header_library(ovs_cli11 CLI)
 
+# Mail transport and archives: Debian's libraries natively; for Windows static ones that scripts/windows-libraries.sh built.
+add_library(ovs_curl INTERFACE)
+add_library(ovs_zip INTERFACE)
+if(WIN32)
+  find_package(CURL CONFIG REQUIRED)
+  find_package(ZLIB REQUIRED)
+  find_package(libzip CONFIG REQUIRED)
+  target_link_libraries(ovs_curl INTERFACE CURL::libcurl crypt32)
+  target_link_libraries(ovs_zip INTERFACE libzip::zip)
+else()
+  find_package(CURL REQUIRED)
+  target_link_libraries(ovs_curl INTERFACE CURL::libcurl)
+  find_library(OVS_LIBZIP zip REQUIRED)
+  target_link_libraries(ovs_zip INTERFACE ${OVS_LIBZIP})
+endif()
+
 # GoogleTest: built from the sources of Debian's package googletest, with this build's own flags.
 if(OVS_TESTS)
   if(NOT EXISTS /usr/src/googletest/CMakeLists.txt)

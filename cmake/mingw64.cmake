@@ -10,6 +10,8 @@ set(OVS_MESSAGE_COMPILER ${OVS_CROSS}-windmc)
 
 # Libraries and headers come from the cross tree alone, helper programs from this machine.
 set(CMAKE_FIND_ROOT_PATH /usr/${OVS_CROSS} ${CMAKE_PREFIX_PATH})
+# Otherwise zlib's import library would be taken, and its DLL needed.
+set(ZLIB_USE_STATIC_LIBS ON)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)

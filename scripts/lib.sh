@@ -21,6 +21,7 @@ build() {
   local preset=$1 start=$SECONDS
   shift
   mkdir -p build/logs
+  [ "$preset" != windows-x64 ] || scripts/windows-libraries.sh
   printf 'building %s ... ' "$preset"
   quietly "build/logs/$preset-configure.log" cmake --preset "$preset"
   quietly "build/logs/$preset-build.log" cmake --build "build/$preset" --parallel "$(nproc)" ${1:+--target "$@"}

@@ -2,7 +2,8 @@
 # Installs what a build and its tests need on Debian 12. Does nothing when all of it is there.
 #
 # The libraries of the Windows program come from the same packages: nlohmann-json and CLI11 are headers, GoogleTest is
-# built from the sources that the package googletest installs (see cmake/OvsDependencies.cmake).
+# built from the sources that the package googletest installs (see cmake/OvsDependencies.cmake); libcurl and libzip are built
+# by scripts/windows-libraries.sh.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
@@ -13,11 +14,18 @@ packages=(
   wine wine64                                       # runs it
   libcli11-dev libgtest-dev googletest nlohmann-json3-dev
   libssl-dev                                        # the cipher of the native build
+  libcurl4-openssl-dev libzip-dev                   # mail and archives of the native build
+  dpkg-dev libz-mingw-w64-dev                       # the same for Windows, from source packages
+  python3-aiosmtpd openssl                          # the mail server of the tests and the demo, its certificates
   libbenchmark-dev                                  # measurements, native only
   clang-format clang-tidy-19                        # checks
   clang-19 libclang-rt-19-dev                       # fuzzing
   unicode-data                                      # source of the folding table
 )
+
+# A real mail server for the tests, unless the machine has one that it would replace; without it one test is skipped.
+dpkg-query -W -f '${Provides} ${db:Status-Status}\n' 2>/dev/null | grep -q 'mail-transport-agent.* installed$' ||
+  packages+=(exim4-daemon-heavy)
 
 missing=()
 for package in "${packages[@]}"; do
@@ -30,5 +38,15 @@ say "Installing ${missing[*]}"
 start=$SECONDS
 export DEBIAN_FRONTEND=noninteractive
 quietly build/logs/apt-update.log apt-get -q update
+# Nothing that comes along, such as the mail server, shall run on this machine by itself.
+policy=/usr/sbin/policy-rc.d
+if [ ! -e $policy ]; then
+  printf '#!/bin/sh\nexit 101\n' >$policy
+  chmod +x $policy
+  trap 'rm -f $policy' EXIT
+fi
 quietly build/logs/apt-install.log apt-get -q install -y --no-install-recommends "${missing[@]}"
+case " ${missing[*]} " in
+  *" exim4-daemon-heavy "*) update-rc.d exim4 disable >/dev/null 2>&1 || true ;;
+esac
 echo "installed in $((SECONDS - start)) s"
