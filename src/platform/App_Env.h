@@ -3,6 +3,7 @@
 #pragma once
 
 #include "base/Text.h"
+#include "base/Version.h"
 #include "base/os/System.h"
 
 namespace ovs {
@@ -20,7 +21,7 @@ class App_Env {
 
   // The program file's name without its extension.
   [[nodiscard]] Text ProgramName() const;
-  [[nodiscard]] Text Title() const { return u"Orvanta Event Service"; }
+  [[nodiscard]] Text Title() const { return Text(kTitle); }
   [[nodiscard]] Text Version() const;
   // Title, blank, version: such as "Orvanta Event Service 1.0.0".
   [[nodiscard]] Text AppTitle_VersionForced() const;

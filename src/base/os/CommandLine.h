@@ -1,6 +1,7 @@
-// Port: what a console program gets from its command line.
+// Port: what a console program gets from whoever types.
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -13,5 +14,12 @@ namespace ovs::os {
 // "Z:\...\logs\app". The file need not exist. None when it is no path the port can carry; the pending system error tells
 // why.
 [[nodiscard]] std::optional<Text> FullPathOfArgument(std::string_view argument);
+
+// A secret never has as many characters; what is typed beyond is not read.
+inline constexpr std::size_t kLongestSecretLine = 1024;
+
+// One line from standard input without its line end; not echoed where it is typed. Other input than a terminal's is UTF-8,
+// a byte-order mark does not count. None at the end of input. The memory that the call used itself is wiped.
+[[nodiscard]] std::optional<Text> ReadSecretLine();
 
 }  // namespace ovs::os

@@ -158,6 +158,12 @@ AutomationValue ToValue(VARIANT& from) {
   return Take(copy.value);
 }
 
+HRESULT FindMember(IDispatch& object, TextView name, DISPID& id) {
+  std::wstring wide = ToWide(name);
+  LPOLESTR member = wide.data();
+  return object.GetIDsOfNames(IID_NULL, &member, 1, LOCALE_NEUTRAL, &id);
+}
+
 }  // namespace
 
 AutomationObject AutomationObject::FromMoniker(TextView displayName) {
@@ -167,20 +173,47 @@ AutomationObject AutomationObject::FromMoniker(TextView displayName) {
   return AutomationObject(static_cast<IDispatch*>(object));
 }
 
+AutomationObject AutomationObject::FromProgId(TextView progId) {
+  const Text call = u"CreateObject " + Text(progId);
+  CLSID id{};
+  const HRESULT known = CLSIDFromProgID(ToWide(progId).c_str(), &id);
+  if (FAILED(known)) Fail(call, known);
+  void* object = nullptr;
+  const HRESULT result = CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, &object);
+  if (FAILED(result)) Fail(call, result);
+  return AutomationObject(static_cast<IDispatch*>(object));
+}
+
+bool AutomationObject::IsRegistered(TextView progId) {
+  CLSID id{};
+  return SUCCEEDED(CLSIDFromProgID(ToWide(progId).c_str(), &id));
+}
+
 AutomationObject::AutomationObject(IDispatch* owned) : object_(owned, [](IDispatch* object) { object->Release(); }) {}
 
 AutomationValue AutomationObject::Call(TextView name, std::initializer_list<AutomationValue> arguments) const {
   return Invoke(name, DISPATCH_METHOD, arguments);
 }
 
-AutomationValue AutomationObject::Get(TextView property) const { return Invoke(property, DISPATCH_PROPERTYGET, {}); }
+// Some components declare a property with arguments as a method.
+AutomationValue AutomationObject::Get(TextView property, std::initializer_list<AutomationValue> arguments) const {
+  const int kind = arguments.size() == 0 ? DISPATCH_PROPERTYGET : DISPATCH_PROPERTYGET | DISPATCH_METHOD;
+  return Invoke(property, static_cast<std::uint16_t>(kind), arguments);
+}
+
+void AutomationObject::Put(TextView property, AutomationValue value) const {
+  Invoke(property, DISPATCH_PROPERTYPUT, {std::move(value)});
+}
+
+bool AutomationObject::Knows(TextView member) const {
+  DISPID id = DISPID_UNKNOWN;
+  return SUCCEEDED(FindMember(*object_, member, id));
+}
 
 AutomationValue AutomationObject::Invoke(TextView name, std::uint16_t kind,
                                          std::initializer_list<AutomationValue> arguments) const {
-  std::wstring wide = ToWide(name);
-  LPOLESTR member = wide.data();
   DISPID id = DISPID_UNKNOWN;
-  const HRESULT known = object_->GetIDsOfNames(IID_NULL, &member, 1, LOCALE_NEUTRAL, &id);
+  const HRESULT known = FindMember(*object_, name, id);
   if (FAILED(known)) Fail(name, known);
 
   // Arguments are passed last one first.
@@ -191,6 +224,12 @@ AutomationValue AutomationObject::Invoke(TextView name, std::uint16_t kind,
     std::visit(PutInto{list[--at].value, [](const AutomationObject& object) { return object.object_.get(); }}, argument);
   }
   DISPPARAMS params{list.empty() ? nullptr : &list.front().value, nullptr, static_cast<UINT>(list.size()), 0};
+  // The value that is put is an argument with this name.
+  DISPID putName = DISPID_PROPERTYPUT;
+  if (kind == DISPATCH_PROPERTYPUT) {
+    params.rgdispidNamedArgs = &putName;
+    params.cNamedArgs = 1;
+  }
   Variant result;
   EXCEPINFO info{};
   const HRESULT done = object_->Invoke(id, IID_NULL, LOCALE_NEUTRAL, kind, &params, &result.value, &info, nullptr);
@@ -211,6 +250,23 @@ Text AutomationObject::TypeName() const {
 AutomationObject ObjectOf(AutomationValue value, TextView what) {
   if (auto* object = std::get_if<AutomationObject>(&value)) return std::move(*object);
   throw RuntimeError(RuntimeErrorNumber::kComponent, Text(what) + u" gave no object");
+}
+
+bool TruthOf(const AutomationValue& value) {
+  if (const auto* truth = std::get_if<bool>(&value)) return *truth;
+  const auto* number = std::get_if<std::int64_t>(&value);
+  return number != nullptr && *number != 0;
+}
+
+Text TextOf(AutomationValue value) {
+  auto* text = std::get_if<Text>(&value);
+  return text == nullptr ? Text() : std::move(*text);
+}
+
+std::int32_t NumberOf(const AutomationValue& value, TextView what) {
+  const auto* number = std::get_if<std::int64_t>(&value);
+  if (number != nullptr && std::in_range<std::int32_t>(*number)) return static_cast<std::int32_t>(*number);
+  throw RuntimeError(RuntimeErrorNumber::kComponent, Text(what) + u" gave no number");
 }
 
 }  // namespace ovs::win32

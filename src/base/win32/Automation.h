@@ -29,13 +29,20 @@ class AutomationObject {
  public:
   // The object behind a display name, such as "winmgmts:...".
   [[nodiscard]] static AutomationObject FromMoniker(TextView displayName);
+  // A new object of the in-process server that is registered under the name.
+  [[nodiscard]] static AutomationObject FromProgId(TextView progId);
+  // False when no class has that name; creation may fail nevertheless.
+  [[nodiscard]] static bool IsRegistered(TextView progId);
 
   // Takes over one reference.
   explicit AutomationObject(IDispatch* owned);
 
   // Calls a method. Texts, numbers that fit 32 bits, truth values and objects can be passed.
   AutomationValue Call(TextView name, std::initializer_list<AutomationValue> arguments = {}) const;
-  [[nodiscard]] AutomationValue Get(TextView property) const;
+  [[nodiscard]] AutomationValue Get(TextView property, std::initializer_list<AutomationValue> arguments = {}) const;
+  void Put(TextView property, AutomationValue value) const;
+
+  [[nodiscard]] bool Knows(TextView member) const;
 
   // The name of its class as its type information gives it, else "Object".
   [[nodiscard]] Text TypeName() const;
@@ -48,5 +55,11 @@ class AutomationObject {
 
 // The object in a value; throws RuntimeError when it is none. `what` names the call that gave it.
 [[nodiscard]] AutomationObject ObjectOf(AutomationValue value, TextView what);
+// What a component means by true: True, or a number that is not 0.
+[[nodiscard]] bool TruthOf(const AutomationValue& value);
+// The text in a value; empty when it is none.
+[[nodiscard]] Text TextOf(AutomationValue value);
+// The number in a value; throws RuntimeError when it is no whole number of 32 bits.
+[[nodiscard]] std::int32_t NumberOf(const AutomationValue& value, TextView what);
 
 }  // namespace ovs::win32
