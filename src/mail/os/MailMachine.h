@@ -1,0 +1,30 @@
+// What the mail floor needs from the machine it runs on.
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "base/os/Clock.h"
+#include "base/os/Crypto.h"
+#include "base/os/Files.h"
+#include "base/os/System.h"
+#include "mail/MailComponent.h"
+
+namespace ovs {
+
+// What the engines are made of; all must outlive them.
+struct MailMachine {
+  os::Files& files;
+  os::Clock& clock;
+  os::System& system;
+  os::Crypto& crypto;
+};
+
+// The engines of this machine: on Windows the closed components where they are registered, everywhere the built-in ones.
+[[nodiscard]] std::unique_ptr<MailEngines> SystemMailEngines(const MailMachine& machine);
+
+// The certification authorities that the machine trusts, in PEM form, for a TLS library that would forget them when it is
+// given a further one; empty where it does not.
+[[nodiscard]] std::string TrustedRoots();
+
+}  // namespace ovs

@@ -1,0 +1,308 @@
+#include "mail/vtxEmail.h"
+
+#include <gtest/gtest.h>
+
+#include "../platform/PlatformTest.h"
+#include "base/os/Crypto.h"
+#include "config/ckCrypt_Config.h"
+#include "fakes/FakeMailEngines.h"
+#include "mail/LibzipArchive.h"
+
+namespace ovs {
+namespace {
+
+// A user who answers every box with the same button and notes everything shown.
+class FakeUser final : public MailUser {
+ public:
+  int Box(TextView text, TextView caption, std::uint32_t /*flags*/) override {
+    shown.push_back(Text(caption) + u"|" + Text(text));
+    return answer;
+  }
+  void StatusNotice(TextView text) override { shown.push_back(u"notice|" + Text(text)); }
+  std::optional<Text> InputBox(TextView title, TextView prompt, TextView initial) override {
+    shown.push_back(Text(title) + u"|" + Text(prompt) + u"|" + Text(initial));
+    return input;
+  }
+  bool EditMailSettings() override { return edit && edit(); }
+  bool StartMailClient(TextView to, TextView /*subject*/, TextView /*body*/) override {
+    shown.push_back(u"client|" + Text(to));
+    return true;
+  }
+  bool ViewLog(TextView caption, TextView text) override {
+    shown.push_back(u"log|" + Text(caption) + u"|" + Text(text));
+    return true;
+  }
+
+  int answer = 1;
+  std::optional<Text> input;
+  std::function<bool()> edit;
+  std::vector<Text> shown;
+};
+
+class vtxEmailTest : public PlatformTest {
+ protected:
+  vtxEmailTest() {
+    memory.CreateDir(u"C:\\App");
+    memory.CreateDir(u"C:\\App\\Config");
+    environment.SetAutomaticMode(true);
+    system.environment[u"TMP"] = u"C:\\App";
+  }
+  void Store(TextView lines) { store.LoadString(lines); }
+  void StoreComplete() {
+    Store(
+        u"Email.SMTP.Host=mail\r\nEmail.SMTP.Port=587\r\nEmail.SMTP.Username=user\r\nEmail.SMTP.Password=geheim99\r\n"
+        u"Email.From=pc@example.com\r\nEmail.To=tech@example.com");
+  }
+  vtxEmail New() { return vtxEmail({fileSystem, environment, engines, user, &store}); }
+
+  App_Env environment{system};
+  const ckCrypt_Config crypt{os::SystemCrypto()};
+  Config_Class store{fileSystem, crypt, u"C:\\App\\"};
+  fakes::FakeMailEngines engines;
+  FakeUser user;
+};
+
+TEST_F(vtxEmailTest, DefaultsComeFromTheStore) {
+  const vtxEmail bare = New();
+  EXPECT_EQ(bare.SmtpAutoFix, 1);
+  EXPECT_EQ(bare.SmtpAuthMethod, 0);
+  EXPECT_FALSE(bare.SendReady());
+  EXPECT_FALSE(bare.HasSmtpPassword());
+  EXPECT_EQ(bare.EmailBodyTailMsg, u"\r\n\r\nThis message sent by  -  " + environment.AppTitle_VersionForced());
+
+  StoreComplete();
+  Store(u"Email.SMTP.AutoFix=0\r\nEmail.SMTP.SSLType=3\r\nEmail.ReplyTo=reply@example.com");
+  store.Ensure_Encrypted(u"Email.SMTP.Password");
+  const vtxEmail full = New();
+  EXPECT_EQ(full.SmtpPassword, u"geheim99");
+  EXPECT_EQ(full.SmtpAuthMethod, 1) << "a stored password without a method means LOGIN";
+  EXPECT_EQ(full.SmtpAutoFix, 0);
+  EXPECT_EQ(full.SmtpSSLType, 3);
+  EXPECT_EQ(full.SmtpPort, 587);
+  EXPECT_EQ(full.EmailReplyTo, u"reply@example.com");
+  EXPECT_TRUE(full.SendReady());
+  EXPECT_TRUE(full.HasSmtpPassword());
+  EXPECT_FALSE(full.HasSmtpPassword(true));
+  Store(u"Email.SMTP.AuthMethod=4");
+  EXPECT_EQ(New().SmtpAuthMethodStr(), u"CRAM-MD5");
+}
+
+TEST_F(vtxEmailTest, SendReadyAndTheMessageItGives) {
+  StoreComplete();
+  for (Text vtxEmail::*const part :
+       {&vtxEmail::SmtpHost, &vtxEmail::SmtpUsername, &vtxEmail::SmtpPassword, &vtxEmail::EmailFrom, &vtxEmail::EmailTo}) {
+    vtxEmail mail = New();
+    (mail.*part).clear();
+    EXPECT_FALSE(mail.SendReady());
+    EXPECT_FALSE(mail.SendEmail());
+    mail.RequireAllSettingsForSend = false;
+    EXPECT_EQ(mail.SendReady(), part != &vtxEmail::SmtpHost);
+  }
+  EXPECT_TRUE(engines.mails.empty());
+  EXPECT_TRUE(user.shown.empty()) << "nobody is asked in automatic mode";
+
+  environment.SetAutomaticMode(false);
+  vtxEmail mail = New();
+  mail.SmtpHost.clear();
+  user.answer = 7;
+  EXPECT_FALSE(mail.SendEmail());
+  EXPECT_EQ(user.shown.back(), u"client|tech@example.com");
+  user.answer = 6;
+  EXPECT_FALSE(mail.SendEmail());
+  EXPECT_EQ(user.shown.back(), u"Orvanta Event Service|Email configuration incomplete.");
+  user.edit = [&] { return !(mail.SmtpHost = u"mail").empty(); };
+  EXPECT_TRUE(mail.SendEmail());
+}
+
+TEST_F(vtxEmailTest, ShowCriticalUserMsgsIsOffOnlyWhenNobodyCouldWantIt) {
+  for (int bits = 0; bits < 16; ++bits) {
+    vtxEmail mail = New();
+    mail.ShowSuccessMsgs = (bits & 1) != 0;
+    mail.ShowErrorMsgs = (bits & 2) != 0;
+    environment.SetAutomaticMode((bits & 4) == 0);
+    mail.SetShowCriticalUserMsgs((bits & 8) != 0);
+    EXPECT_EQ(mail.ShowCriticalUserMsgs(), bits != 0) << bits;
+  }
+}
+
+TEST_F(vtxEmailTest, WhichEngineSends) {
+  StoreComplete();
+  struct Case {
+    bool asked;
+    std::int32_t sslType, method;
+    bool html, priority, component;
+  };
+  constexpr Case kCases[] = {
+      {false, 0, 0, false, false, false}, {false, 1, 1, false, false, false}, {false, 1, 2, false, false, false},
+      {true, 0, 0, false, false, true},   {false, 2, 0, false, false, true},  {false, 4, 0, false, false, true},
+      {false, 0, 3, false, false, true},  {false, 0, 5, false, false, true},  {false, 0, 0, true, false, true},
+      {false, 0, 0, false, true, true},
+  };
+  for (const Case& test : kCases) {
+    vtxEmail mail = New();
+    mail.SmtpSSLType = test.sslType;
+    mail.SmtpAuthMethod = test.method;
+    mail.EmailBodyIsHTML = test.html;
+    mail.AddPriorityHeader = test.priority;
+    EXPECT_TRUE(mail.SendEmail(test.asked));
+    EXPECT_EQ(mail.UsedChilkatSendMethod, test.component);
+    EXPECT_EQ(engines.mails.back().bySystemMessage, !test.component);
+  }
+}
+
+TEST_F(vtxEmailTest, TheSystemMessageLogsItsFields) {
+  StoreComplete();
+  struct Case {
+    std::int32_t method;
+    bool stored;
+    std::int32_t handedOver;
+  };
+  for (const Case& test : {Case{0, true, 0}, Case{1, true, 1}, Case{2, true, 2}, Case{-1, true, 1}, Case{-1, false, 2}}) {
+    if (!test.stored) store.Remove(u"Email.SMTP.Password");
+    vtxEmail mail = New();
+    mail.SmtpPassword = u"geheim99";
+    mail.SmtpAuthMethod = test.method;
+    EXPECT_TRUE(mail.SendEmail());
+    EXPECT_EQ(engines.mails.back().settings.authMethod, test.handedOver);
+    const Text full = mail.LogFullText();
+    EXPECT_EQ(full.substr(0, full.find(u"\r\nLast Fail")),
+              u"Object Setup\r\ncdoSMTPServer.Status=0\r\ncdoSMTPServerPort.Status=1\r\ncdoSMTPAuthenticate.Status=2\r\n"
+              u"cdoSMTPUseSSL.Status=3\r\ncdoSendUserName.Status=4\r\ncdoSendPassword.Status=5\r\n"
+              u"cdoSMTPConnectionTimeout.Status=6\r\ncdoSendUsingMethod.Status=7\r\nSend Email (cdo)");
+  }
+  EXPECT_TRUE(Logged(u"cdoSendEmail Result = True"));
+}
+
+TEST_F(vtxEmailTest, AutomaticLoginGetsASecondAttempt) {
+  StoreComplete();
+  engines.report.failReason = u"refused";
+  engines.report.session = u"password geheim99 in a transcript";
+  engines.report.notes = {u"a recipient was refused"};
+  for (const std::int32_t method : {3, 5}) {
+    engines.results = {false, true};
+    vtxEmail mail = New();
+    mail.SmtpAuthMethod = method;
+    EXPECT_EQ(mail.SendEmail(), method == 5);
+    EXPECT_EQ(engines.mails.back().attempts, method == 5 ? (std::vector<Text>{u"", u"LOGIN"}) : std::vector<Text>{u"PLAIN"});
+    EXPECT_EQ(mail.LogFullText(),
+              u"a recipient was refused\r\nLast Fail Reason [refused]\r\nSession [password *** in a transcript]\r\n"
+              u"Last Error []\r\nLast Status []");
+    EXPECT_TRUE(Logged(u"a recipient was refused"));
+  }
+  engines.throwOnSend = true;
+  vtxEmail mail = New();
+  EXPECT_FALSE(mail.SendEmail(true));
+  EXPECT_TRUE(Logged(u"ckSendEmail Result = False"));
+}
+
+TEST_F(vtxEmailTest, WhatTheEngineGets) {
+  StoreComplete();
+  Store(
+      u"Email.SMTP.ConnectTimeout=7\r\nEmail.SMTP.SendTimeout=0\r\nEmail.SMTP.CAFile=C:\\ca.pem\r\nEmail.SMTP."
+      u"AllowUntrusted=1\r\n"
+      u"Debug.Chilkat.WriteLogFiles=1\r\nEmail.Chilkat.UnlockCode=code");
+  Put(u"C:\\App\\a.txt");
+  Put(u"C:\\App\\Config\\Logo.gif");
+  vtxEmail mail = New();
+  mail.EmailSubject = u"s\r\nBcc: x";
+  mail.EmailBody = u"body";
+  mail.EmailBodyIsHTML = true;
+  mail.AddPriorityHeader = true;
+  mail.EmailCC = u"c@x";
+  mail.EmailBCC = u"b@x";
+  mail.AddFileAttachment(u"C:\\App\\a.txt");
+  mail.AddFileAttachment(u"C:\\App\\missing.txt");
+  mail.AddFileAttachment({});
+  EXPECT_TRUE(mail.SendEmail());
+  const auto& [bySystem, settings, message, attempts] = engines.mails.back();
+  EXPECT_EQ(engines.unlockCodes.back(), u"code");
+  EXPECT_EQ(settings.connectSeconds, 7);
+  EXPECT_EQ(settings.sendSeconds, 180) << "0 is no limit that anybody wants";
+  EXPECT_EQ(settings.caFile, u"C:\\ca.pem");
+  EXPECT_TRUE(settings.allowUntrusted);
+  EXPECT_TRUE(settings.mailManDebugLog.ends_with(u"ckMailMan_Debug(4711).log"));
+  EXPECT_TRUE(settings.emailDebugLog.ends_with(u"ckEmail_Debug(4711).log"));
+  EXPECT_EQ(message.subject, u"s  Bcc: x");
+  EXPECT_EQ(message.body, u"body" + mail.EmailBodyTailMsg);
+  EXPECT_EQ(message.logoFile, u"C:\\App\\Config\\Logo.gif");
+  EXPECT_TRUE(message.addPriorityHeader);
+  EXPECT_EQ(message.cc + message.bcc, u"c@xb@x");
+  EXPECT_EQ(message.attachments, std::vector<Text>{u"C:\\App\\a.txt"});
+  EXPECT_TRUE(Logged(u"Added logo file:  C:\\App\\Config\\Logo.gif"));
+
+  engines.refuseLogo = true;
+  mail.SendEmail();
+  EXPECT_TRUE(Logged(u"Chilkat failed to add logo file:  C:\\App\\Config\\Logo.gif"));
+  memory.Delete(u"C:\\App\\Config\\Logo.gif");
+  mail.SendEmail();
+  EXPECT_TRUE(Logged(u"Failed to find a logo file!"));
+  mail.EmailBodyIncludeLogoFile = false;
+  mail.SendEmail();
+  EXPECT_TRUE(Logged(u"HTML email is not flagged to add logo file."));
+}
+
+TEST_F(vtxEmailTest, BodyFileAndArchive) {
+  StoreComplete();
+  vtxEmail mail = New();
+  mail.EmailBodyIsFile = true;
+  mail.EmailBody = u"C:\\App\\body.txt";
+  EXPECT_FALSE(mail.SendEmail());
+  EXPECT_EQ(mail.LogFullText(), u"C:\\App\\body.txt");
+  Put(u"C:\\App\\body.txt", "from the file");
+  mail.EmailBodyAppendTailMsg = false;
+  EXPECT_TRUE(mail.SendEmail());
+  EXPECT_EQ(engines.mails.back().message.body, u"from the file");
+
+  engines.newZip = [&] { return std::make_unique<LibzipArchive>(files); };
+  vtxEmail zipped = New();
+  zipped.ZipAttachments = true;
+  zipped.ZipFileName = u"..\\..\\Report";
+  EXPECT_TRUE(zipped.SendEmail());
+  EXPECT_TRUE(engines.mails.back().message.attachments.empty()) << "no files, no archive";
+  zipped.AddFileAttachmentsFromPath(u"C:\\App", u"*.txt");
+  zipped.AddFileAttachmentsFromPath(u"C:\\Nowhere");
+  EXPECT_TRUE(zipped.SendEmail());
+  EXPECT_EQ(engines.mails.back().message.attachments, std::vector<Text>{u"C:\\App\\Report.zip"});
+  EXPECT_FALSE(Exists(u"C:\\App\\Report.zip")) << "removed after the send";
+  EXPECT_NE(zipped.LogFullText().find(u"File=C:\\App\\body.txt"), Text::npos);
+  EXPECT_FALSE(zipped.ckZipFileCollection({}, u"C:\\App\\x.zip"));
+  EXPECT_TRUE(zipped.ckZipFileCollection({u"C:\\App\\gone", u"C:\\App\\body.txt", u"C:\\App\\body.txt"}, u"C:\\App\\x.zip"));
+  EXPECT_NE(zipped.LogFullText().find(u"File Skipped (Does Not Exist):   C:\\App\\gone"), Text::npos);
+  EXPECT_NE(Content(u"C:\\App\\x.zip").find("body (2).txt"), std::string::npos);
+  files.FailPath(u"Report.zip", SystemErrorNumber::kDiskFull);
+  EXPECT_TRUE(zipped.SendEmail()) << "without its attachments rather than not at all";
+  EXPECT_TRUE(Logged(u"Failed to zip attachments!"));
+}
+
+TEST_F(vtxEmailTest, WhatTheUserIsShown) {
+  StoreComplete();
+  Store(u"Email.PromptForSubject=1");
+  engines.report.failReason = u"no route";
+  for (const bool automatic : {true, false}) {
+    environment.SetAutomaticMode(automatic);
+    user = {};
+    user.input = u"typed";
+    user.answer = 6;
+    engines.results = {true, false};
+    vtxEmail mail = New();
+    mail.EmailSubject = u"given";
+    mail.ShowSuccessMsgs = mail.ShowErrorMsgs = true;
+    EXPECT_TRUE(mail.SendEmail(true));
+    EXPECT_EQ(engines.mails.back().message.subject, automatic ? u"given" : u"typed");
+    EXPECT_FALSE(mail.SendEmail(true));
+    if (automatic) {
+      EXPECT_EQ(user.shown, (std::vector<Text>{u"notice|Email Sent!", u"notice|Failed to send email!"}));
+      continue;
+    }
+    ASSERT_EQ(user.shown.size(), 5u);
+    EXPECT_EQ(user.shown[0], u"Email Subject|Modify Subject Line|given");
+    EXPECT_EQ(user.shown[1], u"Orvanta Event Service|Email Sent!");
+    EXPECT_EQ(user.shown[3],
+              u"Fail result:|Failed to send test email, please check your settings.\r\n\r\n"
+              u"Fail Reason:  no route\r\n\r\nView detailed log?");
+    EXPECT_EQ(user.shown[4], u"log|Fail result:|" + mail.LogFullText());
+  }
+}
+
+}  // namespace
+}  // namespace ovs
