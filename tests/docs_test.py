@@ -1,11 +1,11 @@
-"""docs/settings.md names every key that the program reads, and none that it does not."""
+"""docs/settings.md and docs/mail.md name every key that the program reads, and none that it does not."""
 
 import pathlib
 import re
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
-PAGE = (ROOT / "docs" / "settings.md").read_text(encoding="utf-8")
+PAGE = "".join((ROOT / "docs" / name).read_text(encoding="utf-8") for name in ("settings.md", "mail.md"))
 SOURCES = {path: path.read_text(encoding="utf-8") for path in sorted((ROOT / "src").rglob("*.[ch]*"))
            if path.suffix in (".cpp", ".h")}
 TEXT = r'u"([^"]*)"'
@@ -19,8 +19,8 @@ def first_cells():
 
 
 def ini_keys_in(source):
-    """Pairs of section and key that are literals of a call of ReadINI, or go through a helper that takes the key."""
-    for section, key in re.findall(r'ReadINI\([^;{"]*?' + TEXT + r",\s*" + TEXT + r"\s*\)", source):
+    """Pairs of section and key that are literals of a reading call, or go through a helper that takes the key."""
+    for section, key in re.findall(r'(?:ReadINI|RawValue)\([^;{"]*?' + TEXT + r",\s*" + TEXT + r"\s*\)", source):
         yield section, key
     helper = r"auto (\w+) = \[[^\]]*\]\(TextView (\w+)\)\s*\{[^}]*?ReadINI\([^;{\"]*?" + TEXT + r",\s*\2\s*\)"
     for name, _, section in re.findall(helper, source):
@@ -30,8 +30,8 @@ def ini_keys_in(source):
 
 class SettingsPageTest(unittest.TestCase):
     def test_program_settings(self):
-        read = {key for source in SOURCES.values() for key in re.findall(r'u"((?:Debug|Env)\.[A-Za-z.]+)"', source)}
-        told = {key for keys, _ in first_cells() for key in keys if re.match(r"(Debug|Env)\.", key)}
+        read = {key for source in SOURCES.values() for key in re.findall(r'u"((?:Debug|Env|Email)\.[A-Za-z.]+)"', source)}
+        told = {key for keys, _ in first_cells() for key in keys if re.match(r"(Debug|Env|Email)\.", key)}
         self.assertGreaterEqual(len(read), 11)
         self.assertEqual(read, told)
 

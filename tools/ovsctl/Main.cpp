@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 
 #include "Replay.h"
+#include "ScramblePassword.h"
 #include "base/Version.h"
 
 int main(int argc, char** argv) {
@@ -20,6 +21,11 @@ int main(int argc, char** argv) {
                           "Append to the two event logs of the application folder, as the service would");
   replayCommand->add_option("records", replay.recordsFile, "File of records, one JSON object a line")->required();
 
+  const CLI::App* const scrambleCommand = app.add_subcommand(
+      "scramble-password",
+      "Read the password of the mail account (typed unseen, or one line of standard input) and print the form in which\n"
+      "it is kept in Config\\Orvanta.ini.");
+
   CLI11_PARSE(app, argc, argv);
-  return ovs::RunReplay(replay);
+  return scrambleCommand->parsed() ? ovs::RunScramblePassword() : ovs::RunReplay(replay);
 }

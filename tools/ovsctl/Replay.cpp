@@ -7,7 +7,9 @@
 #include "JsonRecords.h"
 #include "base/App_Strings.h"
 #include "base/Encoding.h"
+#include "base/os/Clock.h"
 #include "base/os/CommandLine.h"
+#include "base/os/FolderWatch.h"
 #include "base/os/PendingError.h"
 #include "base/os/System.h"
 #include "diag/App_Debug.h"
@@ -93,7 +95,7 @@ int Replay(const Paths& paths, bool writeLogs, App_FileSystem& fileSystem, const
   EventLogFiles files(fileSystem, settings);
   CountingLog log(writeLogs ? &files : nullptr);
   ReplayMailer mailer;
-  modFilterEvents filter({fileSystem, ini, time, mailer, log}, settings);
+  modFilterEvents filter({fileSystem, ini, time, mailer, log, os::SystemClock(), os::SystemFolderWatcher()}, settings);
 
   const JsonReadResult read = ReadJsonRecords(
       fileSystem.Files(), paths.recordsFile,

@@ -38,8 +38,8 @@ class ServiceBox:
         own = self.bin / (program + ".exe")
         return ["wine", str(own) if own.exists() else program, *arguments]
 
-    def run(self, program, *arguments, expect=0):
-        done = subprocess.run(self.command(program, *arguments), stdin=subprocess.DEVNULL, capture_output=True, text=True,
+    def run(self, program, *arguments, expect=0, typed=""):
+        done = subprocess.run(self.command(program, *arguments), input=typed, capture_output=True, text=True,
                               encoding="utf-8", timeout=LIMIT + 10)
         output = done.stdout.replace("\r", "")
         if expect is not None and done.returncode != expect:
@@ -66,6 +66,26 @@ class ServiceBox:
     def set_standin(self, fail_query, fail_connect):
         self.run("standin-setup", "register", "--feed", self.windows(self.feed), "--fail-query", fail_query,
                  "--fail-connect", fail_connect)
+
+    def set_program_settings(self, **settings):
+        """In a file of their own; read when the service starts. Of the names "_" stands for "."."""
+        lines = (f"{key.replace('_', '.')}={value}\r\n" for key, value in settings.items())
+        (self.app / "Mail.cfg").write_bytes("".join(lines).encode())
+
+    def set_mail(self, server, **settings):
+        """The settings with which alerts go to a mail server of the tests, both copies on, and the client's registry values.
+        `settings` are further keys of section EmailConfig."""
+        scrambled = self.run("ovsctl", "scramble-password", typed=server.password + "\n").strip()
+        keys = {"AdminName": "Jane Doe", "AdminEmail": "jane@example.com", "SMTPServer": "localhost", "SMTPPort": server.port,
+                "SMTPUserName": server.user, "SMTPPassword": scrambled, "UseSSL": 2} | settings
+        ini = self.app / "Config" / "Orvanta.ini"
+        ini.write_text("[Monitoring]\nDiskEvents=1\nEventEmails=1\n[Config]\nDisplayEventLogTimesInUTC=1\n"
+                       "DisplayEventLogDateYearFirst=1\nDisplayEventLogTimeAs24Hour=1\n[EmailConfig]\n" +
+                       "".join(f"{key}={value}\n" for key, value in keys.items()) +
+                       "[EmailOptions]\nEmailAdminEvents=1\n[Branding]\nAppName=Orvanta\n", encoding="utf-8")
+        for name, value in {"EmailClientEvents": "1", "ClientEmail": "client@example.org", "ClientIdentifier": "C-1042",
+                            "ClientName": "Praxis Müller", "ClientPhone": "+49 30 555"}.items():
+            self.run("reg", "add", "HKLM\\Software\\Brindle Works\\Orvanta", "/v", name, "/d", value, "/f")
 
     def debug_files(self):
         """Debug logs and dumps; %ProgramData% is not the same folder in every version of Wine."""

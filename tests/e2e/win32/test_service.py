@@ -5,9 +5,15 @@ import os
 import pathlib
 import shutil
 import subprocess
+import sys
+import tempfile
 import unittest
 
-from servicebox import LIMIT, PROGRAM, ServiceBox
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
+from certificates import Certificates  # noqa: E402 (the path must be set first)
+from mailserver import MailServer  # noqa: E402
+from scriptedserver import STALL, ScriptedServer  # noqa: E402
+from servicebox import LIMIT, PROGRAM, ServiceBox  # noqa: E402
 
 ROOT = pathlib.Path(__file__).resolve().parents[3]
 STOP_PHRASE = "Orvanta - STOPPING Event Service..."
@@ -177,6 +183,69 @@ class ServiceTest(unittest.TestCase):
         self.assertEqual(len(written), 6, "log and both dumps of two runs")
         self.assertIn(b"Verbose Event", b"".join(written))
         self.assertNotIn(b"geheim99", b"".join(written))
+
+    def test_a_record_becomes_a_mail_to_the_client_and_one_to_the_technician(self):
+        box = self.box
+        self.add_rule("Low Disk.DAT")
+        (box.app / "X_Debug.cfg").write_bytes(b"Debug.Log.RealTime=1\r\nDebug.Log.Verbose=1\r\nDebug.ProcDump=1")
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        certificates = Certificates(folder.name)
+        for path in box.debug_files():
+            path.unlink()
+        with MailServer("starttls", certificates.good, auth_required=True, password="pa:ss wörd") as server:
+            box.set_program_settings(Email_SMTP_CAFile=box.windows(certificates.ca))
+            box.set_mail(server)
+            box.start()
+            box.append(record("Grüße\r\n.\r\nBcc: evil@example.com"))
+            box.await_handled(1)
+            box.append(record("fake disk alert"))
+            box.await_handled(2)
+            box.stop()
+            box.await_end()
+            client, technician, disk_client, disk_technician = server.mails
+        self.assertEqual([mail.recipients for mail in server.mails],
+                         [["client@example.org"], ["jane@example.com"]] * 2)
+        self.assertTrue(all(mail.tls and mail.mechanism for mail in server.mails))
+        self.assertEqual(client.message["Subject"], "Event Alert! - C-1042 (Praxis Müller)")
+        self.assertEqual(disk_client.message["Subject"], "Disk Alert! - C-1042 (Praxis Müller)")
+        self.assertEqual((client.message["From"], client.sender), ("Jane Doe <jane@example.com>", "jane@example.com"))
+        self.assertEqual((technician.message["From"], technician.message["Reply-To"]),
+                         ("C-1042 <client@example.org>",) * 2)
+        alert = ("Time: 2024/03/07 13:05:09\nRule: Low Disk\nEvent Log: System\nEvent Type: Error (1)\nEvent ID: 7\n"
+                 "Source Name: src\nMessage: Grüße\n.\nBcc: evil@example.com\n\n---\nThis message sent by ")
+        head = "Orvanta Event Service - Auto Generated Email\n\n"
+        self.assertEqual(self.body(client), head + alert)
+        self.assertRegex(self.body(technician), "^" + head + "-----Client Details-----\nID:  C-1042\nName:  Praxis Müller\n"
+                         r"Phone:  \+49 30 555\nEmail:  client@example.org\nComputer Name:  \S+\nLAN IP:  .*\nWAN IP:  \n"
+                         "vt/vtII Name:  \n\nEmail NOT sent to client follows:\n\nTime: ")
+        self.assertTrue(self.body(technician).endswith(alert))
+        self.assertIn("Rule: Disk Event Alert\n", self.body(disk_technician))
+        self.assert_nowhere("pa:ss w")
+
+    @staticmethod
+    def body(mail):
+        return mail.message.get_body(("plain",)).get_content().replace("\r\n", "\n").removesuffix("\n")
+
+    def assert_nowhere(self, secret):
+        written = [path for path in self.box.app.rglob("*") if path.is_file()] + self.box.debug_files()
+        self.assertGreaterEqual(len(self.box.debug_files()), 3)
+        for path in written:
+            self.assertNotIn(secret.encode(), path.read_bytes(), path)
+
+    def test_a_mail_server_that_never_answers_holds_up_one_mail_and_no_record(self):
+        box = self.box
+        self.add_rule("A.DAT")
+        with ScriptedServer({"greeting": STALL}) as server:
+            server.user, server.password = "user", "password"
+            box.set_program_settings(Email_SMTP_SendTimeout=1)
+            box.set_mail(server, UseSSL=0)
+            box.start()
+            box.append(record("one") + record("two"))
+            box.await_handled(2)
+            box.stop()
+        self.assertEqual([line for line in self.log().splitlines() if line.startswith("Message")],
+                         ["Message: one", "Message: two"])
 
     def test_all_sample_records_give_the_logs_of_the_native_replay(self):
         box = self.box
