@@ -1,0 +1,214 @@
+#include "base/TextSet.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstring>
+#include <numeric>
+
+#include "base/Fold.h"
+
+namespace ovs {
+
+namespace {
+
+constexpr std::uint32_t kNone = 0xFFFF'FFFF;
+constexpr std::uint32_t kShortWindow = 4;
+constexpr std::uint32_t kLongWindow = 8;
+constexpr std::size_t kLongText = 15;  // from here on a text takes part in the pass with the wide stride
+constexpr std::uint32_t kWidestStride = 16;
+constexpr std::size_t kFewTexts = 64;  // up to here short windows are selective enough
+
+// Case bit off in each unit, which makes units equal that fold to the same ASCII character (and a few more).
+constexpr std::uint64_t kCaseless = 0xFFDF'FFDF'FFDF'FFDF;
+constexpr std::uint64_t kNotAscii = 0xFF80'FF80'FF80'FF80;
+
+std::uint64_t Load(const char16_t* units) {
+  std::uint64_t word = 0;
+  std::memcpy(&word, units, sizeof word);
+  return word;
+}
+
+std::uint64_t FoldedLoad(const char16_t* units) {
+  std::array<char16_t, 4> folded{};
+  std::transform(units, units + 4, folded.begin(), FoldUnit);
+  return Load(folded.data());
+}
+
+[[gnu::always_inline]] inline std::uint64_t CaselessLoad(const char16_t* units) {
+  const std::uint64_t word = Load(units);
+  return ((word & kNotAscii) == 0 ? word : FoldedLoad(units)) & kCaseless;
+}
+
+constexpr std::uint64_t Mix(std::uint64_t word) {
+  word *= 0x9E37'79B9'7F4A'7C15;
+  return word ^ (word >> 29);
+}
+
+template <std::uint32_t kUnits>
+[[gnu::always_inline]] inline std::uint64_t KeyOf(const char16_t* units) {
+  std::uint64_t key = Mix(CaselessLoad(units));
+  if constexpr (kUnits == kLongWindow) key = Mix(key ^ CaselessLoad(units + 4));
+  return key * 0xD6E8'FEB8'6659'FD93;
+}
+
+std::uint64_t KeyOf(std::uint32_t windowUnits, const char16_t* units) {
+  return windowUnits == kLongWindow ? KeyOf<kLongWindow>(units) : KeyOf<kShortWindow>(units);
+}
+
+}  // namespace
+
+TextSet::TextSet(const std::vector<Member>& members) {
+  std::vector<std::uint32_t> brief;
+  std::vector<std::uint32_t> longer;
+  std::size_t briefest = kLongText;
+  std::size_t shortestLong = kNone;
+  for (const Member& member : members) {
+    const auto number = static_cast<std::uint32_t>(texts_.size());
+    const std::size_t length = member.text.size();
+    texts_.push_back({Fold(member.text), member.groups});
+    if (length == 0) {
+      always_.push_back(number);
+    } else if (length < kShortWindow) {
+      tiny_.push_back(number);
+    } else if (length < kLongText) {
+      brief.push_back(number);
+      briefest = std::min(briefest, length);
+    } else {
+      longer.push_back(number);
+      shortestLong = std::min(shortestLong, length);
+    }
+  }
+  if (!longer.empty()) AddPass(longer, shortestLong);
+  if (!brief.empty()) AddPass(brief, briefest);
+}
+
+void TextSet::AddPass(const std::vector<std::uint32_t>& texts, std::size_t shortest) {
+  constexpr unsigned kBits = 64;
+  constexpr std::size_t kFilterBitsEach = 32;
+  constexpr std::size_t kLeastFilterBits = 4096;
+  Pass pass;
+  pass.windowUnits = shortest >= kLongText && texts.size() > kFewTexts ? kLongWindow : kShortWindow;
+  pass.stride = std::min(static_cast<std::uint32_t>(shortest) - pass.windowUnits + 1, kWidestStride);
+  const std::size_t windows = texts.size() * pass.stride;
+  const std::size_t filterBits = std::bit_ceil(std::max(windows * kFilterBitsEach, kLeastFilterBits));
+  const std::size_t buckets = std::bit_ceil(windows * 2);
+  pass.filterShift = kBits - static_cast<unsigned>(std::countr_zero(filterBits));
+  pass.bucketShift = kBits - static_cast<unsigned>(std::countr_zero(buckets));
+  pass.filter.assign(filterBits / kBits, 0);
+  pass.buckets.assign(buckets, kNone);
+  pass.entries.reserve(windows);
+  for (const std::uint32_t text : texts) AddWindows(pass, text);
+  passes_.push_back(std::move(pass));
+}
+
+// Windows at as many neighbouring places as the stride is long: one of them is looked at wherever the text occurs. Of the
+// runs that the text offers, the one is taken whose windows fewest others share.
+void TextSet::AddWindows(Pass& pass, std::uint32_t text) {
+  const Text& folded = texts_[text].folded;
+  pass.groups |= texts_[text].groups;
+  const auto crowd = [&](std::uint64_t key) {
+    std::size_t count = 0;
+    for (std::uint32_t at = pass.buckets[key >> pass.bucketShift]; at != kNone; at = pass.entries[at].next) {
+      count += pass.entries[at].key == key ? 1u : 0u;
+    }
+    return count;
+  };
+  const auto places = static_cast<std::uint32_t>(folded.size()) - pass.windowUnits + 1;
+  std::vector<std::uint64_t> keys(places);
+  std::vector<std::size_t> crowds(places);
+  for (std::uint32_t i = 0; i < places; ++i) {
+    keys[i] = KeyOf(pass.windowUnits, folded.data() + i);
+    crowds[i] = crowd(keys[i]);
+  }
+  std::uint32_t best = 0;
+  std::size_t least = kNone;
+  for (std::uint32_t start = 0; start + pass.stride <= places; ++start) {
+    const auto first = crowds.begin() + start;
+    const std::size_t total = std::accumulate(first, first + pass.stride, std::size_t{0});
+    if (total < least) {
+      least = total;
+      best = start;
+    }
+  }
+  for (std::uint32_t offset = best; offset < best + pass.stride; ++offset) {
+    const std::uint64_t key = keys[offset];
+    const std::uint64_t bit = key >> pass.filterShift;
+    pass.filter[bit / 64] |= std::uint64_t{1} << (bit % 64);
+    std::uint32_t& bucket = pass.buckets[key >> pass.bucketShift];
+    // The end of the text that is farther away.
+    const std::uint32_t check = offset * 2 < places ? static_cast<std::uint32_t>(folded.size()) - kShortWindow : 0;
+    pass.entries.push_back({key, text, offset, static_cast<std::int32_t>(check) - static_cast<std::int32_t>(offset),
+                            CaselessLoad(folded.data() + check), bucket});
+    bucket = static_cast<std::uint32_t>(pass.entries.size()) - 1;
+  }
+}
+
+void TextSet::Find(TextView haystack, std::uint32_t groups, Scratch& scratch) const {
+  scratch.found.clear();
+  if (scratch.seenIn.size() != texts_.size() || ++scratch.search == 0) {
+    scratch.seenIn.assign(texts_.size(), 0);
+    scratch.found.reserve(texts_.size());
+    scratch.search = 1;
+  }
+  for (const std::uint32_t text : always_) {
+    if ((texts_[text].groups & groups) != 0) Hit(text, scratch);
+  }
+  for (const std::uint32_t text : tiny_) {
+    if ((texts_[text].groups & groups) != 0 && ContainsFolded(haystack, texts_[text].folded)) Hit(text, scratch);
+  }
+  for (const Pass& pass : passes_) {
+    if ((pass.groups & groups) == 0) continue;
+    if (pass.windowUnits == kLongWindow) {
+      Run<kLongWindow>(pass, haystack, groups, scratch);
+    } else {
+      Run<kShortWindow>(pass, haystack, groups, scratch);
+    }
+  }
+}
+
+template <std::uint32_t kUnits>
+void TextSet::Run(const Pass& pass, TextView haystack, std::uint32_t groups, Scratch& scratch) const {
+  const std::uint64_t* const filter = pass.filter.data();
+  const unsigned shift = pass.filterShift;
+  const std::size_t stride = pass.stride;
+  for (std::size_t at = 0; at + kUnits <= haystack.size(); at += stride) {
+    const std::uint64_t key = KeyOf<kUnits>(haystack.data() + at);
+    const std::uint64_t bit = key >> shift;
+    if ((filter[bit / 64] >> (bit % 64) & 1) != 0) [[unlikely]] {
+      Examine(pass, key, at, haystack, groups, scratch);
+    }
+  }
+}
+
+void TextSet::Examine(const Pass& pass, std::uint64_t key, std::size_t at, TextView haystack, std::uint32_t groups,
+                      Scratch& scratch) const {
+  for (std::uint32_t i = pass.buckets[key >> pass.bucketShift]; i != kNone; i = pass.entries[i].next) {
+    const Entry& entry = pass.entries[i];
+    if (entry.key != key || entry.offset > at) continue;
+    const std::size_t checkAt = at + static_cast<std::size_t>(std::ptrdiff_t{entry.checkAt});
+    if (checkAt + kShortWindow > haystack.size() || CaselessLoad(haystack.data() + checkAt) != entry.check) continue;
+    if (scratch.seenIn[entry.text] == scratch.search) continue;
+    const Known& known = texts_[entry.text];
+    const std::size_t start = at - entry.offset;
+    if ((known.groups & groups) == 0 || start + known.folded.size() > haystack.size()) continue;
+    if (EqualsFolded(haystack.substr(start, known.folded.size()), known.folded)) Hit(entry.text, scratch);
+  }
+}
+
+void TextSet::Hit(std::uint32_t text, Scratch& scratch) const {
+  scratch.seenIn[text] = scratch.search;
+  scratch.found.push_back(text);
+}
+
+std::size_t TextSet::MemoryInUse() const {
+  std::size_t bytes = texts_.capacity() * sizeof(Known);
+  for (const Known& known : texts_) bytes += known.folded.capacity() * sizeof(char16_t);
+  for (const Pass& pass : passes_) {
+    bytes += pass.filter.capacity() * sizeof(std::uint64_t) + pass.buckets.capacity() * sizeof(std::uint32_t) +
+             pass.entries.capacity() * sizeof(Entry);
+  }
+  return bytes;
+}
+
+}  // namespace ovs

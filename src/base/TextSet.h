@@ -1,0 +1,80 @@
+// Many texts looked for in one pass over another, without regard to case (see Fold.h).
+//
+// The pass looks at one window of a few units out of each stretch that is short enough for no occurrence to slip between
+// two windows. A window that could belong to a text is compared in full, so answers are exact.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "base/Text.h"
+
+namespace ovs {
+
+class TextSet {
+ public:
+  // What one search needs; reused, it makes searches allocate nothing. One thread at a time.
+  struct Scratch {
+    std::vector<std::uint32_t> found;   // numbers of the texts that occur, in no order, each once
+    std::vector<std::uint32_t> seenIn;  // by text: the last search that found it
+    std::uint32_t search = 0;
+  };
+
+  TextSet() = default;
+
+  // Texts are numbered from 0 in the order given. `group` bits tell in which searches a text takes part.
+  struct Member {
+    Text text;
+    std::uint32_t groups = 1;
+  };
+  explicit TextSet(const std::vector<Member>& members);
+
+  // Fills scratch.found with the members of these groups that occur in `haystack`; an empty text always does.
+  void Find(TextView haystack, std::uint32_t groups, Scratch& scratch) const;
+
+  [[nodiscard]] std::size_t Size() const { return texts_.size(); }
+  // Heap memory in bytes.
+  [[nodiscard]] std::size_t MemoryInUse() const;
+
+ private:
+  struct Known {
+    Text folded;
+    std::uint32_t groups;
+  };
+  // One window of one text.
+  struct Entry {
+    std::uint64_t key;
+    std::uint32_t text;
+    std::uint32_t offset;  // of the window in the text
+    std::int32_t checkAt;  // from the window to four more units of the text
+    std::uint64_t check;   // what they are; most false alarms end here
+    std::uint32_t next;    // in its bucket; kNone ends it
+  };
+  // Texts of similar length, searched in one pass.
+  struct Pass {
+    std::uint32_t groups = 0;
+    std::uint32_t windowUnits = 0;
+    std::uint32_t stride = 0;
+    unsigned filterShift = 0;  // a key's upper bits number its bit in the filter
+    unsigned bucketShift = 0;
+    std::vector<std::uint64_t> filter;
+    std::vector<std::uint32_t> buckets;
+    std::vector<Entry> entries;
+  };
+
+  void AddPass(const std::vector<std::uint32_t>& texts, std::size_t shortest);
+  void AddWindows(Pass& pass, std::uint32_t text);
+  template <std::uint32_t kUnits>
+  void Run(const Pass& pass, TextView haystack, std::uint32_t groups, Scratch& scratch) const;
+  void Examine(const Pass& pass, std::uint64_t key, std::size_t at, TextView haystack, std::uint32_t groups,
+               Scratch& scratch) const;
+  void Hit(std::uint32_t text, Scratch& scratch) const;
+
+  std::vector<Known> texts_;
+  std::vector<std::uint32_t> always_;  // empty ones
+  std::vector<std::uint32_t> tiny_;    // shorter than a window
+  std::vector<Pass> passes_;
+};
+
+}  // namespace ovs
