@@ -257,7 +257,10 @@ bool MemoryFiles::MakeSureDirectoryPathExists(TextView path) {
 bool MemoryFiles::List(TextView folder, std::vector<os::DirEntry>& out) {
   const auto place = FindFolder(folder);
   if (!place) return false;
-  for (const NodePtr& each : place->node->entries) out.push_back({each->name, each->Info()});
+  for (const NodePtr& each : place->node->entries) {
+    out.push_back({each->name, each->Info(), {}});
+    StampOf(*each, out.back().stamp);
+  }
   return true;
 }
 

@@ -54,6 +54,7 @@ struct FileStamp {
 struct DirEntry {
   Text name;  // as it is on disk, without folder; never "." or ".."
   FileInfo info;
+  FileStamp stamp;  // volume, and where the system does not tell them index and change time, are 0
 };
 
 struct FileVersion {

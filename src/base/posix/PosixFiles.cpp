@@ -178,7 +178,8 @@ bool ReadEntries(DIR* dir, std::vector<DirEntry>& out) {
     if (!text) {
       Fail(SystemErrorNumber::kInvalidName);
     } else if (Look(dirfd(dir), entry->d_name, AT_SYMLINK_NOFOLLOW, status)) {  // else it has gone meanwhile
-      out.push_back({std::move(*text), EntryInfo(dirfd(dir), entry->d_name, status)});
+      out.push_back({std::move(*text), EntryInfo(dirfd(dir), entry->d_name, status), StampOf(status)});
+      out.back().stamp.volume = 0;
     }
   }
 }

@@ -1,6 +1,8 @@
 #include <windows.h>
 #include <dbghelp.h>
 
+#include <array>
+#include <cstddef>
 #include <string>
 
 #include "base/os/Files.h"
@@ -143,12 +145,11 @@ bool Win32Files::MakeSureDirectoryPathExists(TextView path) {
   return ::MakeSureDirectoryPathExists(ansi.c_str()) != 0 || FailLast();
 }
 
-bool Win32Files::List(TextView folder, std::vector<DirEntry>& out) {
-  auto pattern = ExtendedPath(folder);
-  if (!pattern) return false;
-  pattern->append(pattern->ends_with(L'\\') ? L"*" : L"\\*");
+// Entry by entry, for file systems that number no files.
+bool ListByNames(std::wstring pattern, std::vector<DirEntry>& out) {
+  pattern.append(pattern.ends_with(L'\\') ? L"*" : L"\\*");
   WIN32_FIND_DATAW data = {};
-  void* const found = FindFirstFileW(pattern->c_str(), &data);
+  void* const found = FindFirstFileW(pattern.c_str(), &data);
   if (found == INVALID_HANDLE_VALUE) {
     // An empty root has not even the entries "." and "..".
     const DWORD number = GetLastError();
@@ -156,10 +157,63 @@ bool Win32Files::List(TextView folder, std::vector<DirEntry>& out) {
   }
   const std::unique_ptr<void, FindCloser> search(found);
   do {
-    if (!IsDots(data.cFileName)) out.push_back({FromWide(data.cFileName), InfoOf(data)});
+    if (IsDots(data.cFileName)) continue;
+    const FileInfo info = InfoOf(data);
+    out.push_back({FromWide(data.cFileName), info, {.size = info.size, .modified = info.modified, .changed = info.created}});
   } while (FindNextFileW(search.get(), &data));
   const DWORD number = GetLastError();
   return number == ERROR_NO_MORE_FILES || Fail(number);
+}
+
+DirEntry EntryOf(const FILE_ID_BOTH_DIR_INFO& data) {
+  DirEntry entry;
+  entry.name = FromWide({data.FileName, data.FileNameLength / sizeof(wchar_t)});
+  FileInfo& info = entry.info;
+  info.attributes = data.FileAttributes;
+  info.size = info.IsDirectory() ? 0 : static_cast<std::uint64_t>(data.EndOfFile.QuadPart);
+  info.created = data.CreationTime.QuadPart;
+  info.accessed = data.LastAccessTime.QuadPart;
+  info.modified = data.LastWriteTime.QuadPart;
+  entry.stamp = {.index = static_cast<std::uint64_t>(data.FileId.QuadPart),
+                 .size = info.size,
+                 .modified = info.modified,
+                 .changed = data.ChangeTime.QuadPart};
+  return entry;
+}
+
+void AppendEntries(const std::byte* at, std::vector<DirEntry>& out) {
+  for (;;) {
+    const auto& data = *reinterpret_cast<const FILE_ID_BOTH_DIR_INFO*>(at);
+    DirEntry entry = EntryOf(data);
+    if (entry.name != u"." && entry.name != u"..") out.push_back(std::move(entry));
+    if (data.NextEntryOffset == 0) return;
+    at += data.NextEntryOffset;
+  }
+}
+
+// Many entries at once, with what identifies each. False with the number "not supported" when the file system cannot.
+bool ListWithIdentity(const std::wstring& folder, std::vector<DirEntry>& out) {
+  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  const Handle open(CreateFileW(folder.c_str(), FILE_LIST_DIRECTORY, kShareAll, nullptr, OPEN_EXISTING,
+                                FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  if (!open) return Fail(SystemErrorNumber::kNotSupported);
+  alignas(FILE_ID_BOTH_DIR_INFO) std::array<std::byte, std::size_t{64} * 1024> buffer;
+  const std::size_t before = out.size();
+  while (GetFileInformationByHandleEx(open.Get(), FileIdBothDirectoryInfo, buffer.data(), buffer.size())) {
+    AppendEntries(buffer.data(), out);
+  }
+  const DWORD number = GetLastError();
+  if (number == ERROR_NO_MORE_FILES) return true;
+  return Fail(out.size() == before ? SystemErrorNumber::kNotSupported : number);
+}
+
+bool Win32Files::List(TextView folder, std::vector<DirEntry>& out) {
+  const auto path = ExtendedPath(folder);
+  if (!path) return false;
+  if (ListWithIdentity(*path, out)) return true;
+  if (PendingSystemError() != SystemErrorNumber::kNotSupported) return false;
+  TakePendingSystemError();
+  return ListByNames(*path, out);
 }
 
 bool Win32Files::LongPathName(TextView path, Text& out) {

@@ -1,0 +1,85 @@
+#include "platform/FolderLook.h"
+
+#include <algorithm>
+#include <unordered_map>
+
+#include "base/DateTime.h"
+#include "base/os/PendingError.h"
+
+namespace ovs {
+
+namespace {
+
+// Longer than the coarsest clock of a file system in use ticks.
+constexpr os::FileTicks kYoung = 3 * kTicksPerSecond;
+
+bool IsNotFound(std::uint32_t number) {
+  return number == SystemErrorNumber::kFileNotFound || number == SystemErrorNumber::kPathNotFound ||
+         number == SystemErrorNumber::kNotADirectory;
+}
+
+bool IsSame(const FolderLook::Entry& a, const FolderLook::Entry& b) {
+  return a.name == b.name && a.stamp == b.stamp && a.isFolder == b.isFolder;
+}
+
+}  // namespace
+
+FolderLook::FolderLook(const FolderLookParts& parts, TextView folder, std::function<bool(TextView name)> isWanted)
+    : parts_(parts), folder_(folder), isWanted_(std::move(isWanted)) {}
+
+bool FolderLook::HasNews() { return !watch_ || watch_->Take() != os::FolderNews::None; }
+
+// A new one each time: the old one may watch a folder that was moved away since, together with the one above it.
+void FolderLook::Arm() {
+  watch_ = parts_.watcher.Watch(folder_);
+  if (!watch_) TakePendingSystemError();
+}
+
+bool FolderLook::IsYoung(const os::FileStamp& stamp) const {
+  const os::FileTicks now = parts_.clock.UtcNow();
+  const auto isNear = [&](os::FileTicks time) { return time > now - kYoung && time < now + kYoung; };
+  return isNear(stamp.modified) || isNear(stamp.changed);
+}
+
+bool FolderLook::List(std::vector<Entry>& out) {
+  std::vector<os::DirEntry> entries;
+  if (!parts_.files.List(folder_, entries)) {
+    if (!IsNotFound(PendingSystemError())) return false;
+    TakePendingSystemError();
+    entries.clear();
+  }
+  for (os::DirEntry& entry : entries) {
+    if (!isWanted_(entry.name)) continue;
+    // What a link leads to may change without a trace here.
+    const bool isLink = (entry.info.attributes & os::FileAttribute::kReparsePoint) != 0;
+    out.push_back({std::move(entry.name), entry.stamp, entry.info.IsDirectory(), isLink || IsYoung(entry.stamp)});
+  }
+  return true;
+}
+
+FolderLook::Outcome FolderLook::Look() {
+  Arm();
+  std::vector<Entry> found;
+  if (!List(found)) return Outcome::Failed;
+  std::unordered_map<TextView, const Entry*> before;
+  const bool sameOrder = std::ranges::equal(found, entries_, {}, &Entry::name, &Entry::name);
+  if (!sameOrder) {
+    for (const Entry& entry : entries_) before.emplace(entry.name, &entry);
+  }
+  bool changed = !sameOrder || !looked_;
+  for (std::size_t i = 0; i < found.size(); ++i) {
+    const Entry* old = nullptr;
+    if (sameOrder) {
+      old = &entries_[i];
+    } else if (const auto at = before.find(found[i].name); at != before.end()) {
+      old = at->second;
+    }
+    found[i].isNew = found[i].isNew || old == nullptr || !IsSame(found[i], *old);
+    changed = changed || found[i].isNew;
+  }
+  looked_ = true;
+  entries_ = std::move(found);
+  return changed ? Outcome::Changed : Outcome::Same;
+}
+
+}  // namespace ovs
