@@ -3,7 +3,9 @@
 
 #include "BenchDiagnostics.h"
 #include "config/App_Common.h"
+#include "fakes/FakeMailer.h"
 #include "fakes/FakeSystem.h"
+#include "fakes/FakeWatcher.h"
 #include "fakes/MemoryFiles.h"
 #include "monitor/modFilterEvents.h"
 
@@ -52,10 +54,11 @@ class Engine {
   App_FileSystem fileSystem_{files_, system_};
   App_Common ini_{files_};
   App_Time time_{os::SystemClock(), os::SystemTimeZone(), files_};
-  NoMailer mailer_{u"measured"};
+  fakes::FakeMailer mailer_;
+  fakes::FakeWatcher watcher_;
   const MonitorSettings settings_ = PathsOf(u"C:\\App\\");
   EventLogFiles log_{fileSystem_, settings_};
-  modFilterEvents filter_{FilterParts{fileSystem_, ini_, time_, mailer_, log_}, settings_};
+  modFilterEvents filter_{FilterParts{fileSystem_, ini_, time_, mailer_, log_, os::SystemClock(), watcher_}, settings_};
 };
 
 void SoakRecords(benchmark::State& state) {

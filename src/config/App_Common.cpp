@@ -65,7 +65,7 @@ IniLoad App_Common::LoadIni(TextView sFile, PlainIni& out) {
   }
   if (outcome != ReadOutcome::Ok) {
     problems_.Report(kWhat, sFile, DescribeReadOutcome(outcome, TakePendingSystemError()));
-    return IniLoad::Unusable;
+    return outcome == ReadOutcome::Failed ? IniLoad::Refused : IniLoad::Unusable;
   }
   Text text = DecodeFile(bytes);
   if (text.find(u'\0') != Text::npos) {

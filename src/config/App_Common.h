@@ -13,7 +13,8 @@ namespace ovs {
 enum class IniLoad {
   Ok,
   Missing,   // no such file
-  Unusable,  // a folder, too large, not text, or refused by the system; the reason is in the debug log
+  Unusable,  // a folder, too large or not text; the reason is in the debug log, here and in the next case
+  Refused,   // by the system, perhaps for a moment only
 };
 
 class App_Common {

@@ -86,6 +86,11 @@ std::optional<TextView> PlainIni::RawValue(TextView section, TextView key) const
   return std::nullopt;
 }
 
+std::size_t PlainIni::MemoryInUse() const {
+  const std::size_t text = content_ ? content_->capacity() * sizeof(char16_t) : 0;
+  return text + sections_.capacity() * sizeof(Section) + keys_.capacity() * sizeof(Key);
+}
+
 Text ProfileValue(TextView raw) {
   for (std::size_t size = 8192;; size *= 2) {
     const Text read = CopyEntry(raw, size);

@@ -28,6 +28,9 @@ class PlainIni {
   // is missing or the key has no "=". The view lives as long as this object or a copy of it.
   [[nodiscard]] std::optional<TextView> RawValue(TextView section, TextView key) const;
 
+  // Heap memory in bytes.
+  [[nodiscard]] std::size_t MemoryInUse() const;
+
  private:
   struct Key {
     TextView name;

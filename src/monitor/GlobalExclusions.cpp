@@ -1,7 +1,7 @@
 #include "monitor/GlobalExclusions.h"
 
 #include <algorithm>
-#include <optional>
+#include <string>
 
 #include "base/App_Strings.h"
 #include "base/Encoding.h"
@@ -14,64 +14,86 @@ namespace ovs {
 
 namespace {
 
-bool LineEquals(TextView line, TextView value) { return App_Strings::StringsMatch(line, value); }
-
-bool LineOccurs(TextView line, TextView value) { return ContainsFolded(value, line); }
-
-// The list's text; none when there is no usable list.
-std::optional<Text> ReadList(os::Files& files, FileProblems& problems, TextView path) {
-  std::string bytes;
-  const ReadOutcome outcome = ReadFileBytes(files, path, bytes);
-  if (outcome == ReadOutcome::Missing) {
-    problems.Clear(path);
-    return std::nullopt;
-  }
-  constexpr TextView kWhat = u"Cannot use exclusion list";
-  if (outcome != ReadOutcome::Ok) {
-    problems.Report(kWhat, path, DescribeReadOutcome(outcome, TakePendingSystemError()));
-    return std::nullopt;
-  }
-  Text text = DecodeFile(bytes);
-  if (text.find(u'\0') != Text::npos) {
-    problems.Report(kWhat, path, u"it is not text (it holds NUL characters)");
-    return std::nullopt;
-  }
-  problems.Clear(path);
-  return text;
-}
+constexpr TextView kNames[] = {u"GlobalExclusion_EventID_List.txt", u"GlobalExclusion_EventSource_List.txt",
+                               u"GlobalExclusion_EventDesc_List.txt"};
 
 }  // namespace
 
 GlobalExclusions::GlobalExclusions(App_FileSystem& files, FileProblems& problems, TextView rulesFolder)
-    : files_(files),
-      problems_(problems),
-      idList_(Text(rulesFolder) + u"\\GlobalExclusion_EventID_List.txt"),
-      sourceList_(Text(rulesFolder) + u"\\GlobalExclusion_EventSource_List.txt"),
-      descList_(Text(rulesFolder) + u"\\GlobalExclusion_EventDesc_List.txt") {}
+    : files_(files), problems_(problems) {
+  for (std::size_t kind = 0; kind < kListCount; ++kind) paths_[kind] = Text(rulesFolder) + u"\\" + Text(kNames[kind]);
+}
 
-bool GlobalExclusions::AnyLine(const Text& path, TextView value, LineTest test) {
-  const std::optional<Text> text = ReadList(files_.Files(), problems_, path);
-  if (!text) return false;
-  return std::ranges::any_of(App_Strings::SplitViews(*text, u"\r\n"),
-                             [&](TextView line) { return !line.empty() && test(line, value); });
+bool GlobalExclusions::IsListName(TextView name) {
+  return std::ranges::any_of(kNames, [&](TextView known) { return EqualsFolded(known, name); });
+}
+
+void GlobalExclusions::Forget() {
+  equals_ = {};
+  occurs_.reset();
+}
+
+std::optional<std::vector<Text>> GlobalExclusions::ReadLines(ListKind kind) {
+  constexpr TextView kWhat = u"Cannot use exclusion list";
+  const Text& path = paths_[kind];
+  std::vector<Text> lines;
+  std::string bytes;
+  const ReadOutcome outcome = ReadFileBytes(files_.Files(), path, bytes);
+  if (outcome != ReadOutcome::Ok && outcome != ReadOutcome::Missing) {
+    problems_.Report(kWhat, path, DescribeReadOutcome(outcome, TakePendingSystemError()));
+    return outcome == ReadOutcome::Failed ? std::nullopt : std::optional(lines);
+  }
+  const Text text = DecodeFile(bytes);
+  if (text.find(u'\0') != Text::npos) {
+    problems_.Report(kWhat, path, u"it is not text (it holds NUL characters)");
+    return lines;
+  }
+  problems_.Clear(path);
+  lines = App_Strings::Split(text, u"\r\n");
+  std::erase(lines, Text());
+  return lines;
+}
+
+bool GlobalExclusions::AnyLineEquals(ListKind kind, TextView value) {
+  const auto key = [](TextView text) { return Fold(App_Strings::TrimBlanks(text)); };
+  auto& known = equals_[kind];
+  if (!known) {
+    const auto lines = ReadLines(kind);
+    if (!lines) return false;
+    known.emplace();
+    for (const Text& line : *lines) known->insert(key(line));
+  }
+  return known->contains(key(value));
+}
+
+bool GlobalExclusions::AnyLineOccursIn(TextView message) {
+  if (!occurs_) {
+    auto lines = ReadLines(kTexts);
+    if (!lines) return false;
+    std::vector<TextSet::Member> members;
+    for (Text& line : *lines) members.push_back({std::move(line)});
+    occurs_.emplace(members);
+  }
+  occurs_->Find(message, 1, scratch_);
+  return !scratch_.found.empty();
 }
 
 bool GlobalExclusions::CheckGlobalEventIDEx(TextView eventCode) {
   Proc proc(u"modFilterEvents", u"CheckGlobalEventIDEx", ProcKind::Function);
   proc.ByVal(u"sEventCode", eventCode);
-  return proc.Run(false, [&] { return AnyLine(idList_, eventCode, &LineEquals); });
+  return proc.Run(false, [&] { return AnyLineEquals(kIds, eventCode); });
 }
 
 bool GlobalExclusions::CheckGlobalEventSourceEx(TextView sourceName) {
   Proc proc(u"modFilterEvents", u"CheckGlobalEventSourceEx", ProcKind::Function);
   proc.ByVal(u"sSourceName", sourceName);
-  return proc.Run(false, [&] { return AnyLine(sourceList_, sourceName, &LineEquals); });
+  return proc.Run(false, [&] { return AnyLineEquals(kSources, sourceName); });
 }
 
 bool GlobalExclusions::CheckGlobalEventDescEx(TextView message) {
   Proc proc(u"modFilterEvents", u"CheckGlobalEventDescEx", ProcKind::Function);
   proc.ByVal(u"sMessage", message);
-  return proc.Run(false, [&] { return AnyLine(descList_, message, &LineOccurs); });
+  return proc.Run(false, [&] { return AnyLineOccursIn(message); });
 }
 
 bool GlobalExclusions::Excludes(TextView eventCode, TextView sourceName, TextView message) {

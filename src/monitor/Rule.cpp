@@ -1,6 +1,6 @@
 #include "monitor/Rule.h"
 
-#include <array>
+#include <algorithm>
 
 #include "base/App_Strings.h"
 #include "base/Fold.h"
@@ -28,20 +28,20 @@ bool AgreesWithMessage(RuleReader& rule, TextView message) {
 
 }  // namespace
 
-TextView LogKey(TextView logfile) {
-  for (const TextView name : kRuleLogNames) {
-    if (StringsMatch(logfile, name)) return name;
-  }
-  return {};
+std::optional<std::uint32_t> LogNumber(TextView logfile) {
+  const TextView name = App_Strings::TrimBlanks(logfile);
+  const auto* const found = std::ranges::find_if(kRuleLogNames, [&](TextView known) { return EqualsFolded(known, name); });
+  if (found == std::end(kRuleLogNames)) return std::nullopt;
+  return static_cast<std::uint32_t>(found - std::begin(kRuleLogNames));
 }
 
-TextView TypeKey(std::int16_t eventType, TextView typeText) {
-  static constexpr std::array<TextView, 6> kByNumber = {u"", u"Error", u"Warning", u"Info", u"Success", u"Failure"};
-  if (eventType >= 1 && eventType <= 5) return kByNumber[static_cast<std::size_t>(eventType)];
-  for (const TextView key : {kByNumber[1], kByNumber[2], kByNumber[4], kByNumber[5]}) {
-    if (StringsMatch(typeText, key)) return key;
+std::optional<std::uint32_t> TypeNumber(std::int16_t eventType, TextView typeText) {
+  constexpr std::uint32_t kInfo = 2;
+  if (eventType >= 1 && eventType <= 5) return static_cast<std::uint32_t>(eventType) - 1;
+  for (const std::uint32_t type : {0u, 1u, 3u, 4u}) {
+    if (StringsMatch(typeText, kRuleTypeNames[type])) return type;
   }
-  return StringsMatch(typeText.substr(0, 4), kByNumber[3]) ? kByNumber[3] : TextView();
+  return StringsMatch(typeText.substr(0, 4), kRuleTypeNames[kInfo]) ? std::optional(kInfo) : std::nullopt;
 }
 
 Text RuleName(TextView ruleFile) {
@@ -52,10 +52,10 @@ Text RuleName(TextView ruleFile) {
 }
 
 bool RuleMatches(RuleReader& rule, const EventRecord& record) {
-  const TextView log = LogKey(record.logfile);
-  if (log.empty() || !IsSet(rule, u"LogFile", log)) return false;
-  const TextView type = TypeKey(record.eventType, record.type);
-  if (type.empty() || !IsSet(rule, u"EventType", type)) return false;
+  const std::optional<std::uint32_t> log = LogNumber(record.logfile);
+  if (!log || !IsSet(rule, u"LogFile", kRuleLogNames[*log])) return false;
+  const std::optional<std::uint32_t> type = TypeNumber(record.eventType, record.type);
+  if (!type || !IsSet(rule, u"EventType", kRuleTypeNames[*type])) return false;
   return EqualsWhenGiven(rule, u"EventID", record.eventCode) && EqualsWhenGiven(rule, u"EventSource", record.sourceName) &&
          AgreesWithMessage(rule, record.message);
 }

@@ -1,6 +1,9 @@
 // What a rule file means. This is the one definition; everything faster than it must agree with it.
 #pragma once
 
+#include <cstdint>
+#include <optional>
+
 #include "base/Text.h"
 #include "config/PlainIni.h"
 #include "monitor/EventRecord.h"
@@ -17,11 +20,14 @@ inline constexpr TextView kRuleLogNames[] = {
     u"Microsoft-Windows-WindowsUpdateClient/Operational",
 };
 
-// The key of a record's log in section "LogFile"; empty for a log that no rule can name.
-[[nodiscard]] TextView LogKey(TextView logfile);
+// The five keys of section "EventType".
+inline constexpr TextView kRuleTypeNames[] = {u"Error", u"Warning", u"Info", u"Success", u"Failure"};
 
-// The key of a record's type in section "EventType": by the number, else by the type text; empty for none.
-[[nodiscard]] TextView TypeKey(std::int16_t eventType, TextView typeText);
+// Which of the six a record's log is; none for a log that no rule can name.
+[[nodiscard]] std::optional<std::uint32_t> LogNumber(TextView logfile);
+
+// Which of the five a record's type is: by the number, else by the type text; none for another type.
+[[nodiscard]] std::optional<std::uint32_t> TypeNumber(std::int16_t eventType, TextView typeText);
 
 // The name shown for a rule file: its file name without folder and without the last extension.
 [[nodiscard]] Text RuleName(TextView ruleFile);

@@ -2,23 +2,23 @@
 
 #include "base/App_Strings.h"
 #include "base/Fold.h"
+#include "diag/App_Debug.h"
 #include "diag/Proc.h"
 #include "monitor/AlertText.h"
 #include "monitor/DiskEvent.h"
+#include "monitor/Phrases.h"
 #include "monitor/RecordTime.h"
 #include "monitor/Rule.h"
+#include "monitor/RuleFile.h"
 #include "platform/FS_DirList.h"
 
 namespace ovs {
 
 namespace {
 
-constexpr TextView kStopPhrase = u"orvanta - stopping event service...";
-constexpr TextView kOwnCrashPhrase = u"Orvanta Event Service service terminated unexpectedly";
-
 bool IsOwnCrash(const EventRecord& record) {
   return App_Strings::StringsMatch(record.sourceName, u"service control manager") &&
-         ContainsFolded(record.message, kOwnCrashPhrase);
+         ContainsFolded(record.message, Phrases::kOwnCrash);
 }
 
 // One rule file, read once: all its keys are of one moment.
@@ -40,6 +40,7 @@ modFilterEvents::modFilterEvents(const FilterParts& parts, const MonitorSettings
     : parts_(parts),
       settings_(settings),
       exclusions_(parts.fileSystem, problems_, settings.rulesFolder),
+      book_({parts.fileSystem.Files(), parts.watcher, parts.clock}, parts.ini, problems_, exclusions_, settings),
       action_(parts.ini, parts.mailer, settings.configIniPath) {}
 
 void modFilterEvents::FindEvents(const EventRecord& record) {
@@ -52,15 +53,41 @@ void modFilterEvents::FindEvents(const EventRecord& record) {
   proc.ByVal(u"sLogfile", record.logfile);
   proc.ByVal(u"sTimeGenerated", record.timeGenerated);
   proc.Run([&] {
-    if (ContainsFolded(record.message, kStopPhrase)) {
-      stopPhraseSeen_ = true;
-      return;
+    const DebugSwitches& switches = Diagnostics().Switches();
+    if (switches.verbose || switches.procDump) {
+      FindEventsTraced(record);
+    } else {
+      FindEventsQuickly(record);
     }
-    if (IsOwnCrash(record)) return;
-    const bool diskCheck = parts_.ini.ReadINI(settings_.configIniPath, u"Monitoring", u"DiskEvents") == u"1";
-    if (diskCheck && FindDiskEvents(record)) return;
-    CheckRules(record);
   });
+}
+
+void modFilterEvents::FindEventsTraced(const EventRecord& record) {
+  exclusions_.Forget();
+  if (ContainsFolded(record.message, Phrases::kStop)) {
+    stopPhraseSeen_ = true;
+    return;
+  }
+  if (IsOwnCrash(record)) return;
+  const bool diskCheck = parts_.ini.ReadINI(settings_.configIniPath, u"Monitoring", u"DiskEvents") == u"1";
+  if (diskCheck && FindDiskEvents(record)) return;
+  CheckRules(record);
+}
+
+void modFilterEvents::FindEventsQuickly(const EventRecord& record) {
+  book_.Refresh();
+  book_.Find(record, scratch_);
+  if (RuleIndex::Phrase(scratch_, RuleBook::kStopPhrase)) {
+    stopPhraseSeen_ = true;
+    return;
+  }
+  if (RuleIndex::Phrase(scratch_, RuleBook::kOwnCrashPhrase) && IsOwnCrash(record)) return;
+  const bool mayBeDiskEvent = RuleIndex::Phrase(scratch_, RuleBook::kFakeDiskPhrase) || IsDiskSource(record.sourceName);
+  if (book_.DiskEventsOn() && mayBeDiskEvent && FindDiskEvents(record)) return;
+  for (const std::uint32_t number : scratch_.rules) {
+    const RuleBook::Rule& rule = book_.RuleAt(number);
+    Check(rule.path, &rule.content, record);
+  }
 }
 
 void modFilterEvents::CheckRules(const EventRecord& record) {
@@ -78,37 +105,29 @@ void modFilterEvents::CheckRules(const EventRecord& record) {
   }
 }
 
-bool modFilterEvents::RuleFires(TextView ruleFile, const EventRecord& record) {
-  PlainIni content;
-  const IniLoad outcome = parts_.ini.LoadIni(ruleFile, content);
-  if (outcome == IniLoad::Unusable) return false;  // LoadIni has reported it
-  constexpr TextView kWhat = u"Cannot use rule file";
-  if (outcome == IniLoad::Missing) {
-    problems_.Report(kWhat, ruleFile, u"it disappeared before it could be read");
-    return false;
-  }
-  if (!content.HasSection(u"LogFile")) {
-    problems_.Report(kWhat, ruleFile, u"it has no section [LogFile], so it can never match");
-    return false;
-  }
-  problems_.Clear(ruleFile);
-  RuleFileReader reader(parts_.ini, ruleFile, content);
-  return RuleMatches(reader, record) && !exclusions_.Excludes(record.eventCode, record.sourceName, record.message);
-}
+void modFilterEvents::CheckRule(TextView ruleFile, const EventRecord& record) { Check(ruleFile, nullptr, record); }
 
-void modFilterEvents::CheckRule(TextView ruleFile, const EventRecord& record) {
+// Without `content` the file is read.
+void modFilterEvents::Check(TextView ruleFile, const PlainIni* content, const EventRecord& record) {
   Proc proc(u"modFilterEvents", u"CheckRule", ProcKind::Sub);
   proc.ByVal(u"sRuleFile", ruleFile);
   proc.ByVal(u"sEventCode", record.eventCode);
   proc.ByVal(u"sSourceName", record.sourceName);
   proc.ByVal(u"sLogfile", record.logfile);
   proc.Run([&] {
-    if (!RuleFires(ruleFile, record)) return;
+    PlainIni own;
+    if (content == nullptr && LoadRuleFile(parts_.ini, problems_, ruleFile, own) != IniLoad::Ok) return;
+    if (!RuleFires(ruleFile, content == nullptr ? own : *content, record)) return;
     const Text ruleName = RuleName(ruleFile);
     const Text timeText = RecordTimeText(parts_.time, record.timeGenerated, settings_.display);
     action_.DoAction(AlertText::RuleAlert(timeText, ruleName, record), false);
     parts_.log.Write({record, ruleName, timeText, AlertText::RuleLogEntry(timeText, ruleName, record), false});
   });
+}
+
+bool modFilterEvents::RuleFires(TextView ruleFile, const PlainIni& content, const EventRecord& record) {
+  RuleFileReader reader(parts_.ini, ruleFile, content);
+  return RuleMatches(reader, record) && !exclusions_.Excludes(record.eventCode, record.sourceName, record.message);
 }
 
 bool modFilterEvents::FindDiskEvents(const EventRecord& record) {

@@ -10,6 +10,7 @@
 #include "monitor/EventRecord.h"
 #include "monitor/GlobalExclusions.h"
 #include "monitor/MonitorSettings.h"
+#include "monitor/RuleBook.h"
 #include "platform/App_FileSystem.h"
 #include "platform/App_Time.h"
 
@@ -22,6 +23,8 @@ struct FilterParts {
   App_Time& time;
   AlertMailer& mailer;
   AlertLog& log;
+  os::Clock& clock;
+  os::FolderWatcher& watcher;
 };
 
 class modFilterEvents {
@@ -29,7 +32,9 @@ class modFilterEvents {
   modFilterEvents(const FilterParts& parts, const MonitorSettings& settings);
 
   // Handles one record: the stop phrase, this service's own crash, the disk check, then every rule file. Rule files,
-  // lists and switches count as they are on disk at this moment. Errors are reported and end only what they hit.
+  // lists and switches count as they are on disk at this moment (see RuleBook.h for how exactly). Errors are reported and
+  // end only what they hit. While the diagnostics want to see everything (procedure dump, verbose log) each file is read
+  // and each rule tested for every record; otherwise only rules that may match are.
   void FindEvents(const EventRecord& record);
 
   // Tests one rule file, given by its path as it is spelled on disk, and on a match alerts and logs.
@@ -42,13 +47,18 @@ class modFilterEvents {
   [[nodiscard]] bool StopPhraseSeen() const { return stopPhraseSeen_; }
 
  private:
+  void FindEventsTraced(const EventRecord& record);
+  void FindEventsQuickly(const EventRecord& record);
   void CheckRules(const EventRecord& record);
-  bool RuleFires(TextView ruleFile, const EventRecord& record);
+  void Check(TextView ruleFile, const PlainIni* content, const EventRecord& record);
+  [[nodiscard]] bool RuleFires(TextView ruleFile, const PlainIni& content, const EventRecord& record);
 
   FilterParts parts_;
   MonitorSettings settings_;
   FileProblems problems_;
   GlobalExclusions exclusions_;
+  RuleBook book_;
+  RuleIndex::Scratch scratch_;
   AlertAction action_;
   bool stopPhraseSeen_ = false;
 };

@@ -68,13 +68,15 @@ void Sample::RunService() {
   parts_.source.Connect();
   InitApp();
   Diagnostics().InitDebug(Diagnostics().Switches(), false, {});
+  StartMailEngines();
   InitConfig();
   MonitorSettings settings = PathsOf(parts_.environment.ApplicationFolder());
   ReadDisplaySettings(parts_.ini, settings);
   std::uint32_t failReason = 0;
   parts_.fileSystem.EnsureDirExists(settings.rulesFolder, failReason);
   EventLogFiles log(parts_.fileSystem, settings);
-  modFilterEvents filter({parts_.fileSystem, parts_.ini, parts_.time, parts_.mailer, log}, settings);
+  modFilterEvents filter({parts_.fileSystem, parts_.ini, parts_.time, parts_.mailer, log, parts_.clock, parts_.watcher},
+                         settings);
   Debug::dLog(kNoProc, u"Entering Main Service Loop");
   MainLoop(filter);
 }
@@ -86,6 +88,12 @@ void Sample::InitApp() {
     proc.Log(environment.AppTitle_VersionForced() + u" started from " + environment.ApplicationFolder() + u" as " +
              environment.ProgramName() + u", process " + environment.ProcessIdText());
   });
+}
+
+// A machine that cannot mail still writes its logs.
+void Sample::StartMailEngines() {
+  Proc proc(u"Sample", u"StartMailEngines", ProcKind::Sub);
+  proc.Run([&] { parts_.mailEngines.Start(); });
 }
 
 void Sample::InitConfig() {

@@ -3,11 +3,14 @@
 
 #include <memory>
 
+#include "base/os/Clock.h"
+#include "base/os/FolderWatch.h"
 #include "base/os/Prompt.h"
 #include "config/App_Common.h"
 #include "config/Config_Class.h"
 #include "config/ckCrypt_Config.h"
 #include "mail/AlertMailer.h"
+#include "mail/MailComponent.h"
 #include "monitor/AlertLog.h"
 #include "monitor/modFilterEvents.h"
 #include "platform/App_Env.h"
@@ -30,6 +33,9 @@ struct ServiceParts {
   App_Common& ini;
   const ckCrypt_Config& crypt;
   App_Time& time;
+  os::Clock& clock;
+  os::FolderWatcher& watcher;
+  MailEngines& mailEngines;
   AlertMailer& mailer;
 };
 
@@ -42,6 +48,8 @@ class Sample {
   // STOPPED report, so that the service control manager's recovery acts.
   void Main();
 
+  // The program settings; null before they were loaded.
+  [[nodiscard]] const Config_Class* Store() const { return store_.get(); }
   // The program settings in force, lines "key=stored value" that end in CR LF; empty before they were loaded.
   [[nodiscard]] Text ProgramSettings() const { return store_ ? store_->GetAllMatchingStrings_AsIs({}) : Text(); }
 
@@ -49,6 +57,7 @@ class Sample {
   void RunMain(Proc& proc);
   void RunService();
   void InitApp();
+  void StartMailEngines();
   void InitConfig();
   void MainLoop(modFilterEvents& filter);
 

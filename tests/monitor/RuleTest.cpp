@@ -79,10 +79,10 @@ TEST(RuleMatches, ALogThatNoRuleCanNameNeverMatches) {
 }
 
 TEST(RuleKeys, LogByNameInAnyCase) {
-  EXPECT_EQ(LogKey(u" security "), u"Security");
-  EXPECT_EQ(LogKey(u"MICROSOFT-WINDOWS-WINDOWS DEFENDER/OPERATIONAL"), u"Microsoft-Windows-Windows Defender/Operational");
-  EXPECT_EQ(LogKey(u"Microsoft-Windows-Windows Defender"), u"");
-  EXPECT_EQ(LogKey(u""), u"");
+  EXPECT_EQ(LogNumber(u" security "), 2u);
+  EXPECT_EQ(LogNumber(u"MICROSOFT-WINDOWS-WINDOWS DEFENDER/OPERATIONAL"), 3u);
+  EXPECT_EQ(LogNumber(u"Microsoft-Windows-Windows Defender"), std::nullopt);
+  EXPECT_EQ(LogNumber(u""), std::nullopt);
 }
 
 TEST(RuleKeys, TypeByNumberElseByText) {
@@ -108,7 +108,8 @@ TEST(RuleKeys, TypeByNumberElseByText) {
       {32767, u"Warning", u"Warning"},
   };
   for (const auto& each : cases) {
-    EXPECT_EQ(TypeKey(each.number, each.text), each.key) << each.number << " " << ToUtf8(each.text);
+    const auto type = TypeNumber(each.number, each.text);
+    EXPECT_EQ(type ? kRuleTypeNames[*type] : TextView(), each.key) << each.number << " " << ToUtf8(each.text);
   }
 }
 

@@ -7,7 +7,9 @@
 #include "base/Encoding.h"
 #include "diag/App_Debug.h"
 #include "fakes/FakeClock.h"
+#include "fakes/FakeMailer.h"
 #include "fakes/FakeSystem.h"
+#include "fakes/FakeWatcher.h"
 #include "fakes/FaultyFiles.h"
 #include "fakes/MemoryFiles.h"
 #include "platform/FileContent.h"
@@ -16,21 +18,6 @@ namespace ovs {
 namespace {
 
 constexpr const char* kOpenRule = "[LogFile]\r\nSystem=1\r\n[EventType]\r\nError=1\r\n";
-
-struct Mail {
-  Text subject;
-  Text body;
-};
-
-class KeepingMailer final : public AlertMailer {
- public:
-  Text SendEventsEmail(TextView subject, TextView body, TextView attachmentPath) override {
-    EXPECT_TRUE(attachmentPath.empty());
-    mails.push_back({Text(subject), Text(body)});
-    return {};
-  }
-  std::vector<Mail> mails;
-};
 
 // The rule engine over an application folder in memory.
 class FilterTest : public ::testing::Test {
@@ -59,7 +46,8 @@ class FilterTest : public ::testing::Test {
       settings = PathsOf(u"C:\\App\\");
       ReadDisplaySettings(ini, settings);
       log = std::make_unique<EventLogFiles>(fileSystem, settings);
-      engine_ = std::make_unique<modFilterEvents>(FilterParts{fileSystem, ini, time, mailer, *log}, settings);
+      engine_ =
+          std::make_unique<modFilterEvents>(FilterParts{fileSystem, ini, time, mailer, *log, clock, watcher}, settings);
     }
     return *engine_;
   }
@@ -80,7 +68,8 @@ class FilterTest : public ::testing::Test {
   App_FileSystem fileSystem{faulty, system};
   App_Common ini{faulty};
   App_Time time{clock, zone, faulty};
-  KeepingMailer mailer;
+  fakes::FakeMailer mailer;
+  fakes::FakeWatcher watcher;
   MonitorSettings settings;
   std::unique_ptr<EventLogFiles> log;
   std::unique_ptr<modFilterEvents> engine_;

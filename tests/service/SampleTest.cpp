@@ -11,8 +11,11 @@
 #include "base/os/PendingError.h"
 #include "diag/App_Debug.h"
 #include "fakes/FakeClock.h"
+#include "fakes/FakeMailEngines.h"
+#include "fakes/FakeMailer.h"
 #include "fakes/FakePrompt.h"
 #include "fakes/FakeSystem.h"
+#include "fakes/FakeWatcher.h"
 #include "fakes/FaultyFiles.h"
 #include "fakes/MemoryFiles.h"
 #include "platform/DebugEnvironment.h"
@@ -94,9 +97,10 @@ class SampleTest : public ::testing::Test {
     App_Registry registryHelper(registry);
     App_Common ini(faulty);
     App_Time time(clock, zone, faulty);
-    NoMailer mailer(u"test");
+    fakes::FakeMailer mailer;
     const ckCrypt_Config crypt(os::SystemCrypto());
-    Sample service({host, source, prompt, environment, registryHelper, fileSystem, ini, crypt, time, mailer});
+    Sample service(
+        {host, source, prompt, environment, registryHelper, fileSystem, ini, crypt, time, clock, watcher, engines, mailer});
     DebugEnvironment debugEnvironment = DebugEnvironmentOf(environment, fileSystem);
     debugEnvironment.environmentReport = [&] {
       return EnvironmentReport({environment, fileSystem, [&] { return service.ProgramSettings(); }});
@@ -131,6 +135,8 @@ class SampleTest : public ::testing::Test {
   fakes::FakeClock clock;
   fakes::FakeTimeZone zone;
   fakes::FakePrompt prompt;
+  fakes::FakeMailEngines engines;
+  fakes::FakeWatcher watcher;
   MemoryRegistry registry;
 };
 
@@ -141,6 +147,7 @@ TEST_F(SampleTest, StartsInOrderAndStopsWithBothKeys) {
   EXPECT_EQ(journal, (Journal{"create events", "dispatcher", "state 4", "connect", "next", "next", "wait 3000", "wait 3000",
                               "wait 3000", "state 1", "finish dispatcher", "close events"}));
   EXPECT_TRUE(prompt.shown.empty());
+  EXPECT_EQ(engines.started, 1);
   os::FileInfo info;
   EXPECT_TRUE(files.Info(u"C:\\Orvanta\\Config\\Rules", info));
 }

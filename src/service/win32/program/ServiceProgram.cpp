@@ -1,6 +1,7 @@
 // The service program: composes the parts and runs the service.
 #include <windows.h>
 
+#include <memory>
 #include <utility>
 
 #include "base/os/Clock.h"
@@ -9,7 +10,8 @@
 #include "base/os/Registry.h"
 #include "base/os/System.h"
 #include "diag/App_Debug.h"
-#include "mail/AlertMailer.h"
+#include "mail/modEmailSvc.h"
+#include "mail/os/MailMachine.h"
 #include "platform/DebugEnvironment.h"
 #include "service/EnvironmentReport.h"
 #include "service/Sample.h"
@@ -27,11 +29,17 @@ void Run() {
   App_Registry registry(os::SystemRegistry());
   App_Common ini(files);
   App_Time time(os::SystemClock(), os::SystemTimeZone(), files);
-  NoMailer mailer(u"this version has no mail engine");
   NTService host(os::ThisSystem().ProgramPath());
   WmiEventSource source;
   const ckCrypt_Config crypt(os::SystemCrypto());
-  Sample service({host, source, os::SystemPrompt(), environment, registry, fileSystem, ini, crypt, time, mailer});
+  const std::unique_ptr<MailEngines> engines =
+      SystemMailEngines({files, os::SystemClock(), os::ThisSystem(), os::SystemCrypto()});
+  PlainMailUser user(os::SystemPrompt());
+  const Sample* running = nullptr;
+  modEmailSvc mailer({ini, registry, fileSystem, environment, *engines, user, [&] { return running->Store(); }});
+  Sample service({host, source, os::SystemPrompt(), environment, registry, fileSystem, ini, crypt, time, os::SystemClock(),
+                  os::SystemFolderWatcher(), *engines, mailer});
+  running = &service;
 
   DebugEnvironment debugEnvironment = DebugEnvironmentOf(environment, fileSystem);
   debugEnvironment.environmentReport = [&] {

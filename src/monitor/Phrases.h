@@ -1,0 +1,15 @@
+// Texts that are looked for in every message.
+#pragma once
+
+#include "base/Text.h"
+
+namespace ovs::Phrases {
+
+// In a record that ends the handling of records.
+inline constexpr TextView kStop = u"orvanta - stopping event service...";
+// In the service control manager's report of this service's own crash.
+inline constexpr TextView kOwnCrash = u"Orvanta Event Service service terminated unexpectedly";
+// In a record that an administrator writes to try the way of a disk alert.
+inline constexpr TextView kFakeDisk = u"Fake Disk Alert";
+
+}  // namespace ovs::Phrases

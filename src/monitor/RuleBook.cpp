@@ -1,0 +1,164 @@
+#include "monitor/RuleBook.h"
+
+#include <algorithm>
+#include <array>
+#include <unordered_map>
+
+#include "base/os/PendingError.h"
+#include "diag/App_Debug.h"
+#include "diag/Proc.h"
+#include "monitor/Phrases.h"
+#include "monitor/RuleFile.h"
+#include "platform/FileContent.h"
+#include "platform/FileMask.h"
+
+namespace ovs {
+
+namespace {
+
+constexpr std::uint64_t kShortestWindow = 50;
+constexpr std::uint64_t kWindowPerCost = 10;
+
+bool IsRuleFile(TextView name) { return MatchesMask(name, u"*.DAT"); }
+
+bool IsRulesEntry(TextView name) { return IsRuleFile(name) || GlobalExclusions::IsListName(name); }
+
+bool IsSettingsFile(TextView name) { return MatchesMask(name, u"Orvanta.ini"); }
+
+Text FolderOf(TextView path) { return Text(path.substr(0, path.rfind(u'\\'))); }
+
+}  // namespace
+
+RuleBook::RuleBook(const FolderLookParts& parts, App_Common& ini, FileProblems& problems, GlobalExclusions& exclusions,
+                   const MonitorSettings& settings)
+    : clock_(parts.clock),
+      ini_(ini),
+      problems_(problems),
+      exclusions_(exclusions),
+      settings_(settings),
+      watcher_(parts.watcher),
+      rulesFolder_(parts, settings.rulesFolder, IsRulesEntry),
+      configFolder_(parts, FolderOf(settings.configIniPath), IsSettingsFile) {
+  BuildIndex();
+}
+
+void RuleBook::Refresh() {
+  const std::uint64_t now = clock_.Milliseconds();
+  if (mustLook_ || now - lastLook_ >= window_) {
+    LookAtAll();
+  } else if (watcher_.IsExact() || now != lastAsked_) {
+    lastAsked_ = now;
+    if (HasNews()) LookAtAll();
+  }
+  if (anyRefused_) RetryRefused();
+}
+
+// Both are asked: news that were told are not told again.
+bool RuleBook::HasNews() {
+  const bool ofRules = rulesFolder_.HasNews();
+  return configFolder_.HasNews() || ofRules;
+}
+
+void RuleBook::LookAtAll() {
+  Proc proc(u"RuleBook", u"LookAtAll", ProcKind::Sub);
+  const std::uint64_t start = clock_.Milliseconds();
+  // Until the end is reached, an error makes the next record look again.
+  mustLook_ = true;
+  proc.Run([&] {
+    mustLook_ = false;
+    LookAtSettings();
+    LookAtRules();
+  });
+  lastLook_ = clock_.Milliseconds();
+  window_ = std::max(kShortestWindow, (lastLook_ - start) * kWindowPerCost);
+}
+
+void RuleBook::LookAtSettings() {
+  const FolderLook::Outcome outcome = configFolder_.Look();
+  if (outcome == FolderLook::Outcome::Same) return;
+  if (outcome == FolderLook::Outcome::Failed) {
+    mustLook_ = true;
+    TakePendingSystemError();
+  }
+  PlainIni content;
+  if (ini_.LoadIni(settings_.configIniPath, content) == IniLoad::Refused) mustLook_ = true;
+  diskEventsOn_ = ini_.ReadINI(content, settings_.configIniPath, u"Monitoring", u"DiskEvents") == u"1";
+}
+
+void RuleBook::LookAtRules() {
+  switch (rulesFolder_.Look()) {
+    case FolderLook::Outcome::Same:
+      return;
+    case FolderLook::Outcome::Changed:
+      problems_.Clear(settings_.rulesFolder);
+      exclusions_.Forget();
+      TakeRules();
+      return;
+    case FolderLook::Outcome::Failed:
+      // The rules that are known go on serving.
+      mustLook_ = true;
+      problems_.Report(u"Cannot list rules folder", settings_.rulesFolder,
+                       DescribeReadOutcome(ReadOutcome::Failed, TakePendingSystemError()));
+      return;
+  }
+}
+
+void RuleBook::TakeRules() {
+  std::unordered_map<TextView, Known*> before;
+  for (Known& known : rules_) before.emplace(TextView(known.rule.path).substr(settings_.rulesFolder.size() + 1), &known);
+  std::vector<Known> now;
+  bool changed = false;
+  anyRefused_ = false;
+  for (const FolderLook::Entry& entry : rulesFolder_.Entries()) {
+    if (!IsRuleFile(entry.name)) continue;
+    const auto found = before.find(entry.name);
+    const bool isKnown = found != before.end();
+    Known known = isKnown ? *found->second : Known{{settings_.rulesFolder + u"\\" + entry.name, {}}, {}, false};
+    if (entry.isNew || known.refused) changed = Load(known) || changed;
+    changed = changed || !isKnown || now.size() >= rules_.size() || rules_[now.size()].rule.path != known.rule.path;
+    anyRefused_ = anyRefused_ || known.refused;
+    now.push_back(std::move(known));
+  }
+  changed = changed || now.size() != rules_.size();
+  rules_ = std::move(now);
+  if (changed) BuildIndex();
+}
+
+// Reads the file; true when the rule means something else than before. What cannot be used matches nothing.
+bool RuleBook::Load(Known& known) {
+  const IniLoad outcome = LoadRuleFile(ini_, problems_, known.rule.path, known.rule.content);
+  known.refused = outcome == IniLoad::Refused;
+  RuleConditions conditions = outcome == IniLoad::Ok ? ConditionsOf(known.rule.content) : RuleConditions();
+  const bool changed = conditions != known.conditions;
+  known.conditions = std::move(conditions);
+  return changed;
+}
+
+void RuleBook::RetryRefused() {
+  Proc proc(u"RuleBook", u"RetryRefused", ProcKind::Sub);
+  proc.Run([&] {
+    bool changed = false;
+    anyRefused_ = false;
+    for (Known& known : rules_) {
+      if (known.refused) changed = Load(known) || changed;
+      anyRefused_ = anyRefused_ || known.refused;
+    }
+    if (changed) BuildIndex();
+  });
+}
+
+std::size_t RuleBook::MemoryInUse() const {
+  std::size_t bytes = index_.MemoryInUse() + rules_.capacity() * sizeof(Known);
+  for (const Known& known : rules_) bytes += known.rule.content.MemoryInUse() + known.conditions.MemoryInUse();
+  return bytes;
+}
+
+void RuleBook::BuildIndex() {
+  static constexpr std::array<TextView, 3> kPhrases = {Phrases::kStop, Phrases::kOwnCrash, Phrases::kFakeDisk};
+  std::vector<RuleConditions> conditions;
+  conditions.reserve(rules_.size());
+  for (const Known& known : rules_) conditions.push_back(known.conditions);
+  index_ = RuleIndex(std::move(conditions), kPhrases);
+}
+
+}  // namespace ovs
