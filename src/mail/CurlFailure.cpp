@@ -15,11 +15,17 @@ Text Step(const SmtpSession& session) {
   return session.LastVerb().empty() ? Text(u"before the first command") : u"at " + FromUtf8(session.LastVerb());
 }
 
-Text LoginReason(const SmtpSession& session) {
-  if (session.LastReplyIsError()) {
-    return u"The mail server refused the login: " + session.LastReply() + u"; check user name, password and login method";
-  }
-  return u"The mail server offers no login method that is wanted; check the login method";
+// Windows names its findings by the names that its header files give them.
+Text CertificateReason(const Text& words) {
+  const bool isTooOld = words.find(u"TIME_VALID") != Text::npos;
+  return u"The mail server's certificate is not trusted: " + words + (isTooOld ? u" (expired, or not yet valid)" : u"") +
+         u"; for a private certification authority set Email.SMTP.CAFile";
+}
+
+Text LoginReason(const CurlResult& result, const SmtpSession& session) {
+  if (IsLoginNotOffered(result, session))
+    return u"The mail server offers no login method that is wanted; check the login method";
+  return u"The mail server refused the login: " + session.LastReply() + u"; check user name, password and login method";
 }
 
 Text RefusedReason(const CurlJob& job, const SmtpSession& session) {
@@ -39,12 +45,11 @@ Text FailReason(const CurlJob& job, const CurlResult& result, const SmtpSession&
     case CURLE_ABORTED_BY_CALLBACK:  // by our own limit
       return u"The mail server " + Server(job) + u" did not answer in time, " + Step(session);
     case CURLE_LOGIN_DENIED:
-      return LoginReason(session);
+      return LoginReason(result, session);
     case CURLE_USE_SSL_FAILED:
       return u"The mail server " + Server(job) + u" offers no STARTTLS, which the SSL type requires; nothing was sent";
     case CURLE_PEER_FAILED_VERIFICATION:
-      return u"The mail server's certificate is not trusted: " + words +
-             u"; for a private certification authority set Email.SMTP.CAFile";
+      return CertificateReason(words);
     case CURLE_SSL_CACERT_BADFILE:
       return u"Email.SMTP.CAFile holds no usable certificate: " + words;
     case CURLE_SSL_CONNECT_ERROR:
@@ -56,6 +61,10 @@ Text FailReason(const CurlJob& job, const CurlResult& result, const SmtpSession&
   }
   if (session.LastReplyIsError()) return RefusedReason(job, session);
   return u"The connection to the mail server " + Server(job) + u" failed " + Step(session) + u": " + words;
+}
+
+bool IsLoginNotOffered(const CurlResult& result, const SmtpSession& session) {
+  return result.code == CURLE_LOGIN_DENIED && !session.LastReplyIsError();
 }
 
 Text FailDetails(const CurlJob& job, const CurlResult& result, const SmtpSession& session) {

@@ -172,6 +172,8 @@ bool CurlMailer::Send() {
   }
   const CurlResult result = PerformTransfer(machine_.files, machine_.clock, job, session_);
   const bool sent = result.code == 0;
+  // When the one method of a second attempt is not offered, the first attempt's reason tells more.
+  if (!report_.failReason.empty() && IsLoginNotOffered(result, session_)) return false;
   report_.failReason = sent ? Text() : FailReason(job, result, session_);
   report_.lastErrorText = sent ? Text() : FailDetails(job, result, session_);
   return sent;
@@ -201,7 +203,8 @@ CurlJob CurlMailer::NewJob() {
 
 void CurlMailer::SetLogin(CurlJob& job) const {
   if (authMethod_ == ckSmtpAuthMethodStr(0) || settings_.username.empty()) return;
-  const Text domain = settings_.loginDomain.empty() ? Text() : settings_.loginDomain + u"\\";
+  const bool isNtlm = authMethod_ == ckSmtpAuthMethodStr(2);
+  const Text domain = isNtlm && !settings_.loginDomain.empty() ? settings_.loginDomain + u"\\" : Text();
   job.username = ToUtf8(domain + settings_.username);
   job.password = ToUtf8(settings_.password);
   job.authMethod = ToUtf8(authMethod_);

@@ -129,7 +129,8 @@ class vtxEmail {
   [[nodiscard]] Text FailVariables() const;
   [[nodiscard]] SmtpSettings Settings() const;
   [[nodiscard]] std::int32_t SecondsSetting(TextView key, std::int32_t initial) const;
-  [[nodiscard]] MailMessage Message() const;
+  [[nodiscard]] MailMessage Message();
+  [[nodiscard]] Text Recipients(TextView addresses);
   void ComposeWith(class Proc& proc, MailComponent& component, TextView refusedText);
   [[nodiscard]] Text FindLogoFile() const;
   void TakeReport(class Proc& proc, MailComponent& component);

@@ -103,13 +103,29 @@ std::int32_t vtxEmail::SecondsSetting(TextView key, std::int32_t initial) const 
   return initial;
 }
 
-MailMessage vtxEmail::Message() const {
+// Without those that hold a line break or another control character: what stands behind one is not what somebody meant.
+Text vtxEmail::Recipients(TextView addresses) {
+  Text kept;
+  for (const TextView each : App_Strings::SplitViews(addresses, u",")) {
+    if (MailHeaders::OneLine(each) == each) {
+      kept.append(each).append(u",");
+      continue;
+    }
+    const Text note = u"Recipient left out, it holds a line break: [" + MailHeaders::OneLine(each) + u"]";
+    log_.AddLine(note);
+    Debug::dLog(kNoProc, note);
+  }
+  if (!kept.empty()) kept.pop_back();
+  return kept;
+}
+
+MailMessage vtxEmail::Message() {
   MailMessage message;
   message.from = MailHeaders::OneLine(EmailFrom);
   message.replyTo = MailHeaders::OneLine(EmailReplyTo);
-  message.to = MailHeaders::OneLine(EmailTo);
-  message.cc = MailHeaders::OneLine(EmailCC);
-  message.bcc = MailHeaders::OneLine(EmailBCC);
+  message.to = Recipients(EmailTo);
+  message.cc = Recipients(EmailCC);
+  message.bcc = Recipients(EmailBCC);
   message.subject = MailHeaders::OneLine(EmailSubject);
   message.body = EmailBodyAppendTailMsg ? EmailBody + EmailBodyTailMsg : EmailBody;
   message.isHtml = EmailBodyIsHTML;

@@ -72,6 +72,8 @@ void vtxEmail::PackAttachments(Proc& proc) {
     ZipFile = parts_.environment.TempFolder() + name;
     App_Strings::EnsureStringEndsWith(ZipFile, u".zip");
   }
+  std::uint32_t reason = 0;
+  parts_.fileSystem.EnsureDirExists(App_FilePath::FolderOf(ZipFile), reason);
   if (parts_.fileSystem.FileExist(ZipFile)) parts_.fileSystem.FileDelete(ZipFile);
   if (!ckZipFileCollection(attachments_, ZipFile)) proc.Log(u"ckZipFileCollection = False!");
   if (parts_.fileSystem.FileExist(ZipFile)) return;

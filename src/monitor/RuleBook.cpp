@@ -29,47 +29,40 @@ Text FolderOf(TextView path) { return Text(path.substr(0, path.rfind(u'\\'))); }
 
 }  // namespace
 
-RuleBook::RuleBook(const FolderLookParts& parts, App_Common& ini, FileProblems& problems, GlobalExclusions& exclusions,
-                   const MonitorSettings& settings)
-    : clock_(parts.clock),
-      ini_(ini),
-      problems_(problems),
-      exclusions_(exclusions),
+RuleBook::RuleBook(const RuleBookParts& parts, const MonitorSettings& settings)
+    : parts_(parts),
       settings_(settings),
-      watcher_(parts.watcher),
-      rulesFolder_(parts, settings.rulesFolder, IsRulesEntry),
-      configFolder_(parts, FolderOf(settings.configIniPath), IsSettingsFile) {
+      rulesFolder_(parts.files, parts.clock, settings.rulesFolder, IsRulesEntry),
+      configFolder_(parts.files, parts.clock, FolderOf(settings.configIniPath), IsSettingsFile) {
   BuildIndex();
 }
 
 void RuleBook::Refresh() {
-  const std::uint64_t now = clock_.Milliseconds();
+  const std::uint64_t now = parts_.clock.Milliseconds();
   if (mustLook_ || now - lastLook_ >= window_) {
     LookAtAll();
-  } else if (watcher_.IsExact() || now != lastAsked_) {
+  } else if (watch_ && (parts_.watcher.IsExact() || now != lastAsked_)) {
     lastAsked_ = now;
-    if (HasNews()) LookAtAll();
+    if (watch_->Take() != os::FolderNews::None) LookAtAll();
   }
   if (anyRefused_) RetryRefused();
 }
 
-// Both are asked: news that were told are not told again.
-bool RuleBook::HasNews() {
-  const bool ofRules = rulesFolder_.HasNews();
-  return configFolder_.HasNews() || ofRules;
-}
-
 void RuleBook::LookAtAll() {
   Proc proc(u"RuleBook", u"LookAtAll", ProcKind::Sub);
-  const std::uint64_t start = clock_.Milliseconds();
+  const std::uint64_t start = parts_.clock.Milliseconds();
   // Until the end is reached, an error makes the next record look again.
   mustLook_ = true;
   proc.Run([&] {
     mustLook_ = false;
+    // Whatever happens from here on is news. A new watch each time: the old one may watch a folder that was moved away
+    // since, together with the one above it.
+    const Text folders[] = {rulesFolder_.Folder(), configFolder_.Folder()};
+    watch_ = parts_.watcher.Watch(folders);
     LookAtSettings();
     LookAtRules();
   });
-  lastLook_ = clock_.Milliseconds();
+  lastLook_ = parts_.clock.Milliseconds();
   window_ = std::max(kShortestWindow, (lastLook_ - start) * kWindowPerCost);
 }
 
@@ -81,8 +74,8 @@ void RuleBook::LookAtSettings() {
     TakePendingSystemError();
   }
   PlainIni content;
-  if (ini_.LoadIni(settings_.configIniPath, content) == IniLoad::Refused) mustLook_ = true;
-  diskEventsOn_ = ini_.ReadINI(content, settings_.configIniPath, u"Monitoring", u"DiskEvents") == u"1";
+  if (parts_.ini.LoadIni(settings_.configIniPath, content) == IniLoad::Refused) mustLook_ = true;
+  diskEventsOn_ = parts_.ini.ReadINI(content, settings_.configIniPath, u"Monitoring", u"DiskEvents") == u"1";
 }
 
 void RuleBook::LookAtRules() {
@@ -90,15 +83,15 @@ void RuleBook::LookAtRules() {
     case FolderLook::Outcome::Same:
       return;
     case FolderLook::Outcome::Changed:
-      problems_.Clear(settings_.rulesFolder);
-      exclusions_.Forget();
+      parts_.problems.Clear(settings_.rulesFolder);
+      parts_.exclusions.Forget();
       TakeRules();
       return;
     case FolderLook::Outcome::Failed:
       // The rules that are known go on serving.
       mustLook_ = true;
-      problems_.Report(u"Cannot list rules folder", settings_.rulesFolder,
-                       DescribeReadOutcome(ReadOutcome::Failed, TakePendingSystemError()));
+      parts_.problems.Report(u"Cannot list rules folder", settings_.rulesFolder,
+                             DescribeReadOutcome(ReadOutcome::Failed, TakePendingSystemError()));
       return;
   }
 }
@@ -126,7 +119,7 @@ void RuleBook::TakeRules() {
 
 // Reads the file; true when the rule means something else than before. What cannot be used matches nothing.
 bool RuleBook::Load(Known& known) {
-  const IniLoad outcome = LoadRuleFile(ini_, problems_, known.rule.path, known.rule.content);
+  const IniLoad outcome = LoadRuleFile(parts_.ini, parts_.problems, known.rule.path, known.rule.content);
   known.refused = outcome == IniLoad::Refused;
   RuleConditions conditions = outcome == IniLoad::Ok ? ConditionsOf(known.rule.content) : RuleConditions();
   const bool changed = conditions != known.conditions;

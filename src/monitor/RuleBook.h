@@ -8,9 +8,12 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "base/Text.h"
+#include "base/os/Clock.h"
+#include "base/os/FolderWatch.h"
 #include "config/App_Common.h"
 #include "config/FileProblems.h"
 #include "monitor/GlobalExclusions.h"
@@ -19,6 +22,16 @@
 #include "platform/FolderLook.h"
 
 namespace ovs {
+
+// What a rule book works with; all must outlive it.
+struct RuleBookParts {
+  os::Files& files;
+  os::FolderWatcher& watcher;
+  os::Clock& clock;
+  App_Common& ini;
+  FileProblems& problems;
+  GlobalExclusions& exclusions;
+};
 
 class RuleBook {
  public:
@@ -30,9 +43,7 @@ class RuleBook {
   // Numbers of the phrases that the index looks for in every message.
   enum Phrase : std::uint32_t { kStopPhrase, kOwnCrashPhrase, kFakeDiskPhrase };
 
-  // All must outlive the book.
-  RuleBook(const FolderLookParts& parts, App_Common& ini, FileProblems& problems, GlobalExclusions& exclusions,
-           const MonitorSettings& settings);
+  RuleBook(const RuleBookParts& parts, const MonitorSettings& settings);
 
   void Refresh();
 
@@ -52,7 +63,6 @@ class RuleBook {
     bool refused = false;  // the system would not let it be read; tried again before the next record
   };
 
-  [[nodiscard]] bool HasNews();
   void LookAtAll();
   void LookAtRules();
   void LookAtSettings();
@@ -61,12 +71,9 @@ class RuleBook {
   void RetryRefused();
   void BuildIndex();
 
-  os::Clock& clock_;
-  App_Common& ini_;
-  FileProblems& problems_;
-  GlobalExclusions& exclusions_;
+  RuleBookParts parts_;
   MonitorSettings settings_;
-  os::FolderWatcher& watcher_;
+  std::unique_ptr<os::FolderWatch> watch_;  // of both folders; null where the system sends no news
   FolderLook rulesFolder_;
   FolderLook configFolder_;
   std::vector<Known> rules_;  // in the order of the folder

@@ -40,7 +40,7 @@ modFilterEvents::modFilterEvents(const FilterParts& parts, const MonitorSettings
     : parts_(parts),
       settings_(settings),
       exclusions_(parts.fileSystem, problems_, settings.rulesFolder),
-      book_({parts.fileSystem.Files(), parts.watcher, parts.clock}, parts.ini, problems_, exclusions_, settings),
+      book_({parts.fileSystem.Files(), parts.watcher, parts.clock, parts.ini, problems_, exclusions_}, settings),
       action_(parts.ini, parts.mailer, settings.configIniPath) {}
 
 void modFilterEvents::FindEvents(const EventRecord& record) {

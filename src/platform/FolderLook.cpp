@@ -24,26 +24,18 @@ bool IsSame(const FolderLook::Entry& a, const FolderLook::Entry& b) {
 
 }  // namespace
 
-FolderLook::FolderLook(const FolderLookParts& parts, TextView folder, std::function<bool(TextView name)> isWanted)
-    : parts_(parts), folder_(folder), isWanted_(std::move(isWanted)) {}
-
-bool FolderLook::HasNews() { return !watch_ || watch_->Take() != os::FolderNews::None; }
-
-// A new one each time: the old one may watch a folder that was moved away since, together with the one above it.
-void FolderLook::Arm() {
-  watch_ = parts_.watcher.Watch(folder_);
-  if (!watch_) TakePendingSystemError();
-}
+FolderLook::FolderLook(os::Files& files, os::Clock& clock, TextView folder, std::function<bool(TextView name)> isWanted)
+    : files_(files), clock_(clock), folder_(folder), isWanted_(std::move(isWanted)) {}
 
 bool FolderLook::IsYoung(const os::FileStamp& stamp) const {
-  const os::FileTicks now = parts_.clock.UtcNow();
+  const os::FileTicks now = clock_.UtcNow();
   const auto isNear = [&](os::FileTicks time) { return time > now - kYoung && time < now + kYoung; };
   return isNear(stamp.modified) || isNear(stamp.changed);
 }
 
 bool FolderLook::List(std::vector<Entry>& out) {
   std::vector<os::DirEntry> entries;
-  if (!parts_.files.List(folder_, entries)) {
+  if (!files_.List(folder_, entries)) {
     if (!IsNotFound(PendingSystemError())) return false;
     TakePendingSystemError();
     entries.clear();
@@ -58,7 +50,6 @@ bool FolderLook::List(std::vector<Entry>& out) {
 }
 
 FolderLook::Outcome FolderLook::Look() {
-  Arm();
   std::vector<Entry> found;
   if (!List(found)) return Outcome::Failed;
   std::unordered_map<TextView, const Entry*> before;

@@ -8,7 +8,7 @@ namespace ovs::fakes {
 class FakeWatcher final : public os::FolderWatcher {
  public:
   [[nodiscard]] bool IsExact() const override { return exact; }
-  std::unique_ptr<os::FolderWatch> Watch(TextView /*folder*/) override {
+  std::unique_ptr<os::FolderWatch> Watch(std::span<const Text> /*folders*/) override {
     ++watches;
     return canWatch ? std::make_unique<Watcher>(*this) : nullptr;
   }

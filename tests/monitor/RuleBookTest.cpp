@@ -54,7 +54,7 @@ class RuleBookTest : public PlatformTest {
   App_Common ini{files};
   FileProblems problems;
   GlobalExclusions exclusions{fileSystem, problems, settings.rulesFolder};
-  RuleBook book{{files, watcher, clock}, ini, problems, exclusions, settings};
+  RuleBook book{{files, watcher, clock, ini, problems, exclusions}, settings};
 };
 
 TEST_F(RuleBookTest, NewsCountAtOnceTheRestAfterTheWindow) {
@@ -127,7 +127,7 @@ class RealRuleBookTest : public ::testing::Test {
     settings = PathsOf(root);
     std::uint32_t reason = 0;
     EXPECT_TRUE(fileSystem.EnsureDirExists(settings.rulesFolder, reason)) << reason;
-    book = std::make_unique<RuleBook>(FolderLookParts{files, os::SystemFolderWatcher(), clock}, ini, problems, exclusions,
+    book = std::make_unique<RuleBook>(RuleBookParts{files, os::SystemFolderWatcher(), clock, ini, problems, exclusions},
                                       settings);
   }
   ~RealRuleBookTest() override {

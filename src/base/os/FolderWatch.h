@@ -1,7 +1,8 @@
-// Port: news of what happens in a folder, its files' contents included, its sub-folders' not.
+// Port: news of what happens in folders, their files' contents included, their sub-folders' not.
 #pragma once
 
 #include <memory>
+#include <span>
 
 #include "base/Text.h"
 
@@ -10,7 +11,7 @@ namespace ovs::os {
 enum class FolderNews {
   None,
   Changed,
-  Lost,  // the watch serves no longer: the folder is gone or somewhere else; some news may be missing
+  Lost,  // the watch serves no longer: a folder is gone or somewhere else; some news may be missing
 };
 
 class FolderWatch {
@@ -26,9 +27,9 @@ class FolderWatcher {
   // True when Take tells of every change that was complete before it was called, on folders of this machine's own disks.
   // Otherwise news may come late or never, and asking costs so much that nobody should ask without end.
   [[nodiscard]] virtual bool IsExact() const = 0;
-  // Null when the folder cannot be watched; the number is recorded with SetPendingSystemError. A watch belongs to one thread
+  // Watches those of the folders that can be watched, which is none when the result is null. A watch belongs to one thread
   // and must not outlive its watcher.
-  virtual std::unique_ptr<FolderWatch> Watch(TextView folder) = 0;
+  virtual std::unique_ptr<FolderWatch> Watch(std::span<const Text> folders) = 0;
 };
 
 FolderWatcher& SystemFolderWatcher();

@@ -17,6 +17,18 @@ void SetPendingSystemError(std::uint32_t number) noexcept;
 // The pending number, which is cleared.
 std::uint32_t TakePendingSystemError() noexcept;
 
+// For work whose failures are nobody's business: when the scope ends, what was pending before is pending again.
+class PendingErrorScope {
+ public:
+  PendingErrorScope() noexcept : before_(PendingSystemError()) {}
+  ~PendingErrorScope() { SetPendingSystemError(before_); }
+  PendingErrorScope(const PendingErrorScope&) = delete;
+  PendingErrorScope& operator=(const PendingErrorScope&) = delete;
+
+ private:
+  std::uint32_t before_;
+};
+
 // The numbers that the code acts upon.
 namespace SystemErrorNumber {
 inline constexpr std::uint32_t kNone = 0;

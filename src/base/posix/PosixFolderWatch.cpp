@@ -3,9 +3,10 @@
 
 #include <array>
 #include <cerrno>
+#include <utility>
 
 #include "base/os/FolderWatch.h"
-#include "base/posix/PosixErrors.h"
+#include "base/os/PendingError.h"
 #include "base/posix/PosixPath.h"
 #include "base/posix/UniqueFd.h"
 
@@ -53,15 +54,18 @@ class InotifyWatch final : public FolderWatch {
 class InotifyWatcher final : public FolderWatcher {
  public:
   [[nodiscard]] bool IsExact() const override { return true; }
-  std::unique_ptr<FolderWatch> Watch(TextView folder) override {
-    const auto native = FindNative(folder);
-    if (!native) return nullptr;
+  std::unique_ptr<FolderWatch> Watch(std::span<const Text> folders) override {
     UniqueFd fd(inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
-    if (!fd || inotify_add_watch(fd.Get(), native->path.c_str(), kContent | kFolderItself | IN_ONLYDIR) < 0) {
-      FailErrno(errno);
-      return nullptr;
-    }
-    return std::make_unique<InotifyWatch>(std::move(fd));
+    bool any = false;
+    for (const Text& folder : folders) any = (fd && Add(fd, folder)) || any;
+    return any ? std::make_unique<InotifyWatch>(std::move(fd)) : nullptr;
+  }
+
+ private:
+  static bool Add(const UniqueFd& fd, TextView folder) {
+    const PendingErrorScope quiet;
+    const auto native = FindNative(folder);
+    return native && inotify_add_watch(fd.Get(), native->path.c_str(), kContent | kFolderItself | IN_ONLYDIR) >= 0;
   }
 };
 

@@ -1,7 +1,9 @@
 #include <windows.h>
 
+#include <vector>
+
 #include "base/os/FolderWatch.h"
-#include "base/win32/Win32Error.h"
+#include "base/os/PendingError.h"
 #include "base/win32/Win32Path.h"
 
 namespace ovs::os {
@@ -13,41 +15,46 @@ using namespace ovs::win32;
 constexpr DWORD kWhat = FILE_NOTIFY_CHANGE_FILE_NAME | FILE_NOTIFY_CHANGE_DIR_NAME | FILE_NOTIFY_CHANGE_ATTRIBUTES |
                         FILE_NOTIFY_CHANGE_SIZE | FILE_NOTIFY_CHANGE_LAST_WRITE | FILE_NOTIFY_CHANGE_CREATION;
 
-class ChangeHandle final : public FolderWatch {
+class ChangeHandles final : public FolderWatch {
  public:
-  explicit ChangeHandle(HANDLE handle) : handle_(handle) {}
-  ~ChangeHandle() override { FindCloseChangeNotification(handle_); }
-  ChangeHandle(const ChangeHandle&) = delete;
-  ChangeHandle& operator=(const ChangeHandle&) = delete;
+  ChangeHandles() = default;
+  ~ChangeHandles() override {
+    for (const HANDLE handle : handles_) FindCloseChangeNotification(handle);
+  }
+  ChangeHandles(const ChangeHandles&) = delete;
+  ChangeHandles& operator=(const ChangeHandles&) = delete;
+
+  bool Add(TextView folder) {
+    const auto path = ExtendedPath(folder);
+    const HANDLE handle = path ? FindFirstChangeNotificationW(path->c_str(), FALSE, kWhat) : INVALID_HANDLE_VALUE;
+    if (handle == INVALID_HANDLE_VALUE) return false;
+    handles_.push_back(handle);
+    return true;
+  }
 
   FolderNews Take() override {
-    switch (WaitForSingleObject(handle_, 0)) {
-      case WAIT_TIMEOUT:
-        return FolderNews::None;
-      case WAIT_OBJECT_0:
-        return FindNextChangeNotification(handle_) ? FolderNews::Changed : FolderNews::Lost;
-      default:
-        return FolderNews::Lost;
-    }
+    const DWORD result = WaitForMultipleObjects(static_cast<DWORD>(handles_.size()), handles_.data(), FALSE, 0);
+    if (result == WAIT_TIMEOUT) return FolderNews::None;
+    const std::size_t at = result - WAIT_OBJECT_0;
+    if (at >= handles_.size()) return FolderNews::Lost;
+    return FindNextChangeNotification(handles_[at]) ? FolderNews::Changed : FolderNews::Lost;
   }
 
  private:
-  HANDLE handle_;
+  std::vector<HANDLE> handles_;
 };
 
 class ChangeWatcher final : public FolderWatcher {
  public:
   // By its documentation the system may tell of a write only when it reaches the disk.
   [[nodiscard]] bool IsExact() const override { return false; }
-  std::unique_ptr<FolderWatch> Watch(TextView folder) override {
-    const auto path = ExtendedPath(folder);
-    if (!path) return nullptr;
-    const HANDLE handle = FindFirstChangeNotificationW(path->c_str(), FALSE, kWhat);
-    if (handle == INVALID_HANDLE_VALUE) {
-      FailLast();
-      return nullptr;
-    }
-    return std::make_unique<ChangeHandle>(handle);
+  std::unique_ptr<FolderWatch> Watch(std::span<const Text> folders) override {
+    const PendingErrorScope quiet;
+    auto watch = std::make_unique<ChangeHandles>();
+    bool any = false;
+    for (const Text& folder : folders) any = watch->Add(folder) || any;
+    if (!any) return nullptr;
+    return watch;
   }
 };
 
