@@ -65,15 +65,24 @@ int TrimBothOnce(Text& string, TextView text) {
 
 bool IsBetweenWords(char16_t unit) { return unit == u' ' || unit == u'\t' || unit == u'\r' || unit == u'\n'; }
 
+bool HasOuterBlank(TextView text) { return !text.empty() && (text.front() == kBlank || text.back() == kBlank); }
+
 }  // namespace
 
 TextView TrimBlanksLeft(TextView text) { return text.substr(std::min(text.find_first_not_of(kBlank), text.size())); }
 
 TextView TrimBlanksRight(TextView text) { return text.substr(0, text.find_last_not_of(kBlank) + 1); }
 
-TextView TrimBlanks(TextView text) { return TrimBlanksLeft(TrimBlanksRight(text)); }
+TextView TrimBlanks(TextView text) {
+  // Most texts have nothing to trim.
+  return HasOuterBlank(text) ? TrimBlanksLeft(TrimBlanksRight(text)) : text;
+}
 
-bool StringsMatch(TextView a, TextView b, bool caseSensitive) { return Same(TrimBlanks(a), TrimBlanks(b), caseSensitive); }
+bool StringsMatch(TextView a, TextView b, bool caseSensitive) {
+  // Nearly all comparisons end here: different lengths and nothing to trim.
+  if (a.size() != b.size() && !HasOuterBlank(a) && !HasOuterBlank(b)) return false;
+  return Same(TrimBlanks(a), TrimBlanks(b), caseSensitive);
+}
 
 bool StringStartsWith(TextView string, TextView prefix, bool caseSensitive, bool trim) {
   if (trim) {

@@ -35,25 +35,35 @@ std::uint64_t FoldedLoad(const char16_t* units) {
   return Load(folded.data());
 }
 
+template <bool kAscii>
 [[gnu::always_inline]] inline std::uint64_t CaselessLoad(const char16_t* units) {
   const std::uint64_t word = Load(units);
-  return ((word & kNotAscii) == 0 ? word : FoldedLoad(units)) & kCaseless;
+  return (kAscii || (word & kNotAscii) == 0 ? word : FoldedLoad(units)) & kCaseless;
 }
 
-constexpr std::uint64_t Mix(std::uint64_t word) {
-  word *= 0x9E37'79B9'7F4A'7C15;
-  return word ^ (word >> 29);
-}
-
-template <std::uint32_t kUnits>
+// Different short windows have different keys: the factors are odd.
+template <std::uint32_t kUnits, bool kAscii>
 [[gnu::always_inline]] inline std::uint64_t KeyOf(const char16_t* units) {
-  std::uint64_t key = Mix(CaselessLoad(units));
-  if constexpr (kUnits == kLongWindow) key = Mix(key ^ CaselessLoad(units + 4));
-  return key * 0xD6E8'FEB8'6659'FD93;
+  std::uint64_t key = CaselessLoad<kAscii>(units) * 0x9E37'79B9'7F4A'7C15;
+  if constexpr (kUnits == kLongWindow) key += CaselessLoad<kAscii>(units + 4) * 0xD6E8'FEB8'6659'FD93;
+  return key;
 }
 
 std::uint64_t KeyOf(std::uint32_t windowUnits, const char16_t* units) {
-  return windowUnits == kLongWindow ? KeyOf<kLongWindow>(units) : KeyOf<kShortWindow>(units);
+  return windowUnits == kLongWindow ? KeyOf<kLongWindow, false>(units) : KeyOf<kShortWindow, false>(units);
+}
+
+// Loops over a whole block without an early exit become vector code.
+bool IsAscii(TextView text) {
+  constexpr std::size_t kBlock = 32;
+  unsigned bits = 0;
+  std::size_t i = 0;
+  for (; i + kBlock <= text.size(); i += kBlock) {
+    for (std::size_t k = 0; k < kBlock; ++k) bits |= text[i + k];
+    if (bits >= 0x80) return false;
+  }
+  for (; i < text.size(); ++i) bits |= text[i];
+  return bits < 0x80;
 }
 
 }  // namespace
@@ -85,63 +95,67 @@ TextSet::TextSet(const std::vector<Member>& members) {
 
 void TextSet::AddPass(const std::vector<std::uint32_t>& texts, std::size_t shortest) {
   constexpr unsigned kBits = 64;
-  constexpr std::size_t kFilterBitsEach = 32;
-  constexpr std::size_t kLeastFilterBits = 4096;
+  constexpr std::size_t kFilterBitsEach = 128;
+  constexpr std::size_t kLeastFilterBits = 16384;
+  constexpr std::size_t kMostFilterBits = std::size_t{1} << 20;  // stays in the cache
   Pass pass;
   pass.windowUnits = shortest >= kLongText && texts.size() > kFewTexts ? kLongWindow : kShortWindow;
   pass.stride = std::min(static_cast<std::uint32_t>(shortest) - pass.windowUnits + 1, kWidestStride);
   const std::size_t windows = texts.size() * pass.stride;
-  const std::size_t filterBits = std::bit_ceil(std::max(windows * kFilterBitsEach, kLeastFilterBits));
+  const std::size_t filterBits = std::bit_ceil(std::clamp(windows * kFilterBitsEach, kLeastFilterBits, kMostFilterBits));
   const std::size_t buckets = std::bit_ceil(windows * 2);
   pass.filterShift = kBits - static_cast<unsigned>(std::countr_zero(filterBits));
   pass.bucketShift = kBits - static_cast<unsigned>(std::countr_zero(buckets));
   pass.filter.assign(filterBits / kBits, 0);
-  pass.buckets.assign(buckets, kNone);
+  pass.bucketStarts.assign(buckets + 1, 0);
   pass.entries.reserve(windows);
-  for (const std::uint32_t text : texts) AddWindows(pass, text);
+  Crowds crowds;
+  for (const std::uint32_t text : texts) AddWindows(pass, text, crowds);
+  Finish(pass);
   passes_.push_back(std::move(pass));
 }
 
 // Windows at as many neighbouring places as the stride is long: one of them is looked at wherever the text occurs. Of the
 // runs that the text offers, the one is taken whose windows fewest others share.
-void TextSet::AddWindows(Pass& pass, std::uint32_t text) {
+void TextSet::AddWindows(Pass& pass, std::uint32_t text, Crowds& crowds) const {
   const Text& folded = texts_[text].folded;
   pass.groups |= texts_[text].groups;
-  const auto crowd = [&](std::uint64_t key) {
-    std::size_t count = 0;
-    for (std::uint32_t at = pass.buckets[key >> pass.bucketShift]; at != kNone; at = pass.entries[at].next) {
-      count += pass.entries[at].key == key ? 1u : 0u;
-    }
-    return count;
-  };
   const auto places = static_cast<std::uint32_t>(folded.size()) - pass.windowUnits + 1;
   std::vector<std::uint64_t> keys(places);
-  std::vector<std::size_t> crowds(places);
+  std::vector<std::uint32_t> crowd(places);
   for (std::uint32_t i = 0; i < places; ++i) {
     keys[i] = KeyOf(pass.windowUnits, folded.data() + i);
-    crowds[i] = crowd(keys[i]);
+    const auto found = crowds.find(keys[i]);
+    crowd[i] = found == crowds.end() ? 0 : found->second;
   }
   std::uint32_t best = 0;
-  std::size_t least = kNone;
+  std::uint32_t least = kNone;
   for (std::uint32_t start = 0; start + pass.stride <= places; ++start) {
-    const auto first = crowds.begin() + start;
-    const std::size_t total = std::accumulate(first, first + pass.stride, std::size_t{0});
+    const auto first = crowd.begin() + start;
+    const std::uint32_t total = std::accumulate(first, first + pass.stride, 0u);
     if (total < least) {
       least = total;
       best = start;
     }
   }
   for (std::uint32_t offset = best; offset < best + pass.stride; ++offset) {
-    const std::uint64_t key = keys[offset];
-    const std::uint64_t bit = key >> pass.filterShift;
-    pass.filter[bit / 64] |= std::uint64_t{1} << (bit % 64);
-    std::uint32_t& bucket = pass.buckets[key >> pass.bucketShift];
+    ++crowds[keys[offset]];
     // The end of the text that is farther away.
     const std::uint32_t check = offset * 2 < places ? static_cast<std::uint32_t>(folded.size()) - kShortWindow : 0;
-    pass.entries.push_back({key, text, offset, static_cast<std::int32_t>(check) - static_cast<std::int32_t>(offset),
-                            CaselessLoad(folded.data() + check), bucket});
-    bucket = static_cast<std::uint32_t>(pass.entries.size()) - 1;
+    pass.entries.push_back({keys[offset], text, offset, static_cast<std::int32_t>(check) - static_cast<std::int32_t>(offset),
+                            CaselessLoad<false>(folded.data() + check)});
   }
+}
+
+void TextSet::Finish(Pass& pass) {
+  const auto bucketOf = [&](const Entry& entry) { return entry.key >> pass.bucketShift; };
+  std::ranges::sort(pass.entries, {}, bucketOf);
+  for (const Entry& entry : pass.entries) {
+    const std::uint64_t bit = entry.key >> pass.filterShift;
+    pass.filter[bit / 64] |= std::uint64_t{1} << (bit % 64);
+    ++pass.bucketStarts[bucketOf(entry) + 1];
+  }
+  std::partial_sum(pass.bucketStarts.begin(), pass.bucketStarts.end(), pass.bucketStarts.begin());
 }
 
 void TextSet::Find(TextView haystack, std::uint32_t groups, Scratch& scratch) const {
@@ -157,23 +171,26 @@ void TextSet::Find(TextView haystack, std::uint32_t groups, Scratch& scratch) co
   for (const std::uint32_t text : tiny_) {
     if ((texts_[text].groups & groups) != 0 && ContainsFolded(haystack, texts_[text].folded)) Hit(text, scratch);
   }
+  const bool isAscii = IsAscii(haystack);
   for (const Pass& pass : passes_) {
     if ((pass.groups & groups) == 0) continue;
-    if (pass.windowUnits == kLongWindow) {
-      Run<kLongWindow>(pass, haystack, groups, scratch);
-    } else {
-      Run<kShortWindow>(pass, haystack, groups, scratch);
-    }
+    const bool isLong = pass.windowUnits == kLongWindow;
+    const auto run = isLong ? (isAscii ? &TextSet::Run<kLongWindow, true> : &TextSet::Run<kLongWindow, false>)
+                            : (isAscii ? &TextSet::Run<kShortWindow, true> : &TextSet::Run<kShortWindow, false>);
+    (this->*run)(pass, haystack, groups, scratch);
   }
 }
 
-template <std::uint32_t kUnits>
+template <std::uint32_t kUnits, bool kAscii>
 void TextSet::Run(const Pass& pass, TextView haystack, std::uint32_t groups, Scratch& scratch) const {
+  if (haystack.size() < kUnits) return;
   const std::uint64_t* const filter = pass.filter.data();
   const unsigned shift = pass.filterShift;
   const std::size_t stride = pass.stride;
-  for (std::size_t at = 0; at + kUnits <= haystack.size(); at += stride) {
-    const std::uint64_t key = KeyOf<kUnits>(haystack.data() + at);
+  const char16_t* const units = haystack.data();
+  const std::size_t last = haystack.size() - kUnits;
+  for (std::size_t at = 0; at <= last; at += stride) {
+    const std::uint64_t key = KeyOf<kUnits, kAscii>(units + at);
     const std::uint64_t bit = key >> shift;
     if ((filter[bit / 64] >> (bit % 64) & 1) != 0) [[unlikely]] {
       Examine(pass, key, at, haystack, groups, scratch);
@@ -183,16 +200,17 @@ void TextSet::Run(const Pass& pass, TextView haystack, std::uint32_t groups, Scr
 
 void TextSet::Examine(const Pass& pass, std::uint64_t key, std::size_t at, TextView haystack, std::uint32_t groups,
                       Scratch& scratch) const {
-  for (std::uint32_t i = pass.buckets[key >> pass.bucketShift]; i != kNone; i = pass.entries[i].next) {
-    const Entry& entry = pass.entries[i];
-    if (entry.key != key || entry.offset > at) continue;
-    const std::size_t checkAt = at + static_cast<std::size_t>(std::ptrdiff_t{entry.checkAt});
-    if (checkAt + kShortWindow > haystack.size() || CaselessLoad(haystack.data() + checkAt) != entry.check) continue;
-    if (scratch.seenIn[entry.text] == scratch.search) continue;
-    const Known& known = texts_[entry.text];
-    const std::size_t start = at - entry.offset;
+  const std::uint64_t bucket = key >> pass.bucketShift;
+  const Entry* const end = pass.entries.data() + pass.bucketStarts[bucket + 1];
+  for (const Entry* entry = pass.entries.data() + pass.bucketStarts[bucket]; entry != end; ++entry) {
+    if (entry->key != key || entry->offset > at) continue;
+    const std::size_t checkAt = at + static_cast<std::size_t>(std::ptrdiff_t{entry->checkAt});
+    if (checkAt + kShortWindow > haystack.size() || CaselessLoad<false>(haystack.data() + checkAt) != entry->check) continue;
+    if (scratch.seenIn[entry->text] == scratch.search) continue;
+    const Known& known = texts_[entry->text];
+    const std::size_t start = at - entry->offset;
     if ((known.groups & groups) == 0 || start + known.folded.size() > haystack.size()) continue;
-    if (EqualsFolded(haystack.substr(start, known.folded.size()), known.folded)) Hit(entry.text, scratch);
+    if (EqualsFolded(haystack.substr(start, known.folded.size()), known.folded)) Hit(entry->text, scratch);
   }
 }
 
@@ -205,7 +223,7 @@ std::size_t TextSet::MemoryInUse() const {
   std::size_t bytes = texts_.capacity() * sizeof(Known);
   for (const Known& known : texts_) bytes += known.folded.capacity() * sizeof(char16_t);
   for (const Pass& pass : passes_) {
-    bytes += pass.filter.capacity() * sizeof(std::uint64_t) + pass.buckets.capacity() * sizeof(std::uint32_t) +
+    bytes += pass.filter.capacity() * sizeof(std::uint64_t) + pass.bucketStarts.capacity() * sizeof(std::uint32_t) +
              pass.entries.capacity() * sizeof(Entry);
   }
   return bytes;

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <unordered_map>
 #include <vector>
 
 #include "base/Text.h"
@@ -49,7 +50,6 @@ class TextSet {
     std::uint32_t offset;  // of the window in the text
     std::int32_t checkAt;  // from the window to four more units of the text
     std::uint64_t check;   // what they are; most false alarms end here
-    std::uint32_t next;    // in its bucket; kNone ends it
   };
   // Texts of similar length, searched in one pass.
   struct Pass {
@@ -59,13 +59,15 @@ class TextSet {
     unsigned filterShift = 0;  // a key's upper bits number its bit in the filter
     unsigned bucketShift = 0;
     std::vector<std::uint64_t> filter;
-    std::vector<std::uint32_t> buckets;
-    std::vector<Entry> entries;
+    std::vector<std::uint32_t> bucketStarts;  // in the entries; one more at the end
+    std::vector<Entry> entries;               // by bucket
   };
+  using Crowds = std::unordered_map<std::uint64_t, std::uint32_t>;  // how many windows have a key
 
   void AddPass(const std::vector<std::uint32_t>& texts, std::size_t shortest);
-  void AddWindows(Pass& pass, std::uint32_t text);
-  template <std::uint32_t kUnits>
+  void AddWindows(Pass& pass, std::uint32_t text, Crowds& crowds) const;
+  static void Finish(Pass& pass);
+  template <std::uint32_t kUnits, bool kAscii>
   void Run(const Pass& pass, TextView haystack, std::uint32_t groups, Scratch& scratch) const;
   void Examine(const Pass& pass, std::uint64_t key, std::size_t at, TextView haystack, std::uint32_t groups,
                Scratch& scratch) const;

@@ -5,6 +5,8 @@
 #include <algorithm>
 
 #include "base/Encoding.h"
+#include "base/Numbers.h"
+#include "diag/AllocationCount.h"
 #include "diag/App_Debug.h"
 #include "fakes/FakeClock.h"
 #include "fakes/FakeMailer.h"
@@ -100,6 +102,20 @@ TEST_F(FilterTest, EveryRuleIsTestedAndTheNamesLogKeepsALineOnce) {
   for (int i = 0; i < 3; ++i) Handle(Error());
   EXPECT_EQ(mailer.mails.size(), 6u);
   EXPECT_EQ(Content(u"EventLogs_RuleNamesOnly.txt"), "03/07/2024 01:05:09 PM  -  A\r\n03/07/2024 01:05:09 PM  -  B\r\n");
+}
+
+TEST_F(FilterTest, ARecordThatMatchesNothingAllocatesNothing) {
+  Settings("DiskEvents=1\r\n");
+  for (int i = 0; i < 20; ++i) {
+    Rule(u"Rule " + NumberText(i) + u".DAT", std::string(kOpenRule) + "[EventDetail]\r\nEventDesc=no such text " +
+                                                 std::to_string(i) + "\r\nEventSource=src\r\n");
+  }
+  EventRecord record = Error(Text(500, u'm') + u"\u00FC");
+  Handle(record);
+  watcher.news = os::FolderNews::None;
+  const int before = AllocationCount();
+  for (int i = 0; i < 100; ++i) Handle(record);
+  EXPECT_EQ(AllocationCount(), before);
 }
 
 TEST_F(FilterTest, AnEditCountsFromTheNextRecord) {

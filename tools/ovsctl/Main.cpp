@@ -19,6 +19,10 @@ int main(int argc, char** argv) {
       ->required();
   replayCommand->add_flag("--write-logs", replay.writeLogs,
                           "Append to the two event logs of the application folder, as the service would");
+  replayCommand
+      ->add_option("--repeat", replay.repeat,
+                   "Handle all records that many times more and print how many a second were matched")
+      ->check(CLI::Range(0, 1000000));
   replayCommand->add_option("records", replay.recordsFile, "File of records, one JSON object a line")->required();
 
   const CLI::App* const scrambleCommand = app.add_subcommand(

@@ -8,6 +8,7 @@ namespace ovs {
 struct ReplayOptions {
   std::string applicationFolder;  // as typed
   std::string recordsFile;        // as typed; JSON lines
+  int repeat = 0;                 // records are kept and handled that many times more, to measure the matching
   bool writeLogs = false;         // append to the two event logs of the application folder
 };
 

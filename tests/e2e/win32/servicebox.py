@@ -133,7 +133,8 @@ class ServiceBox:
         return re.search(r"state \d+ (\w+)", self.query())[1]
 
     def await_state(self, state):
-        self.run("svcctl", "wait", state, str(LIMIT))
+        # Asked again and again: on a busy machine Wine now and then fails to start a program.
+        self.wait_until(lambda: f" {state}," in self.run("svcctl", "query", expect=None), f"state {state}")
 
     def stop(self, *options):
         """Both keys of the stop protocol, turned by the project's own tool."""
