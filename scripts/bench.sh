@@ -1,33 +1,39 @@
 #!/usr/bin/env bash
-# Builds the optimised native program and runs all measurements; prints one table. Takes about a minute. Each group runs in
-# a process of its own, so that the working sets are its own too.
+# Builds the optimised native program and runs all measurements; prints two tables. Takes some minutes. Each group runs in a
+# process of its own, so that the working sets are its own too. Programs that do a part of the matching, where they are
+# installed, are measured over the same records and texts.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
 
 scripts/setup.sh
-build native-release ovs_bench
-groups=('^(Traced|Plain)' '^SoakProcedures/dump off' '^SoakProcedures/dump on' '^SoakRecords' 'Setting')
+build native-release ovs_bench ovs_workload
+groups=('^(Traced|Plain)' '^SoakProcedures/dump off' '^SoakProcedures/dump on' '^SoakRecords' 'Setting' '^MailOf1KB'
+  '^MailWith20MB' '^AlertLogs' '^FirstRecord' '^Exclusions' '^LongRun' '^(Scan|FoldOnce|Match|Job|Naive)')
 rm -f build/logs/bench-*.json
 for i in "${!groups[@]}"; do
   quietly "build/logs/bench-$i.log" build/native-release/bin/ovs_bench --benchmark_filter="${groups[i]}" \
     --benchmark_out="build/logs/bench-$i.json" --benchmark_out_format=json "$@"
 done
-python3 - <<'END'
-import json
-import pathlib
 
-MEGA = 1e6
-print("| what | times | CPU time each | allocated each | working set before, after | spooled |")
-print("|---|---:|---:|---:|---:|---:|")
-runs = [run for path in sorted(pathlib.Path("build/logs").glob("bench-*.json"))
-        for run in json.loads(path.read_text())["benchmarks"]]
-for run in runs:
-    each = 1e9 / run["items_per_second"]
-    times = round(run["cpu_time"] * {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}[run["time_unit"]] * run["iterations"] / each)
-    bytes_each = f"{run['allocated']:,.0f} B" if "allocated" in run else ""
-    memory = f"{run['ws before'] / MEGA:.2f}, {run['ws after'] / MEGA:.2f} MB" if "ws before" in run else ""
-    spooled = f"{run['spooled'] / MEGA:,.0f} MB" if "spooled" in run else ""
-    name = run["name"].split("/iterations")[0].replace("/", ", ")
-    print(f"| {name} | {times:,} | {each:,.1f} ns | {bytes_each} | {memory} | {spooled} |")
-END
+rm -rf build/workload
+build/native-release/bin/ovs_workload build/workload
+records=$(wc -l <build/workload/lines.txt)
+peers=build/logs/bench-peers.txt
+: >"$peers"
+# peer NAME COMMAND...: the user time of one record, less that of a run over a single one.
+peer() {
+  local label=$1 n few many
+  shift
+  command -v "$1" >/dev/null || return 0
+  head -n 1 build/workload/lines.txt >build/workload/one.txt
+  for n in 10 100 1000; do
+    few=$( { TIMEFORMAT=%U; time env LC_ALL=C "$@" -f build/workload/text-$n.txt build/workload/one.txt >/dev/null || true; } 2>&1)
+    many=$( { TIMEFORMAT=%U; time env LC_ALL=C "$@" -f build/workload/text-$n.txt build/workload/lines.txt >/dev/null; } 2>&1)
+    awk -v l="$label, $n texts" -v a="$few" -v b="$many" -v r="$records" 'BEGIN { printf "%s %.0f\n", l, (b - a) * 1e9 / r }' \
+      >>"$peers"
+  done
+}
+peer 'grep -ciF -f (which lines, not which rule)' grep -ciF
+peer 'rg -ciF -f (the same)' rg -ciF
+python3 bench/table.py build/logs "$peers"

@@ -14,7 +14,6 @@ namespace ovs {
 namespace {
 
 constexpr std::size_t kTail = 16;
-constexpr std::size_t kBuckets = 1u << 16;
 constexpr std::size_t kMinSlots = 1024;
 constexpr unsigned kTagBits = 24;
 constexpr std::uint64_t kOffsetMask = (std::uint64_t{1} << (64 - kTagBits)) - 1;
@@ -34,7 +33,7 @@ std::uint64_t HashOf(TextView folded) {
 
 TextView LastOf(TextView text, std::size_t count) { return text.substr(text.size() - std::min(text.size(), count)); }
 
-std::size_t BucketOf(TextView folded) { return HashOf(LastOf(folded, kTail)) % kBuckets; }
+std::uint64_t TailOf(TextView folded) { return HashOf(LastOf(folded, kTail)); }
 
 // The newest lines of a file, as many as an entry has, compared with the entry's lines as the last of them arrives.
 class LineWindow {
@@ -114,9 +113,35 @@ std::optional<std::uint64_t> LineTable::Find(std::uint64_t hash) const {
   return std::nullopt;
 }
 
-NoDuplicateIndex::NoDuplicateIndex(FileEncoding encoding) : encoding_(encoding), scanner_(encoding), longest_(kBuckets, 0) {
-  lines_.Reset(0);
+// The slot of the hash, or the free one where it belongs.
+std::size_t LongestTable::Place(std::uint64_t hash) const {
+  const std::size_t mask = slots_.size() - 1;
+  std::size_t at = hash & mask;
+  while (slots_[at].length != 0 && slots_[at].hash != hash) at = (at + 1) & mask;
+  return at;
 }
+
+void LongestTable::Raise(std::uint64_t hash, std::uint32_t length) {
+  if (length == 0) return;
+  if ((used_ + 1) * 4 > slots_.size() * 3) Grow();
+  Slot& slot = slots_[Place(hash)];
+  if (slot.length == 0) ++used_;
+  slot = {hash, std::max<std::uint64_t>(slot.length, length)};
+}
+
+void LongestTable::Grow() {
+  std::vector<Slot> old(std::max(kMinSlots, slots_.size() * 2));
+  old.swap(slots_);
+  for (const Slot& slot : old) {
+    if (slot.length != 0) slots_[Place(slot.hash)] = slot;
+  }
+}
+
+std::uint32_t LongestTable::Find(std::uint64_t hash) const {
+  return slots_.empty() ? 0 : static_cast<std::uint32_t>(slots_[Place(hash)].length);
+}
+
+NoDuplicateIndex::NoDuplicateIndex(FileEncoding encoding) : encoding_(encoding), scanner_(encoding) { lines_.Reset(0); }
 
 bool NoDuplicateIndex::Build(os::ReadFile& file) {
   std::size_t count = 0;
@@ -134,12 +159,12 @@ bool NoDuplicateIndex::Feed(std::string_view appended) {
 
 void NoDuplicateIndex::AddLine(const ScannedLine& line) {
   ++lineCount_;
-  const std::size_t bucket = BucketOf(line.folded);
+  const std::uint64_t tail = TailOf(line.folded);
   const std::size_t length = line.cut ? kUnbounded : std::min<std::size_t>(line.folded.size(), kUnbounded);
-  longest_[bucket] = std::max(longest_[bucket], static_cast<std::uint32_t>(length));
+  longest_.Raise(tail, static_cast<std::uint32_t>(length));
   if (!line.cut && !lines_.Insert(HashOf(line.folded), line.offset)) full_ = true;
   for (SuffixSet& set : suffixes_) {
-    if (set.bucket != bucket || length <= set.length) continue;
+    if (set.tail != tail || length <= set.length) continue;
     const std::uint64_t hash = HashOf(LastOf(line.folded, set.length));
     const auto at = std::ranges::lower_bound(set.hashes, hash);
     if (at == set.hashes.end() || *at != hash) set.hashes.insert(at, hash);
@@ -161,19 +186,19 @@ bool NoDuplicateIndex::Contains(os::ReadFile& file, TextView entry, bool& found)
 }
 
 bool NoDuplicateIndex::ContainsSuffix(os::ReadFile& file, TextView folded, bool& found) {
-  const std::size_t bucket = BucketOf(folded);
+  const std::uint64_t tail = TailOf(folded);
   found = false;
-  if (longest_[bucket] <= folded.size()) return true;
-  const SuffixSet* set = FindOrMakeSuffixSet(file, folded.size(), bucket);
+  if (longest_.Find(tail) <= folded.size()) return true;
+  const SuffixSet* set = FindOrMakeSuffixSet(file, folded.size(), tail);
   if (set && !std::ranges::binary_search(set->hashes, HashOf(folded))) return true;
   return Search(file, folded, found);
 }
 
 NoDuplicateIndex::SuffixSet* NoDuplicateIndex::FindOrMakeSuffixSet(os::ReadFile& file, std::size_t length,
-                                                                   std::size_t bucket) {
+                                                                   std::uint64_t tail) {
   std::size_t held = 0;
   for (SuffixSet& set : suffixes_) {
-    if (set.length == length && set.bucket == bucket) return &set;
+    if (set.length == length && set.tail == tail) return &set;
     held += set.hashes.size();
   }
   const std::size_t allowed = std::max(kMinSuffixes, lineCount_);
@@ -181,10 +206,10 @@ NoDuplicateIndex::SuffixSet* NoDuplicateIndex::FindOrMakeSuffixSet(os::ReadFile&
     suffixes_.clear();
     held = 0;
   }
-  SuffixSet made{length, bucket, {}};
+  SuffixSet made{length, tail, {}};
   LineScanner scanner(encoding_);
   const bool read = ScanFile(file, scanner, [&](const ScannedLine& line) {
-    if ((line.cut || line.folded.size() > length) && BucketOf(line.folded) == bucket && made.hashes.size() <= allowed) {
+    if ((line.cut || line.folded.size() > length) && TailOf(line.folded) == tail && made.hashes.size() <= allowed) {
       made.hashes.push_back(HashOf(LastOf(line.folded, length)));
     }
   });
@@ -226,7 +251,7 @@ bool NoDuplicateIndex::Search(os::ReadFile& file, TextView folded, bool& found) 
 }
 
 std::size_t NoDuplicateIndex::Bytes() const {
-  std::size_t bytes = lines_.Bytes() + longest_.capacity() * sizeof(std::uint32_t);
+  std::size_t bytes = lines_.Bytes() + longest_.Bytes();
   for (const SuffixSet& set : suffixes_) bytes += set.hashes.capacity() * sizeof(std::uint64_t);
   return bytes;
 }

@@ -6,8 +6,9 @@
 // Kept in memory, and used only to skip reading:
 //   - a table of all lines (a hash's part and the place in the file, 8 bytes a slot, two thirds of the slots in use at
 //     most): finds the line that is equal; what it finds is compared in the file;
-//   - for each value of a small hash of the last 16 characters the length of the longest such line: where no line is
-//     longer than the text, none but an equal line can end with it;
+//   - for each hash of the last 16 characters of a line the length of the longest such line: where no line is longer than
+//   the
+//     text, none but an equal line can end with it;
 //   - where longer lines exist, the hashes of what they end with, made by one reading of the file for each such length.
 // A finding that the file does not confirm, and a text of another kind (shorter than 16 characters, with a line break,
 // very long), is decided by reading the file.
@@ -41,6 +42,26 @@ class LineTable {
   std::size_t used_ = 0;
 };
 
+// The greatest length by hash; grows as it needs to.
+class LongestTable {
+ public:
+  void Raise(std::uint64_t hash, std::uint32_t length);
+  // 0 when nothing has this hash.
+  [[nodiscard]] std::uint32_t Find(std::uint64_t hash) const;
+  [[nodiscard]] std::size_t Bytes() const { return slots_.capacity() * sizeof(Slot); }
+
+ private:
+  struct Slot {
+    std::uint64_t hash = 0;
+    std::uint64_t length = 0;  // 0 is free
+  };
+  [[nodiscard]] std::size_t Place(std::uint64_t hash) const;
+  void Grow();
+
+  std::vector<Slot> slots_;  // a power of two
+  std::size_t used_ = 0;
+};
+
 class NoDuplicateIndex {
  public:
   explicit NoDuplicateIndex(FileEncoding encoding);
@@ -55,23 +76,23 @@ class NoDuplicateIndex {
   [[nodiscard]] std::size_t Bytes() const;
 
  private:
-  // What the lines of one bucket that are longer than `length` end with.
+  // What the lines of one tail that are longer than `length` end with.
   struct SuffixSet {
     std::size_t length;
-    std::size_t bucket;
+    std::uint64_t tail;
     std::vector<std::uint64_t> hashes;  // sorted
   };
 
   void AddLine(const ScannedLine& line);
   bool ContainsSuffix(os::ReadFile& file, TextView folded, bool& found);
-  SuffixSet* FindOrMakeSuffixSet(os::ReadFile& file, std::size_t length, std::size_t bucket);
+  SuffixSet* FindOrMakeSuffixSet(os::ReadFile& file, std::size_t length, std::uint64_t tail);
   bool LineAtIs(os::ReadFile& file, std::uint64_t offset, TextView folded, bool& same) const;
   bool Search(os::ReadFile& file, TextView folded, bool& found) const;
 
   FileEncoding encoding_;
   LineScanner scanner_;
   LineTable lines_;
-  std::vector<std::uint32_t> longest_;  // by bucket
+  LongestTable longest_;  // by tail
   std::vector<SuffixSet> suffixes_;
   std::size_t lineCount_ = 0;
   bool full_ = false;
