@@ -27,9 +27,10 @@ peer() {
   shift
   command -v "$1" >/dev/null || return 0
   head -n 1 build/workload/lines.txt >build/workload/one.txt
+  # Into a file: grep stops at the first match when nobody reads its output.
   for n in 10 100 1000; do
-    few=$( { TIMEFORMAT=%U; time env LC_ALL=C "$@" -f build/workload/text-$n.txt build/workload/one.txt >/dev/null || true; } 2>&1)
-    many=$( { TIMEFORMAT=%U; time env LC_ALL=C "$@" -f build/workload/text-$n.txt build/workload/lines.txt >/dev/null; } 2>&1)
+    few=$( { TIMEFORMAT=%U; time env LC_ALL=C "$@" -f build/workload/text-$n.txt build/workload/one.txt >build/workload/out.txt || true; } 2>&1)
+    many=$( { TIMEFORMAT=%U; time env LC_ALL=C "$@" -f build/workload/text-$n.txt build/workload/lines.txt >build/workload/out.txt; } 2>&1)
     awk -v l="$label, $n texts" -v a="$few" -v b="$many" -v r="$records" 'BEGIN { printf "%s %.0f\n", l, (b - a) * 1e9 / r }' \
       >>"$peers"
   done

@@ -109,6 +109,17 @@ TEST_F(RuleBookTest, FilesThatAreRefusedComeBackAndNoRuleIsLostMeanwhile) {
   EXPECT_EQ(Matches(book, u"alpha"), Names{u"A"});
 }
 
+TEST_F(RuleBookTest, AThousandRulesTakeLittleMemory) {
+  constexpr int kRules = 1000;
+  for (int i = 0; i < kRules; ++i) {
+    Put(u"C:\\App\\Config\\Rules\\Rule " + NumberText(i) + u".DAT",
+        RuleWith("a text of some forty characters, number " + std::to_string(i)) + "[Note]\r\n" + std::string(200, 'n'));
+  }
+  Matches(book, u"");
+  EXPECT_EQ(book.RuleCount(), kRules + 1u);
+  EXPECT_LE(book.MemoryInUse(), kRules * 4096u);
+}
+
 // Real time for the files' ages, a clock of the test's own for the window.
 class TestClock final : public os::Clock {
  public:
