@@ -15,6 +15,16 @@ namespace {
 constexpr TextView kModule = u"vtxEmail";
 constexpr TextView kUnlockKey = u"Email.Chilkat.UnlockCode";
 
+// True when `line`, the text without control characters, differs from it outside of double quotes.
+bool BreaksOutsideQuotes(TextView text, TextView line) {
+  bool quoted = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == u'"') quoted = !quoted;
+    if (text[i] != line[i] && !quoted) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 bool vtxEmail::cdoSendEmail() {
@@ -103,15 +113,17 @@ std::int32_t vtxEmail::SecondsSetting(TextView key, std::int32_t initial) const 
   return initial;
 }
 
-// Without those that hold a line break or another control character: what stands behind one is not what somebody meant.
+// Without those that hold a line break or another control character outside of a quoted name: what stands behind one is not
+// what somebody meant.
 Text vtxEmail::Recipients(TextView addresses) {
   Text kept;
   for (const TextView each : App_Strings::SplitViews(addresses, u",")) {
-    if (MailHeaders::OneLine(each) == each) {
-      kept.append(each).append(u",");
+    const Text line = MailHeaders::OneLine(each);
+    if (!BreaksOutsideQuotes(each, line)) {
+      kept.append(line).append(u",");
       continue;
     }
-    const Text note = u"Recipient left out, it holds a line break: [" + MailHeaders::OneLine(each) + u"]";
+    const Text note = u"Recipient left out, it is no mail address: [" + Text(App_Strings::TrimBlanks(line)) + u"]";
     log_.AddLine(note);
     Debug::dLog(kNoProc, note);
   }

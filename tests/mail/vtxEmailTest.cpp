@@ -228,7 +228,7 @@ TEST_F(vtxEmailTest, WhatTheEngineGets) {
   EXPECT_EQ(message.logoFile, u"C:\\App\\Config\\Logo.gif");
   EXPECT_TRUE(message.addPriorityHeader);
   EXPECT_EQ(message.to, u"\"A\" <a@x>, b@x");
-  EXPECT_TRUE(LoggedIn(log, u"Recipient left out, it holds a line break: [ two@x  RCPT TO:<evil@x>]"));
+  EXPECT_TRUE(LoggedIn(log, u"Recipient left out, it is no mail address: [two@x  RCPT TO:<evil@x>]"));
   EXPECT_EQ(message.cc + message.bcc, u"c@xb@x");
   EXPECT_EQ(message.attachments, std::vector<Text>{u"C:\\App\\a.txt"});
   EXPECT_TRUE(Logged(u"Added logo file:  C:\\App\\Config\\Logo.gif"));
