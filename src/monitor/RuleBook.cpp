@@ -37,15 +37,25 @@ RuleBook::RuleBook(const RuleBookParts& parts, const MonitorSettings& settings)
   BuildIndex();
 }
 
+// What fails is tried again at once a few times, for it may be a moment's trouble, and then once a window: what lasts, such
+// as a share that is away, must not cost every record its time.
 void RuleBook::Refresh() {
+  constexpr int kTriesAtOnce = 3;
   const std::uint64_t now = parts_.clock.Milliseconds();
-  if (mustLook_ || now - lastLook_ >= window_) {
+  if ((mustLook_ && failedLooks_ < kTriesAtOnce) || now - lastLook_ >= window_) {
     LookAtAll();
+    failedLooks_ = mustLook_ ? failedLooks_ + 1 : 0;
   } else if (watch_ && (parts_.watcher.IsExact() || now != lastAsked_)) {
     lastAsked_ = now;
     if (watch_->Take() != os::FolderNews::None) LookAtAll();
   }
-  if (anyRefused_) RetryRefused();
+  if (!anyRefused_) {
+    failedRetries_ = 0;
+  } else if (failedRetries_ < kTriesAtOnce || now - lastRetry_ >= window_) {
+    lastRetry_ = now;
+    ++failedRetries_;
+    RetryRefused();
+  }
 }
 
 void RuleBook::LookAtAll() {

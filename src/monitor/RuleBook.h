@@ -60,7 +60,7 @@ class RuleBook {
   struct Known {
     Rule rule;
     RuleConditions conditions;
-    bool refused = false;  // the system would not let it be read; tried again before the next record
+    bool refused = false;  // the system would not let it be read; tried again
   };
 
   void LookAtAll();
@@ -84,6 +84,9 @@ class RuleBook {
   std::uint64_t lastLook_ = 0;  // when all was looked at, and when news were asked for; milliseconds of the clock
   std::uint64_t lastAsked_ = 0;
   std::uint64_t window_ = 0;
+  int failedLooks_ = 0;  // in a row
+  int failedRetries_ = 0;
+  std::uint64_t lastRetry_ = 0;  // of refused files
 };
 
 }  // namespace ovs

@@ -96,6 +96,17 @@ TEST_F(RuleBookTest, FilesThatAreRefusedComeBackAndNoRuleIsLostMeanwhile) {
   files.Heal();
   watcher.news = os::FolderNews::None;
   EXPECT_EQ(Matches(book, u"alpha"), Names{u"A"}) << "tried again without news and before the window";
+  files.FailPath(u"A.DAT", SystemErrorNumber::kSharingViolation);
+  memory.Delete(u"C:\\App\\Config\\Rules\\A.DAT");
+  Put(u"C:\\App\\Config\\Rules\\A.DAT", RuleWith("alpha"));
+  clock.Advance(50);
+  for (int i = 0; i < 5; ++i) Matches(book, u"alpha");
+  const std::uint64_t calls = files.Calls();
+  for (int i = 0; i < 100; ++i) Matches(book, u"alpha");
+  EXPECT_EQ(files.Calls(), calls) << "what stays refused is not asked for with every record";
+  files.Heal();
+  clock.Advance(50);
+  EXPECT_EQ(Matches(book, u"alpha"), Names{u"A"});
   watcher.news = os::FolderNews::Changed;
   files.FailPath(u"Rules", SystemErrorNumber::kAccessDenied);
   EXPECT_EQ(Matches(book, u"alpha"), Names{u"A"}) << "a folder that cannot be listed leaves what is known";

@@ -23,35 +23,37 @@ namespace {
 constexpr TextView kSchema = u"http://schemas.microsoft.com/cdo/configuration/";
 
 // Members between blanks. Objects are properties that give an object of the class of that name.
-struct Spec {
+struct ClassMembers {
   TextView name;
   TextView methods;
   TextView properties;
   TextView objects;
 };
 
-constexpr std::array kSpecs = {
-    Spec{u"MailMan", u" UnlockComponent SendEmail ",
-         u" SmtpHost SmtpPort SmtpUsername SmtpPassword SmtpLoginDomain SmtpSsl StartTLS StartTLSifPossible SslProtocol"
-         u" SmtpAuthMethod AutoFix ConnectTimeout ReadTimeout RequireSslCertVerify VerboseLogging DebugLogFilePath"
-         u" SmtpFailReason SmtpSessionLog LastErrorText LastSmtpStatus ",
-         u""},
-    Spec{u"Email", u" AddTo AddCC AddBcc SetHtmlBody AddRelatedFile AddFileAttachment AddHeaderField ",
-         u" From ReplyTo Subject Body DebugLogFilePath ", u""},
-    Spec{u"Zip", u" UnlockComponent NewZip AppendOneFileOrDir WriteZipAndClose ", u" LastErrorText ", u""},
-    Spec{u"Message", u" AddAttachment AddRelatedBodyPart Send ", u" To From ReplyTo Subject CC BCC TextBody HTMLBody ",
-         u" BodyPart TextBodyPart HTMLBodyPart Configuration "},
-    Spec{u"BodyPart", u"", u" Charset ", u""},
-    Spec{u"TextBodyPart", u"", u" Charset ", u""},
-    Spec{u"HTMLBodyPart", u"", u" Charset ", u""},
-    Spec{u"Configuration", u"", u"", u" Fields "},
-    Spec{u"Fields", u" Update ", u"", u" Item "},
-    Spec{u"Field", u"", u" Value Status ", u""},
+constexpr std::array kClasses = {
+    ClassMembers{
+        u"MailMan", u" UnlockComponent SendEmail ",
+        u" SmtpHost SmtpPort SmtpUsername SmtpPassword SmtpLoginDomain SmtpSsl StartTLS StartTLSifPossible SslProtocol"
+        u" SmtpAuthMethod AutoFix ConnectTimeout ReadTimeout RequireSslCertVerify VerboseLogging DebugLogFilePath"
+        u" SmtpFailReason SmtpSessionLog LastErrorText LastSmtpStatus ",
+        u""},
+    ClassMembers{u"Email", u" AddTo AddCC AddBcc SetHtmlBody AddRelatedFile AddFileAttachment AddHeaderField ",
+                 u" From ReplyTo Subject Body DebugLogFilePath ", u""},
+    ClassMembers{u"Zip", u" UnlockComponent NewZip AppendOneFileOrDir WriteZipAndClose ", u" LastErrorText ", u""},
+    ClassMembers{u"Message", u" AddAttachment AddRelatedBodyPart Send ",
+                 u" To From ReplyTo Subject CC BCC TextBody HTMLBody ",
+                 u" BodyPart TextBodyPart HTMLBodyPart Configuration "},
+    ClassMembers{u"BodyPart", u"", u" Charset ", u""},
+    ClassMembers{u"TextBodyPart", u"", u" Charset ", u""},
+    ClassMembers{u"HTMLBodyPart", u"", u" Charset ", u""},
+    ClassMembers{u"Configuration", u"", u"", u" Fields "},
+    ClassMembers{u"Fields", u" Update ", u"", u" Item "},
+    ClassMembers{u"Field", u"", u" Value Status ", u""},
 };
 
-const Spec& SpecOf(TextView name) {
-  const auto found = std::ranges::find(kSpecs, name, &Spec::name);
-  return found == kSpecs.end() ? kSpecs.back() : *found;
+const ClassMembers& SpecOf(TextView name) {
+  const auto found = std::ranges::find(kClasses, name, &ClassMembers::name);
+  return found == kClasses.end() ? kClasses.back() : *found;
 }
 
 bool Has(TextView members, TextView name) { return members.find(u" " + Text(name) + u" ") != TextView::npos; }
@@ -187,7 +189,7 @@ class Recorder final : public IDispatch {
 
   ComStandIn& owner_;
   const Text name_;
-  const Spec& spec_;
+  const ClassMembers& spec_;
   ULONG references_ = 1;
 };
 
