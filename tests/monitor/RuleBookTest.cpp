@@ -149,7 +149,8 @@ class RealRuleBookTest : public ::testing::Test {
     settings = PathsOf(root);
     std::uint32_t reason = 0;
     EXPECT_TRUE(fileSystem.EnsureDirExists(settings.rulesFolder, reason)) << reason;
-    book = std::make_unique<RuleBook>(RuleBookParts{files, os::SystemFolderWatcher(), clock, ini, problems, exclusions},
+    exclusions = std::make_unique<GlobalExclusions>(fileSystem, problems, settings.rulesFolder);
+    book = std::make_unique<RuleBook>(RuleBookParts{files, os::SystemFolderWatcher(), clock, ini, problems, *exclusions},
                                       settings);
   }
   ~RealRuleBookTest() override {
@@ -187,7 +188,7 @@ class RealRuleBookTest : public ::testing::Test {
   FileProblems problems;
   Text root;
   MonitorSettings settings;
-  GlobalExclusions exclusions{fileSystem, problems, {}};  // none of these tests has a list
+  std::unique_ptr<GlobalExclusions> exclusions;
   TestClock clock;
   std::unique_ptr<RuleBook> book;
 };
@@ -196,7 +197,12 @@ class RealRuleBookTest : public ::testing::Test {
 TEST_F(RealRuleBookTest, EachRecordSeesEveryEditThatWasCompleteBefore) {
   std::mt19937 random(6);
   std::vector<int> version(8, -1);  // of each rule file; -1 none
+  Text excluded = u"nothing";
   for (int i = 0; i < 200; ++i) {
+    if (random() % 6 == 0) {
+      excluded = u"word " + NumberText(100 + i);
+      Edit(static_cast<int>(random() % 3), u"GlobalExclusion_EventDesc_List.txt", ToUtf8(excluded));
+    }
     const std::size_t file = random() % version.size();
     const Text name = u"Rule " + NumberText(static_cast<std::int64_t>(file)) + u".DAT";
     if (random() % 5 == 0) {
@@ -218,6 +224,8 @@ TEST_F(RealRuleBookTest, EachRecordSeesEveryEditThatWasCompleteBefore) {
     Names found = Matches(*book, message);
     std::ranges::sort(found);
     ASSERT_EQ(found, expected) << "after edit " << i;
+    ASSERT_EQ(exclusions->CheckGlobalEventDescEx(u"with " + excluded), excluded != u"nothing") << i;
+    ASSERT_FALSE(exclusions->CheckGlobalEventDescEx(u"with word 99"));
   }
 }
 
