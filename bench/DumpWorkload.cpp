@@ -15,9 +15,6 @@ namespace {
 
 using namespace ovs;
 
-constexpr std::size_t kRecords = 100'000;
-constexpr double kShare = 0.001;
-
 std::string OneLine(TextView text) {
   std::string line = ToUtf8(text);
   std::ranges::replace_if(
@@ -27,7 +24,7 @@ std::string OneLine(TextView text) {
 
 void Dump(const std::filesystem::path& folder) {
   std::filesystem::create_directories(folder);
-  const std::vector<EventRecord> records = MakeRecords(RecordKind::Recorded, kRecords);
+  const std::vector<EventRecord>& records = Records(RecordKind::Recorded);
   std::ofstream lines(folder / "lines.txt");
   for (const EventRecord& record : records) lines << OneLine(record.message) << '\n';
   for (const std::size_t count : {10u, 100u, 1000u}) {

@@ -12,15 +12,6 @@
 namespace ovs {
 namespace {
 
-constexpr std::size_t kRecords = 100'000;
-constexpr double kShare = 0.001;
-
-const std::vector<EventRecord>& Records(RecordKind kind) {
-  static const std::vector<EventRecord> recorded = MakeRecords(RecordKind::Recorded, kRecords);
-  static const std::vector<EventRecord> synthetic = MakeRecords(RecordKind::Synthetic, kRecords);
-  return kind == RecordKind::Recorded ? recorded : synthetic;
-}
-
 void CountRecords(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * static_cast<std::int64_t>(kRecords));
 }

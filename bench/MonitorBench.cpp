@@ -12,9 +12,6 @@
 namespace ovs {
 namespace {
 
-constexpr std::size_t kRecords = 100'000;
-constexpr double kShare = 0.001;
-
 // A clock that stands still: what is in memory stays fresh.
 class StoppedClock final : public os::Clock {
  public:
@@ -62,12 +59,6 @@ class Monitor {
  public:
   modFilterEvents filter;
 };
-
-const std::vector<EventRecord>& Records(RecordKind kind) {
-  static const std::vector<EventRecord> recorded = MakeRecords(RecordKind::Recorded, kRecords);
-  static const std::vector<EventRecord> synthetic = MakeRecords(RecordKind::Synthetic, kRecords);
-  return kind == RecordKind::Recorded ? recorded : synthetic;
-}
 
 void HandleAll(benchmark::State& state, Monitor& monitor, const std::vector<EventRecord>& records) {
   monitor.filter.FindEvents(records.front());

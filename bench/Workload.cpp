@@ -155,6 +155,12 @@ std::size_t Matches(const Text& rule, const std::vector<EventRecord>& records) {
 
 }  // namespace
 
+const std::vector<EventRecord>& Records(RecordKind kind) {
+  static const std::vector<EventRecord> recorded = MakeRecords(RecordKind::Recorded, kRecords);
+  static const std::vector<EventRecord> synthetic = MakeRecords(RecordKind::Synthetic, kRecords);
+  return kind == RecordKind::Recorded ? recorded : synthetic;
+}
+
 std::vector<EventRecord> MakeRecords(RecordKind kind, std::size_t count) {
   Random random(7);
   std::vector<EventRecord> records;

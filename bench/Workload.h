@@ -18,6 +18,12 @@ enum class RuleKind {
   Texts,  // every rule open to all records, with a text alone
 };
 
+inline constexpr std::size_t kRecords = 100'000;
+inline constexpr double kShare = 0.001;  // of the records that match, unless a measurement says otherwise
+
+// kRecords of a kind, made when they are asked for first.
+[[nodiscard]] const std::vector<EventRecord>& Records(RecordKind kind);
+
 // Always the same for the same arguments.
 [[nodiscard]] std::vector<EventRecord> MakeRecords(RecordKind kind, std::size_t count);
 

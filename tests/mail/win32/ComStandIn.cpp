@@ -85,17 +85,16 @@ Text ShownArguments(const DISPPARAMS& params) {
   return text;
 }
 
-}  // namespace
-
-class Recorder final : public IDispatch {
+// An object of one interface that ends itself with its last reference.
+template <class Interface>
+class Counted : public Interface {
  public:
-  // The name shown differs from that of the class for fields alone.
-  Recorder(ComStandIn& owner, Text name) : owner_(owner), name_(std::move(name)), spec_(SpecOf(name_)) { ++owner_.live_; }
-  Recorder(const Recorder&) = delete;
-  Recorder& operator=(const Recorder&) = delete;
+  Counted() = default;
+  Counted(const Counted&) = delete;
+  Counted& operator=(const Counted&) = delete;
 
   HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-    const bool known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_IDispatch);
+    const bool known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, __uuidof(Interface));
     *out = known ? this : nullptr;
     if (!known) return E_NOINTERFACE;
     AddRef();
@@ -107,6 +106,21 @@ class Recorder final : public IDispatch {
     if (left == 0) delete this;
     return left;
   }
+
+ protected:
+  virtual ~Counted() = default;
+
+ private:
+  ULONG references_ = 1;
+};
+
+}  // namespace
+
+class Recorder final : public Counted<IDispatch> {
+ public:
+  // The name shown differs from that of the class for fields alone.
+  Recorder(ComStandIn& owner, Text name) : owner_(owner), name_(std::move(name)), spec_(SpecOf(name_)) { ++owner_.live_; }
+
   HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
     *count = 0;
     return S_OK;
@@ -140,7 +154,7 @@ class Recorder final : public IDispatch {
   }
 
  private:
-  ~Recorder() { --owner_.live_; }
+  ~Recorder() override { --owner_.live_; }
   Text Full(const Text& member) const { return name_ + u"." + member; }
   void Note(const Text& call) { owner_.journal_.push_back(ToUtf8(name_ + u"." + call)); }
 
@@ -190,28 +204,14 @@ class Recorder final : public IDispatch {
   ComStandIn& owner_;
   const Text name_;
   const ClassMembers& spec_;
-  ULONG references_ = 1;
 };
 
 namespace {
 
-class Factory final : public IClassFactory {
+class Factory final : public Counted<IClassFactory> {
  public:
   Factory(ComStandIn& owner, Text name) : owner_(owner), name_(std::move(name)) {}
 
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-    const bool known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_IClassFactory);
-    *out = known ? this : nullptr;
-    if (!known) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-  ULONG STDMETHODCALLTYPE Release() override {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
-  }
   HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown*, REFIID iid, void** out) override {
     auto* const made = new Recorder(owner_, name_);
     const HRESULT result = made->QueryInterface(iid, out);
@@ -223,7 +223,6 @@ class Factory final : public IClassFactory {
  private:
   ComStandIn& owner_;
   const Text name_;
-  ULONG references_ = 1;
 };
 
 }  // namespace
