@@ -5,7 +5,7 @@
 #include <random>
 #include <stdexcept>
 
-#include "JsonRecords.h"
+#include "Records.h"
 #include "base/App_Strings.h"
 #include "base/Encoding.h"
 #include "base/Fold.h"
@@ -50,13 +50,15 @@ class Random {
 std::vector<EventRecord> RecordedRecords() {
   std::vector<EventRecord> records;
   const std::optional<Text> path = os::FullPathOfArgument(OVS_RECORDS);
-  const JsonReadResult read = ReadJsonRecords(
-      os::SystemFiles(), path.value_or(Text()),
-      [&](const RawRecord& raw) {
-        EventRecord record = ToEventRecord(raw);
-        if (!record.message.empty() && LogNumber(record.logfile)) records.push_back(std::move(record));
-      },
-      [](std::uint64_t, const std::string&) {});
+  const RecordReadResult read = ReadRecords(os::SystemFiles(), path.value_or(Text()),
+                                            {.onRecord =
+                                                 [&](const RawRecord& raw) {
+                                                   EventRecord record = ToEventRecord(raw);
+                                                   if (record.message.empty() || !LogNumber(record.logfile)) return;
+                                                   records.push_back(std::move(record));
+                                                 },
+                                             .onBad = {},
+                                             .onProgress = {}});
   if (!read.complete || records.empty()) throw std::runtime_error("no recorded records");
   return records;
 }

@@ -15,9 +15,13 @@ endfunction()
 ovs_header_library(ovs_json nlohmann)
 ovs_header_library(ovs_cli11 CLI)
 
-# Mail transport and archives: Debian's libraries natively; for Windows static ones that scripts/windows-libraries.sh built.
+# Mail transport, archives and XML: Debian's libraries natively; for Windows static ones that scripts/windows-libraries.sh
+# built.
 add_library(ovs_curl INTERFACE)
 add_library(ovs_zip INTERFACE)
+find_package(pugixml CONFIG REQUIRED)
+add_library(ovs_pugixml INTERFACE)
+target_link_libraries(ovs_pugixml INTERFACE pugixml::pugixml)
 if(WIN32)
   find_package(CURL CONFIG REQUIRED)
   find_package(ZLIB REQUIRED)

@@ -2,8 +2,8 @@
 # Installs what a build and its tests need on Debian 12. Does nothing when all of it is there.
 #
 # The libraries of the Windows program come from the same packages: nlohmann-json and CLI11 are headers, GoogleTest is
-# built from the sources that the package googletest installs (see cmake/OvsDependencies.cmake); libcurl and libzip are built
-# by scripts/windows-libraries.sh.
+# built from the sources that the package googletest installs (see cmake/OvsDependencies.cmake); libcurl, libzip and
+# pugixml are built by scripts/windows-libraries.sh.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
@@ -14,12 +14,13 @@ packages=(
   wine wine64                                       # runs it
   libcli11-dev libgtest-dev googletest nlohmann-json3-dev
   libssl-dev                                        # the cipher of the native build
-  libcurl4-openssl-dev libzip-dev                   # mail and archives of the native build
+  libcurl4-openssl-dev libzip-dev libpugixml-dev    # mail, archives and XML of the native build
   dpkg-dev libz-mingw-w64-dev                       # the same for Windows, from source packages
   python3-aiosmtpd openssl                          # the mail server of the tests and the demo, its certificates
   libbenchmark-dev                                  # measurements, native only
   clang-format clang-tidy-19                        # checks
   clang-19 libclang-rt-19-dev                       # fuzzing
+  chromium tmux                                     # the pages and the terminal behaviour of ovsctl
   unicode-data                                      # source of the folding table
 )
 

@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 . scripts/lib.sh
 
 # Upstream versions. Debian's revision (what follows the last "-") may move: its security fixes arrive there.
-declare -A upstream=([curl]=7.88.1 [libzip]=1.7.3)
+declare -A upstream=([curl]=7.88.1 [libzip]=1.7.3 [pugixml]=1.13)
 
 prefix=$PWD/build/windows-libraries
 work=$prefix/.work
@@ -77,8 +77,10 @@ build_libzip() {
     -DBUILD_DOC=OFF
 }
 
+build_pugixml() { cross_build pugixml; }
+
 mkdir -p "$prefix" "$logs"
-for package in curl libzip; do
+for package in curl libzip pugixml; do
   stamp=$prefix/.$package
   [ "$(sed -n 2p "$stamp" 2>/dev/null)" != "$recipe" ] || continue
   printf 'building %s for Windows ... ' "$package"

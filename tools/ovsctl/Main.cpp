@@ -1,35 +1,51 @@
 // ovsctl: the technician's command.
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <exception>
 
-#include "Replay.h"
-#include "ScramblePassword.h"
+#include "Commands.h"
+#include "Console.h"
+#include "base/RuntimeError.h"
 #include "base/Version.h"
+#include "os/SystemCommands.h"
+#include "os/Terminal.h"
+
+namespace {
+
+using namespace ovs;
+
+int Run(int argc, char** argv) {
+  CLI::App app{"The technician's command of the Orvanta Event Service.", "ovsctl"};
+  Program program{app};
+  app.set_version_flag("--version", kVersionUtf8);
+  app.require_subcommand(1);
+  app.footer(
+      "Exit codes: 0 done, 1 done but something is wrong, 2 not done.\nEach command shows examples: ovsctl COMMAND --help");
+  os::AddSystemCommands(program);
+  AddReplayCommand(program);
+  AddScramblePasswordCommand(program);
+
+  std::vector<std::string> arguments = os::ArgumentsOf(argc, argv);
+  std::ranges::reverse(arguments);  // as CLI11 wants them
+  try {
+    app.parse(std::move(arguments));
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? kDone : kFailed;
+  }
+  return program.exitCode;
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app{"The technician's command of the Orvanta Event Service.", "ovsctl"};
-  app.set_version_flag("--version", ovs::kVersionUtf8);
-  app.require_subcommand(1);
-
-  ovs::ReplayOptions replay;
-  CLI::App* const replayCommand = app.add_subcommand(
-      "replay",
-      "Run the rules of an application folder over recorded event records (JSON lines) and count the alerts.\n"
-      "Example: ovsctl replay --app C:\\Orvanta records.jsonl");
-  replayCommand->add_option("--app", replay.applicationFolder, "Application folder: the one that holds Config\\Orvanta.ini")
-      ->required();
-  replayCommand->add_flag("--write-logs", replay.writeLogs,
-                          "Append to the two event logs of the application folder, as the service would");
-  replayCommand
-      ->add_option("--repeat", replay.repeat,
-                   "Handle all records that many times more and print how many a second were matched")
-      ->check(CLI::Range(0, 1000000));
-  replayCommand->add_option("records", replay.recordsFile, "File of records, one JSON object a line")->required();
-
-  const CLI::App* const scrambleCommand = app.add_subcommand(
-      "scramble-password",
-      "Read the password of the mail account (typed unseen, or one line of standard input) and print the form in which\n"
-      "it is kept in Config\\Orvanta.ini.");
-
-  CLI11_PARSE(app, argc, argv);
-  return scrambleCommand->parsed() ? ovs::RunScramblePassword() : ovs::RunReplay(replay);
+  const os::TerminalSession terminal;
+  int exitCode = kFailed;
+  try {
+    exitCode = Run(argc, argv);
+  } catch (const RuntimeError& error) {
+    exitCode = Console::Fail(Console::Shown(error.Description()));
+  } catch (const std::exception& error) {
+    exitCode = Console::Fail(error.what());
+  }
+  return Console::Flush() ? exitCode : Console::Fail("the output could not be written");
 }

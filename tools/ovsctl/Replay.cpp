@@ -7,7 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "JsonRecords.h"
+#include "Command.h"
+#include "Records.h"
 #include "base/App_Strings.h"
 #include "base/Encoding.h"
 #include "base/os/Clock.h"
@@ -23,10 +24,6 @@
 namespace ovs {
 
 namespace {
-
-constexpr int kDone = 0;
-constexpr int kSomeBadLines = 1;
-constexpr int kFailed = 2;
 
 // Counts the alerts of each rule and, when told to, writes the two logs.
 class CountingLog final : public AlertLog {
@@ -81,7 +78,7 @@ std::optional<Paths> ResolvePaths(const ReplayOptions& options) {
   return paths;
 }
 
-void PrintSummary(const JsonReadResult& read, const CountingLog& log) {
+void PrintSummary(const RecordReadResult& read, const CountingLog& log) {
   std::printf("%llu records, %llu alerts\n", static_cast<unsigned long long>(read.records),
               static_cast<unsigned long long>(log.Total()));
   for (const auto& [rule, count] : log.ByRule()) {
@@ -113,23 +110,24 @@ int Replay(const Paths& paths, const ReplayOptions& options, App_FileSystem& fil
   modFilterEvents filter({fileSystem, ini, time, mailer, log, os::SystemClock(), os::SystemFolderWatcher()}, settings);
 
   std::vector<EventRecord> kept;
-  const JsonReadResult read = ReadJsonRecords(
-      fileSystem.Files(), paths.recordsFile,
-      // Past records hold a stop phrase for every stop of the service; replay goes on behind them.
-      [&](const RawRecord& raw) {
-        EventRecord record = ToEventRecord(raw);
-        filter.FindEvents(record);
-        if (options.repeat > 0) kept.push_back(std::move(record));
-      },
-      [&](std::uint64_t line, const std::string& reason) {
-        std::fprintf(stderr, "ovsctl replay: %s, line %llu: %s; skipped\n", options.recordsFile.c_str(),
-                     static_cast<unsigned long long>(line), reason.c_str());
-      });
+  const RecordReadResult read =
+      ReadRecords(fileSystem.Files(), paths.recordsFile,
+                  {// Past records hold a stop phrase for every stop of the service; replay goes on behind them.
+                   [&](const RawRecord& raw) {
+                     EventRecord record = ToEventRecord(raw);
+                     filter.FindEvents(record);
+                     if (options.repeat > 0) kept.push_back(std::move(record));
+                   },
+                   [&](const std::string& place, const std::string& reason) {
+                     std::fprintf(stderr, "ovsctl replay: %s, %s: %s; skipped\n", options.recordsFile.c_str(), place.c_str(),
+                                  reason.c_str());
+                   },
+                   {}});
   if (!read.opened) return Fail("cannot open " + options.recordsFile);
   PrintSummary(read, log);
   if (options.repeat > 0) Measure(filter, kept, options.repeat);
   if (!read.complete) return Fail("cannot read " + options.recordsFile + " to its end");
-  return read.badLines == 0 ? kDone : kSomeBadLines;
+  return read.bad == 0 ? kDone : kFindings;
 }
 
 }  // namespace

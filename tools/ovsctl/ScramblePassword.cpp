@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "Command.h"
 #include "base/Encoding.h"
 #include "base/Wipe.h"
 #include "base/os/CommandLine.h"
@@ -14,8 +15,6 @@ namespace ovs {
 
 namespace {
 
-constexpr int kDone = 0;
-constexpr int kFailed = 2;
 constexpr std::size_t kLongest = 127;
 
 int Fail(const std::string& message) {

@@ -1,5 +1,6 @@
-#include "JsonRecords.h"
+#include "Records.h"
 
+#include <algorithm>
 #include <array>
 #include <nlohmann/json.hpp>
 #include <vector>
@@ -56,8 +57,7 @@ class LineCutter {
   bool tooLong_ = false;
 };
 
-}  // namespace
-
+// False with the reason when the line is no record.
 bool ParseJsonRecord(std::string_view line, RawRecord& out, std::string& reason) {
   const nlohmann::json object = nlohmann::json::parse(line, nullptr, /*allow_exceptions=*/false);
   if (object.is_discarded()) {
@@ -74,12 +74,15 @@ bool ParseJsonRecord(std::string_view line, RawRecord& out, std::string& reason)
   return true;
 }
 
-JsonReadResult ReadJsonRecords(os::Files& files, TextView path, const std::function<void(const RawRecord&)>& onRecord,
-                               const std::function<void(std::uint64_t line, const std::string& reason)>& onBadLine) {
-  JsonReadResult result;
+}  // namespace
+
+RecordReadResult ReadRecords(os::Files& files, TextView path, const RecordSink& sink) {
+  RecordReadResult result;
   const std::unique_ptr<os::ReadFile> file = files.OpenRead(path);
   if (!file) return result;
   result.opened = true;
+  os::FileStamp stamp;
+  static_cast<void>(file->Stamp(stamp));
 
   std::uint64_t lineNumber = 0;
   const std::function<void(std::string_view, bool)> onLine = [&](std::string_view line, bool tooLong) {
@@ -89,10 +92,10 @@ JsonReadResult ReadJsonRecords(os::Files& files, TextView path, const std::funct
     std::string reason = "longer than 64 MB";
     if (!tooLong && ParseJsonRecord(line, record, reason)) {
       ++result.records;
-      onRecord(record);
+      sink.onRecord(record);
     } else {
-      ++result.badLines;
-      onBadLine(lineNumber, reason);
+      ++result.bad;
+      if (sink.onBad) sink.onBad("line " + std::to_string(lineNumber), reason);
     }
   };
   LineCutter cutter(onLine);
@@ -103,6 +106,7 @@ JsonReadResult ReadJsonRecords(os::Files& files, TextView path, const std::funct
     if (got == 0) break;
     cutter.Feed({buffer.data(), got});
     offset += got;
+    if (sink.onProgress) sink.onProgress(offset, std::max(offset, stamp.size));
   }
   cutter.Finish();
   result.complete = true;

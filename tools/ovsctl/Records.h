@@ -1,0 +1,33 @@
+// Past event records out of files.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+#include "base/os/Files.h"
+#include "service/EventSource.h"
+
+namespace ovs {
+
+// Who is told what is read. `onRecord` must be set, the others may be empty.
+struct RecordSink {
+  std::function<void(const RawRecord& record)> onRecord;
+  // A piece that is no record; `place` says where, such as "line 12" or "byte 34567". It is skipped.
+  std::function<void(const std::string& place, const std::string& reason)> onBad;
+  // Now and then: bytes read and bytes in all.
+  std::function<void(std::uint64_t done, std::uint64_t total)> onProgress;
+};
+
+struct RecordReadResult {
+  bool opened = false;
+  bool complete = false;  // read to the end; else the pending system error tells why not
+  std::uint64_t records = 0;
+  std::uint64_t bad = 0;
+};
+
+// Reads records from a file of any size in the order in which they stand: JSON lines (an object a line with the seven
+// values named as the service's event source names them).
+RecordReadResult ReadRecords(os::Files& files, TextView path, const RecordSink& sink);
+
+}  // namespace ovs

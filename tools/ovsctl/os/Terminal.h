@@ -1,0 +1,32 @@
+// Port: the command line and the terminal.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace ovs::os {
+
+enum class Stream { Output, Messages };
+
+// The arguments behind the program's name, in UTF-8.
+[[nodiscard]] std::vector<std::string> ArgumentsOf(int argc, char** argv);
+
+// Makes ready what is printed in UTF-8 and with colours; the destructor leaves the terminal as it was.
+class TerminalSession {
+ public:
+  TerminalSession();
+  ~TerminalSession();
+  TerminalSession(const TerminalSession&) = delete;
+  TerminalSession& operator=(const TerminalSession&) = delete;
+
+ private:
+  unsigned before_ = 0;
+};
+
+[[nodiscard]] bool IsTerminal(Stream stream);
+// True when the terminal understands escape sequences. False for what is no terminal.
+[[nodiscard]] bool UnderstandsEscapes(Stream stream);
+// Columns; 80 when the terminal does not tell.
+[[nodiscard]] int Columns(Stream stream);
+
+}  // namespace ovs::os

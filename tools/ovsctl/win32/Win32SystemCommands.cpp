@@ -1,0 +1,7 @@
+#include "os/SystemCommands.h"
+
+namespace ovs::os {
+
+void AddSystemCommands(Program& /*program*/) {}
+
+}  // namespace ovs::os

@@ -1,0 +1,59 @@
+#include <windows.h>
+#include <shellapi.h>
+
+#include <memory>
+
+#include "base/Encoding.h"
+#include "base/win32/Win32Text.h"
+#include "os/Terminal.h"
+
+namespace ovs::os {
+
+namespace {
+
+HANDLE HandleOf(Stream stream) { return GetStdHandle(stream == Stream::Output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE); }
+
+}  // namespace
+
+// The narrow arguments have lost what the code page lacks.
+std::vector<std::string> ArgumentsOf(int /*argc*/, char** /*argv*/) {
+  int count = 0;
+  const std::unique_ptr<LPWSTR[], decltype(&LocalFree)> wide(CommandLineToArgvW(GetCommandLineW(), &count), &LocalFree);
+  std::vector<std::string> arguments;
+  for (int i = 1; i < count; ++i) arguments.push_back(ToUtf8(FromWide(wide[static_cast<std::size_t>(i)])));
+  return arguments;
+}
+
+TerminalSession::TerminalSession() : before_(GetConsoleOutputCP()) {
+  if (before_ != 0) SetConsoleOutputCP(CP_UTF8);
+  for (const Stream stream : {Stream::Output, Stream::Messages}) {
+    DWORD mode = 0;
+    // Without this the terminal would show escape sequences as they are; UnderstandsEscapes asks whether it was granted.
+    if (GetConsoleMode(HandleOf(stream), &mode) != 0)
+      SetConsoleMode(HandleOf(stream), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+  }
+}
+
+TerminalSession::~TerminalSession() {
+  if (before_ != 0) SetConsoleOutputCP(before_);
+}
+
+bool IsTerminal(Stream stream) {
+  DWORD mode = 0;
+  return GetConsoleMode(HandleOf(stream), &mode) != 0;
+}
+
+bool UnderstandsEscapes(Stream stream) {
+  DWORD mode = 0;
+  return GetConsoleMode(HandleOf(stream), &mode) != 0 && (mode & ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+}
+
+int Columns(Stream stream) {
+  constexpr int kUsual = 80;
+  CONSOLE_SCREEN_BUFFER_INFO info;
+  if (GetConsoleScreenBufferInfo(HandleOf(stream), &info) == 0) return kUsual;
+  const int columns = info.srWindow.Right - info.srWindow.Left + 1;
+  return columns > 0 ? columns : kUsual;
+}
+
+}  // namespace ovs::os
