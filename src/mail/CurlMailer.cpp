@@ -12,6 +12,7 @@
 #include "base/os/PendingError.h"
 #include "diag/App_Debug.h"
 #include "mail/CurlFailure.h"
+#include "mail/CurlSteps.h"
 #include "mail/MailHeaders.h"
 #include "platform/App_FilePath.h"
 #include "platform/FileContent.h"
@@ -176,6 +177,7 @@ bool CurlMailer::Send() {
   if (!report_.failReason.empty() && IsLoginNotOffered(result, session_)) return false;
   report_.failReason = sent ? Text() : FailReason(job, result, session_);
   report_.lastErrorText = sent ? Text() : FailDetails(job, result, session_);
+  report_.steps = StepsOf(job, result, session_, report_.failReason);
   return sent;
 }
 

@@ -30,12 +30,30 @@ void Set(CURL* easy, CURLoption option, Value value) {
                      u"libcurl refused option " + NumberText(option) + u": " + FromUtf8(curl_easy_strerror(code)));
 }
 
-int OnDebug(CURL* /*easy*/, curl_infotype kind, char* data, std::size_t size, void* session) noexcept {
-  auto& out = *static_cast<SmtpSession*>(session);
+// Who listens to a transfer.
+struct Listener {
+  SmtpSession& session;
+  ConnectionFacts facts;
+};
+
+// Known only while the connection lives.
+void NoteTls(CURL* easy, Listener& listener) {
+  curl_tlssessioninfo* tls = nullptr;
+  if (!listener.facts.tls.version.empty() || !listener.session.IsTls()) return;
+  if (curl_easy_getinfo(easy, CURLINFO_TLS_SSL_PTR, &tls) == CURLE_OK && tls != nullptr && tls->internals != nullptr) {
+    listener.facts.tls = TlsFactsOf(tls->internals);
+  }
+}
+
+int OnDebug(CURL* easy, curl_infotype kind, char* data, std::size_t size, void* user) noexcept {
+  auto& listener = *static_cast<Listener*>(user);
   try {
-    if (kind == CURLINFO_HEADER_OUT) out.Command({data, size});
-    if (kind == CURLINFO_HEADER_IN) out.Reply({data, size});
-    if (kind == CURLINFO_TEXT) out.Info({data, size});
+    if (kind == CURLINFO_HEADER_OUT) {
+      NoteTls(easy, listener);
+      listener.session.Command({data, size});
+    }
+    if (kind == CURLINFO_HEADER_IN) listener.session.Reply({data, size});
+    if (kind == CURLINFO_TEXT) listener.session.Info({data, size});
   } catch (...) {  // no memory for a line of the transcript is no reason not to send
     return 0;
   }
@@ -132,11 +150,16 @@ void SetDeadline(CURL* easy, Deadline& deadline) {
   Set(easy, CURLOPT_FORBID_REUSE, 1L);
 }
 
-void SetSession(CURL* easy, SmtpSession& session, char* error) {
+void TakeAddress(CURL* easy, ConnectionFacts& facts) {
+  const char* address = nullptr;
+  if (curl_easy_getinfo(easy, CURLINFO_PRIMARY_IP, &address) == CURLE_OK && address != nullptr) facts.address = address;
+}
+
+void SetSession(CURL* easy, Listener& listener, char* error) {
   Set(easy, CURLOPT_ERRORBUFFER, error);
   Set(easy, CURLOPT_VERBOSE, 1L);
   Set(easy, CURLOPT_DEBUGFUNCTION, &OnDebug);
-  Set(easy, CURLOPT_DEBUGDATA, &session);
+  Set(easy, CURLOPT_DEBUGDATA, &listener);
 }
 
 }  // namespace
@@ -156,7 +179,8 @@ CurlResult PerformTransfer(os::Files& files, os::Clock& clock, const CurlJob& jo
   if (!easy) throw std::bad_alloc();
   std::array<char, CURL_ERROR_SIZE> error{};
   session.Begin(job.plan.implicitTls);
-  SetSession(easy.get(), session, error.data());
+  Listener listener{session, {}};
+  SetSession(easy.get(), listener, error.data());
   SetConnection(easy.get(), job);
   SetTls(easy.get(), job);
   SetLogin(easy.get(), job);
@@ -173,10 +197,12 @@ CurlResult PerformTransfer(os::Files& files, os::Clock& clock, const CurlJob& jo
   Set(easy.get(), CURLOPT_MIMEPOST, mime.get());
 
   const CURLcode code = curl_easy_perform(easy.get());
-  if (code == CURLE_OK) return {};
+  TakeAddress(easy.get(), listener.facts);
+  if (code == CURLE_OK) return {code, {}, std::move(listener.facts)};
   // The only other callback that breaks off is the one that reads attachments.
   const bool unread = code == CURLE_ABORTED_BY_CALLBACK && !deadline.Passed();
-  return {unread ? CURLE_READ_ERROR : code, error.front() != '\0' ? error.data() : curl_easy_strerror(code)};
+  return {unread ? CURLE_READ_ERROR : code, error.front() != '\0' ? error.data() : curl_easy_strerror(code),
+          std::move(listener.facts)};
 }
 
 }  // namespace ovs

@@ -10,6 +10,7 @@
 #include "base/os/Files.h"
 #include "mail/SmtpPlan.h"
 #include "mail/SmtpSession.h"
+#include "mail/os/MailMachine.h"
 
 namespace ovs {
 
@@ -36,9 +37,16 @@ struct CurlJob {
   std::vector<Text> attachments;  // full paths
 };
 
+// What was found out about a connection; empty texts where nothing was.
+struct ConnectionFacts {
+  std::string address;  // of the server, such as "192.0.2.1"
+  TlsFacts tls;
+};
+
 struct CurlResult {
   int code = 0;       // CURLcode
   std::string error;  // libcurl's words; empty when all went well
+  ConnectionFacts facts;
 };
 
 // Makes libcurl ready; before the first transfer, on one thread.

@@ -55,12 +55,21 @@ struct MailMessage {
   std::vector<Text> attachments;  // full paths
 };
 
+// One step on the way of a mail, for whoever tries the settings.
+struct MailStep {
+  TextView name;  // such as "connection"
+  bool done = false;
+  Text detail;  // what was found, or why it failed
+};
+
 // What is known after a send. No text holds a password or an AUTH exchange.
 struct MailReport {
   Text failReason;
   Text lastErrorText;
   Text lastStatus;
-  Text session;             // commands and replies
+  Text session;  // commands and replies
+  std::vector<MailStep>
+      steps;                // of the last attempt, in their order up to the first that failed; empty when nothing is known
   std::vector<Text> notes;  // what the debug log must say about this send, whether it succeeded or not
 };
 

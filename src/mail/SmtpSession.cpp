@@ -87,6 +87,8 @@ void SmtpSession::Begin(bool tls) {
   tls_ = tls;
   mask_ = {};
   lastVerb_.clear();
+  lastCommand_.clear();
+  exchanges_.clear();
   lastReply_.clear();
   lastReplyCode_ = 0;
   recipient_.clear();
@@ -102,6 +104,7 @@ void SmtpSession::Command(std::string_view bytes) {
   leaving_ = StartsWith(line, "QUIT");
   if (shown != kHidden && !leaving_) lastVerb_ = FirstWord(shown);
   constexpr std::string_view kRecipient = "RCPT TO:";
+  lastCommand_ = Visible(shown);
   recipient_ = StartsWith(line, kRecipient) ? std::string(line.substr(kRecipient.size())) : std::string();
   Add("> ", shown);
 }
@@ -129,7 +132,9 @@ void SmtpSession::Reply(std::string_view bytes) {
 }
 
 void SmtpSession::NoteFinalReply(int code, std::string_view line) {
+  constexpr std::size_t kMostExchanges = 300;
   lastReplyCode_ = code;
+  if (exchanges_.size() < kMostExchanges) exchanges_.push_back({lastCommand_, code, Visible(line)});
   if (code != kChallenge) linesToPassword_ = 0;
   if (code == kReady && lastVerb_ == "STARTTLS") tls_ = true;
   if (code >= 400 && !recipient_.empty()) refused_.push_back({FromUtf8(recipient_), FromUtf8(Visible(line))});

@@ -33,6 +33,12 @@ class SmtpSession {
     Text address;
     Text reply;
   };
+  // A command and the reply that closed it.
+  struct Exchange {
+    std::string command;  // as it may be shown; empty for the server's greeting
+    int code = 0;         // 0 for a reply without a number
+    std::string reply;
+  };
 
   // A connection begins; `tls` from its first byte on.
   void Begin(bool tls);
@@ -52,6 +58,10 @@ class SmtpSession {
   // The last reply told of an error (4xx, 5xx).
   [[nodiscard]] bool LastReplyIsError() const { return lastReplyCode_ >= 400; }
   [[nodiscard]] const std::vector<Refusal>& RefusedRecipients() const { return refused_; }
+  // Of this connection, those of the login without their secrets; at most some hundred.
+  [[nodiscard]] const std::vector<Exchange>& Exchanges() const { return exchanges_; }
+  // What goes over the connection from now on is encrypted.
+  [[nodiscard]] bool IsTls() const { return tls_; }
   // The password itself, not a proof of it, went over a connection without TLS.
   [[nodiscard]] bool PasswordInClear() const { return passwordInClear_; }
 
@@ -68,6 +78,8 @@ class SmtpSession {
   std::string lastReply_;
   int lastReplyCode_ = 0;
   std::string recipient_;  // of the RCPT command that waits for its reply
+  std::string lastCommand_;
+  std::vector<Exchange> exchanges_;
   std::vector<Refusal> refused_;
   bool tls_ = false;
   int linesToPassword_ = 0;  // AUTH lines after which the password has been sent; 0 when none will

@@ -46,23 +46,33 @@ Text modEmailSvc::SendEventsEmail(TextView subject, TextView body, TextView atta
   proc.ByVal(u"sBody", body);
   proc.ByVal(u"sAttachmentPath", attachmentPath);
   return proc.Run(Text(), [&] {
-    // These three come from the old key alone.
-    const bool clientWantsEvents = MachineValue(kOldClientKey, u"EmailClientEvents") == u"1";
-    Text client = MachineValue(kOldClientKey, u"ClientEmail");
-    const Text identifier = MachineValue(kOldClientKey, u"ClientIdentifier");
-    const PlainIni ini = LoadSettings();
-    const Text technician = parts_.ini.ReadINI(ini, configIniPath_, u"EmailConfig", u"AdminEmail");
-    const Text technicianName = parts_.ini.ReadINI(ini, configIniPath_, u"EmailConfig", u"AdminName");
-
-    if (clientWantsEvents && !client.empty()) {
-      SendEmail(client, Mailbox(technicianName, technician), subject, body, attachmentPath);
-    }
-    if (parts_.ini.ReadINI(ini, configIniPath_, u"EmailOptions", u"EmailAdminEvents") == u"1" && !technician.empty()) {
-      if (client.empty()) client = technician;
-      SendEmail(technician, Mailbox(identifier, client), subject, body, attachmentPath);
-    }
+    for (const Copy& copy : AlertCopies()) SendEmail(copy.to, copy.sender, subject, body, attachmentPath);
     return Text();
   });
+}
+
+// The client's address, identifier and wish come from the old key alone.
+std::vector<modEmailSvc::Copy> modEmailSvc::AlertCopies() {
+  std::vector<Copy> copies;
+  const PlainIni ini = LoadSettings();
+  Copy technician = TechnicianCopy(ini);
+  const bool clientWantsEvents = MachineValue(kOldClientKey, u"EmailClientEvents") == u"1";
+  if (Text client = MachineValue(kOldClientKey, u"ClientEmail"); clientWantsEvents && !client.empty()) {
+    const Text name = parts_.ini.ReadINI(ini, configIniPath_, u"EmailConfig", u"AdminName");
+    copies.push_back({std::move(client), Mailbox(name, technician.to), true});
+  }
+  const bool technicianWantsEvents = parts_.ini.ReadINI(ini, configIniPath_, u"EmailOptions", u"EmailAdminEvents") == u"1";
+  if (technicianWantsEvents && !technician.to.empty()) copies.push_back(std::move(technician));
+  return copies;
+}
+
+modEmailSvc::Copy modEmailSvc::TechnicianCopy() { return TechnicianCopy(LoadSettings()); }
+
+modEmailSvc::Copy modEmailSvc::TechnicianCopy(const PlainIni& ini) {
+  Text technician = parts_.ini.ReadINI(ini, configIniPath_, u"EmailConfig", u"AdminEmail");
+  const Text client = MachineValue(kOldClientKey, u"ClientEmail");
+  Text sender = Mailbox(MachineValue(kOldClientKey, u"ClientIdentifier"), client.empty() ? technician : client);
+  return {std::move(technician), std::move(sender), false};
 }
 
 // --- settings

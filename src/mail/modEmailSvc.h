@@ -37,6 +37,17 @@ class modEmailSvc final : public AlertMailer {
 
   Text SendEventsEmail(TextView subject, TextView body, TextView attachmentPath) override;
 
+  // One mail that an alert gives rise to.
+  struct Copy {
+    Text to;
+    Text sender;  // who the mail names as its sender
+    bool isClients = false;
+  };
+  // Those an alert would have at this moment, in their order; whether they can be sent is not looked at.
+  [[nodiscard]] std::vector<Copy> AlertCopies();
+  // The technician's, whether or not technicians get alerts; without address when none is set.
+  [[nodiscard]] Copy TechnicianCopy();
+
   // Composes and sends one mail; true when it was sent. The client's details and the attachments go to technicians only.
   // `attachmentPath` names a file or a folder whose files are attached.
   bool SendEmail(TextView toAddress, TextView senderText, TextView subject, TextView body, TextView attachmentPath);
@@ -75,6 +86,7 @@ class modEmailSvc final : public AlertMailer {
 
   // The main settings file as it is now; without keys when it is missing or unusable.
   [[nodiscard]] PlainIni LoadSettings();
+  [[nodiscard]] Copy TechnicianCopy(const PlainIni& ini);
   [[nodiscard]] bool TakePassword(class Proc& proc, const PlainIni& ini);
   // A text below HKEY_LOCAL_MACHINE; empty when it is missing.
   [[nodiscard]] Text MachineValue(TextView key, TextView name);

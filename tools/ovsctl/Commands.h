@@ -7,5 +7,6 @@ namespace ovs {
 
 void AddReplayCommand(Program& program);
 void AddScramblePasswordCommand(Program& program);
+void AddTestMailCommand(Program& program);
 
 }  // namespace ovs

@@ -24,6 +24,7 @@ int Run(int argc, char** argv) {
   os::AddSystemCommands(program);
   AddReplayCommand(program);
   AddScramblePasswordCommand(program);
+  AddTestMailCommand(program);
 
   std::vector<std::string> arguments = os::ArgumentsOf(argc, argv);
   std::ranges::reverse(arguments);  // as CLI11 wants them
@@ -38,7 +39,7 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  const os::TerminalSession terminal;
+  const unsigned terminal = os::PrepareTerminal();
   int exitCode = kFailed;
   try {
     exitCode = Run(argc, argv);
@@ -47,5 +48,7 @@ int main(int argc, char** argv) {
   } catch (const std::exception& error) {
     exitCode = Console::Fail(error.what());
   }
-  return Console::Flush() ? exitCode : Console::Fail("the output could not be written");
+  if (!Console::Flush()) exitCode = Console::Fail("the output could not be written");
+  os::RestoreTerminal(terminal);
+  return exitCode;
 }

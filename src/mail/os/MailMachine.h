@@ -27,4 +27,16 @@ struct MailMachine {
 // given a further one; empty where it does not.
 [[nodiscard]] std::string TrustedRoots();
 
+// What a TLS connection is like; empty texts where nothing is known.
+struct TlsFacts {
+  std::string version;  // and cipher
+  // Of the server's certificate.
+  std::string subject;
+  std::string issuer;
+  std::string validTo;  // a date, UTC
+};
+
+// `session` is what libcurl gives as the TLS library's own object of a connection that lives.
+[[nodiscard]] TlsFacts TlsFactsOf(void* session);
+
 }  // namespace ovs

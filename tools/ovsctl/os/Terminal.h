@@ -11,17 +11,9 @@ enum class Stream { Output, Messages };
 // The arguments behind the program's name, in UTF-8.
 [[nodiscard]] std::vector<std::string> ArgumentsOf(int argc, char** argv);
 
-// Makes ready what is printed in UTF-8 and with colours; the destructor leaves the terminal as it was.
-class TerminalSession {
- public:
-  TerminalSession();
-  ~TerminalSession();
-  TerminalSession(const TerminalSession&) = delete;
-  TerminalSession& operator=(const TerminalSession&) = delete;
-
- private:
-  unsigned before_ = 0;
-};
+// Makes ready what is printed in UTF-8 and with colours; the result tells RestoreTerminal how it was before.
+[[nodiscard]] unsigned PrepareTerminal();
+void RestoreTerminal(unsigned before);
 
 [[nodiscard]] bool IsTerminal(Stream stream);
 // True when the terminal understands escape sequences. False for what is no terminal.

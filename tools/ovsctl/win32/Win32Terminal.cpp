@@ -24,18 +24,20 @@ std::vector<std::string> ArgumentsOf(int /*argc*/, char** /*argv*/) {
   return arguments;
 }
 
-TerminalSession::TerminalSession() : before_(GetConsoleOutputCP()) {
-  if (before_ != 0) SetConsoleOutputCP(CP_UTF8);
+unsigned PrepareTerminal() {
+  const unsigned before = GetConsoleOutputCP();
+  if (before != 0) SetConsoleOutputCP(CP_UTF8);
   for (const Stream stream : {Stream::Output, Stream::Messages}) {
     DWORD mode = 0;
     // Without this the terminal would show escape sequences as they are; UnderstandsEscapes asks whether it was granted.
     if (GetConsoleMode(HandleOf(stream), &mode) != 0)
       SetConsoleMode(HandleOf(stream), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
   }
+  return before;
 }
 
-TerminalSession::~TerminalSession() {
-  if (before_ != 0) SetConsoleOutputCP(before_);
+void RestoreTerminal(unsigned before) {
+  if (before != 0) SetConsoleOutputCP(before);
 }
 
 bool IsTerminal(Stream stream) {
