@@ -14,6 +14,9 @@ if(WIN32)
   add_compile_definitions(UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX _WIN32_WINNT=0x0A00)
   # A processor fault is turned into a C++ exception where it happens, so any instruction may throw.
   add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:-fnon-call-exceptions>")
+  # An overrun of a buffer on the stack, or of one whose size the compiler knows, ends the process.
+  add_compile_options(-fstack-protector-strong "$<$<CONFIG:Release>:-D_FORTIFY_SOURCE=2>")
+  add_link_options(-fstack-protector-strong)
   add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:-ffunction-sections;-fdata-sections>")
   add_link_options(-Wl,--gc-sections $<$<CONFIG:Release>:-s>)
 endif()

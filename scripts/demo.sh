@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.."
 start=$SECONDS
 scripts/setup.sh
 say "The Windows program"
-build windows-x64 OrvantaEventService ovsstop ovsctl svcctl standin-setup wmi_standin
+build windows-x64 OrvantaEventService ovsctl svcctl standin-setup wmi_standin
 export OVS_BIN=$PWD/build/windows-x64/bin
 scripts/with-wine.sh build/demo/prefix /usr/bin/python3 -B demo/demo.py "$@"
 say "Demo done in $((SECONDS - start)) s"

@@ -1,4 +1,4 @@
-"""docs/settings.md and docs/mail.md name every key that the program reads, and none that it does not."""
+"""docs/settings.md, docs/mail.md and the tables of "ovsctl check" name every key that the program reads, and no other."""
 
 import pathlib
 import re
@@ -8,6 +8,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[1]
 PAGE = "".join((ROOT / "docs" / name).read_text(encoding="utf-8") for name in ("settings.md", "mail.md"))
 SOURCES = {path: path.read_text(encoding="utf-8") for path in sorted((ROOT / "src").rglob("*.[ch]*"))
            if path.suffix in (".cpp", ".h")}
+TABLES = (ROOT / "tools" / "ovsctl" / "KnownNames.cpp").read_text(encoding="utf-8")
 TEXT = r'u"([^"]*)"'
 
 
@@ -28,12 +29,18 @@ def ini_keys_in(source):
             yield section, key
 
 
+def known_pairs():
+    """Sections and keys in the tables of "ovsctl check"."""
+    return set(re.findall(r"\{" + TEXT + r",\s*" + TEXT, TABLES))
+
+
 class SettingsPageTest(unittest.TestCase):
     def test_program_settings(self):
         read = {key for source in SOURCES.values() for key in re.findall(r'u"((?:Debug|Env|Email)\.[A-Za-z.]+)"', source)}
         told = {key for keys, _ in first_cells() for key in keys if re.match(r"(Debug|Env|Email)\.", key)}
         self.assertGreaterEqual(len(read), 11)
         self.assertEqual(read, told)
+        self.assertEqual(read, set(re.findall(r"\{\{\}, " + TEXT, TABLES)))
 
     def test_main_settings_file(self):
         read = {pair for source in SOURCES.values() for pair in ini_keys_in(source)}
@@ -42,6 +49,14 @@ class SettingsPageTest(unittest.TestCase):
                 if section in sections}
         self.assertGreaterEqual(len(read), 6)
         self.assertEqual(read, told)
+        self.assertEqual(read, {pair for pair in known_pairs() if pair[0] != "EventDetail"})
+
+    def test_rules(self):
+        """Logs and types are taken from the arrays that the program itself uses."""
+        for name in ("Rule.cpp", "RuleIndex.cpp"):
+            source = SOURCES[ROOT / "src" / "monitor" / name]
+            keys = set(re.findall(r'u"(Event(?:ID|Source|Desc\w*))"', source))
+            self.assertEqual({("EventDetail", key) for key in keys}, {pair for pair in known_pairs() if pair[0] == "EventDetail"})
 
     def test_no_call_escapes_this_test(self):
         """A call with a literal section whose key this test cannot find."""

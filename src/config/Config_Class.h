@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <list>
 #include <optional>
 #include <unordered_map>
@@ -98,6 +99,18 @@ class Config_Class {
   void WipeSetting(TextView sPartialKey, std::int32_t lLevel = -1, bool bExact = false);
   // Entries of the file of this bare name, whatever its folder.
   void WipeSettingsByDefFileName(TextView sFile);
+
+  // A line of a settings file as the file loaders take it. The views lie within the file's text.
+  struct FileLine {
+    TextView whole;
+    bool isEntry = false;
+    TextView key;  // this and the value of an entry only
+    TextView value;
+  };
+  // The lines of a settings file's text in their order, empty ones too.
+  static void ForEachFileLine(TextView content, const std::function<void(const FileLine& line)>& take);
+  // The files that LoadDir loads, in its order.
+  [[nodiscard]] std::vector<Text> FilesIn(TextView sDir, std::int32_t lRecursionLevel = -1);
 
   // --- loading: later loads override earlier ones, a key without value deletes; true see each
 

@@ -102,6 +102,22 @@ void Config_Class::LoadOne(TextView path, const ConfigLoadOptions& options) {
   if (sink.anySet && !options.bNoDefFile && !options.bNoSave) NoteDefinitionFile(path);
 }
 
+void Config_Class::ForEachFileLine(TextView content, const std::function<void(const FileLine&)>& take) {
+  ForEachLine(content, [&](TextView line) {
+    const auto entry = SplitEntry(line);
+    take(entry ? FileLine{line, true, entry->key, entry->value} : FileLine{line, false, {}, {}});
+  });
+}
+
+std::vector<Text> Config_Class::FilesIn(TextView sDir, std::int32_t lRecursionLevel) {
+  FS_DirList search(fileSystem_.Files());
+  search.AddSearchPath(sDir);
+  search.AddFileMask(u"*.cfg");
+  search.RecursionLevel = lRecursionLevel;
+  search.StartSearch();
+  return search.MatchingFilesOnDisk();
+}
+
 bool Config_Class::LoadDir(TextView sDir, const ConfigLoadOptions& options, std::int32_t lRecursionLevel) {
   Proc proc(kModule, u"LoadDir", ProcKind::Function);
   proc.ByVal(u"sDir", sDir);
@@ -111,12 +127,7 @@ bool Config_Class::LoadDir(TextView sDir, const ConfigLoadOptions& options, std:
   proc.ByVal(u"lRecursionLevel", lRecursionLevel);
   return proc.Run(false, [&] {
     if (!fileSystem_.DirExist(sDir)) return false;
-    FS_DirList search(fileSystem_.Files());
-    search.AddSearchPath(sDir);
-    search.AddFileMask(u"*.cfg");
-    search.RecursionLevel = lRecursionLevel;
-    search.StartSearch();
-    return LoadFiles(search.MatchingFilesOnDisk(), options);
+    return LoadFiles(FilesIn(sDir, lRecursionLevel), options);
   });
 }
 

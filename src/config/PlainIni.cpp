@@ -42,28 +42,54 @@ Text CopyEntry(TextView value, std::size_t size) {
   return copy;
 }
 
+// What a line that is not empty says.
+PlainIni::Line Parse(TextView line) {
+  using Kind = PlainIni::Line::Kind;
+  if (line.front() == u';') return {0, Kind::Remark, line, {}, std::nullopt};
+  // substr takes a length beyond the end, such as "not found", as "all".
+  if (line.front() == u'[') {
+    return {0, Kind::Section, line, TrimProfileSpace(line.substr(1, line.find(u']') - 1)), std::nullopt};
+  }
+  const std::size_t equals = line.find(u'=');
+  if (equals == TextView::npos) return {0, Kind::Key, line, line, std::nullopt};
+  return {0, Kind::Key, line, TrimProfileSpace(line.substr(0, equals)), TrimProfileSpace(line.substr(equals + 1))};
+}
+
 }  // namespace
 
 PlainIni::PlainIni(Text content) : content_(std::make_shared<const Text>(std::move(content))) {
   for (TextView rest = *content_; !rest.empty();) {
     const TextView line = TrimProfileSpace(TakeLine(rest));
-    if (!line.empty() && line.front() != u';') AddLine(line);
+    if (!line.empty()) AddLine(Parse(line));
   }
 }
 
-void PlainIni::AddLine(TextView line) {
-  if (line.front() == u'[') {
-    // substr takes a length beyond the end, such as "not found", as "all".
-    sections_.push_back({TrimProfileSpace(line.substr(1, line.find(u']') - 1)), keys_.size()});
-    return;
+void PlainIni::AddLine(const Line& line) {
+  if (line.kind == Line::Kind::Section) {
+    sections_.push_back({line.name, keys_.size()});
+  } else if (line.kind == Line::Kind::Key && !sections_.empty()) {
+    keys_.push_back({line.name, line.value});
   }
-  if (sections_.empty()) return;
-  const std::size_t equals = line.find(u'=');
-  if (equals == TextView::npos) {
-    keys_.push_back({line, std::nullopt});
-  } else {
-    keys_.push_back({TrimProfileSpace(line.substr(0, equals)), TrimProfileSpace(line.substr(equals + 1))});
+}
+
+std::vector<PlainIni::Line> PlainIni::Lines() const {
+  std::vector<Line> lines;
+  std::size_t number = 0;
+  char16_t lastEnd = kNul;
+  for (TextView rest = Content(); !rest.empty();) {
+    const TextView before = rest;
+    const TextView raw = TakeLine(rest);
+    const char16_t end = raw.size() < before.size() ? before[raw.size()] : kNul;
+    const bool isRestOfEnd = raw.empty() && end == u'\n' && lastEnd == u'\r';
+    lastEnd = isRestOfEnd ? kNul : end;
+    if (isRestOfEnd) continue;
+    ++number;
+    const TextView line = TrimProfileSpace(raw);
+    if (line.empty()) continue;
+    lines.push_back(Parse(line));
+    lines.back().number = number;
   }
+  return lines;
 }
 
 const PlainIni::Section* PlainIni::Find(TextView section) const {
@@ -99,6 +125,11 @@ Text ProfileValue(TextView raw) {
     const TextView upToNul = TextView(read).substr(0, read.find(u'\0'));
     return Text(App_Strings::TrimBlanks(upToNul));
   }
+}
+
+bool IsCutValue(TextView raw) {
+  constexpr std::size_t kEnds = 2;
+  return ProfileValue(raw) != App_Strings::TrimBlanks(CopyEntry(raw, raw.size() + kEnds));
 }
 
 }  // namespace ovs

@@ -28,6 +28,20 @@ class PlainIni {
   // is missing or the key has no "=". The view lives as long as this object or a copy of it.
   [[nodiscard]] std::optional<TextView> RawValue(TextView section, TextView key) const;
 
+  // A line as it is read; empty ones are none. The views lie within Content().
+  struct Line {
+    enum class Kind { Section, Key, Remark };
+    std::size_t number = 0;  // counted as editors do: CR LF is one line end
+    Kind kind = Kind::Key;
+    TextView whole;                 // between its outer white space
+    TextView name;                  // of the section or key; empty for a remark
+    std::optional<TextView> value;  // of a key with "="
+  };
+  // All lines in the order of the file, also those that cannot be asked for. Parses anew: for whoever checks files.
+  [[nodiscard]] std::vector<Line> Lines() const;
+  // The text itself.
+  [[nodiscard]] TextView Content() const { return content_ ? TextView(*content_) : TextView(); }
+
   // Heap memory in bytes.
   [[nodiscard]] std::size_t MemoryInUse() const;
 
@@ -41,7 +55,7 @@ class PlainIni {
     std::size_t firstKey;
   };
 
-  void AddLine(TextView line);
+  void AddLine(const Line& line);
   [[nodiscard]] const Section* Find(TextView section) const;
 
   std::shared_ptr<const Text> content_;  // what the views point into; shared by copies
@@ -52,5 +66,8 @@ class PlainIni {
 // What the system reads out of a raw value: quotes around the whole value removed, read through a buffer of 8,192
 // characters (see docs/ini-reader.md for what that means for very long values), outer blanks removed.
 [[nodiscard]] Text ProfileValue(TextView raw);
+
+// True when the value is longer than the buffer, so that its end is not read.
+[[nodiscard]] bool IsCutValue(TextView raw);
 
 }  // namespace ovs

@@ -18,6 +18,9 @@
 
 namespace ovs {
 
+// The debug logs of all programs, in the data folder.
+inline constexpr TextView kDebugLogsFolder = u"Debug Logs";
+
 // What the diagnostics need from the machine. Owned by the composer; must outlive the diagnostics' use.
 struct DebugPorts {
   os::Files* files = nullptr;

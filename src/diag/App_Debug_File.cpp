@@ -38,7 +38,7 @@ FileEncoding EncodingOf(os::Files& files, TextView path) {
 
 Text App_Debug::DebugLogGetLogFileVar(TextView folder, TextView subFolder, TextView fileName, bool qualifyName) const {
   const DebugEnvironment& environment = state_->environment;
-  const Text defaultFolder = environment.dataFolder + u"Debug Logs";
+  const Text defaultFolder = environment.dataFolder + Text(kDebugLogsFolder);
   const Text defaultName = environment.programFileName + u".log";
   Text path = App_Strings::StripTrailingBackslash(folder.size() < 4 ? TextView(defaultFolder) : folder);
   path.append(u"\\").append(subFolder.empty() ? TextView(environment.subFolder) : subFolder).append(u"\\");

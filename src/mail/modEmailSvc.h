@@ -48,6 +48,19 @@ class modEmailSvc final : public AlertMailer {
   // The technician's, whether or not technicians get alerts; without address when none is set.
   [[nodiscard]] Copy TechnicianCopy();
 
+  // The way a mail would take at this moment. The password is only told to be there.
+  struct Route {
+    bool usable = false;  // false when something is missing or cannot be read; the debug log tells what
+    Text host;
+    Text port;
+    Text userName;
+    bool hasPassword = false;
+    std::int32_t sslType = 0;
+    std::int32_t autoFix = 1;
+    Text engine;
+  };
+  [[nodiscard]] Route RouteOfMails();
+
   // Composes and sends one mail; true when it was sent. The client's details and the attachments go to technicians only.
   // `attachmentPath` names a file or a folder whose files are attached.
   bool SendEmail(TextView toAddress, TextView senderText, TextView subject, TextView body, TextView attachmentPath);
@@ -99,6 +112,7 @@ class modEmailSvc final : public AlertMailer {
   [[nodiscard]] Text ReportName();
   [[nodiscard]] Text BodyHead(const PlainIni& ini);
   [[nodiscard]] Text ClientDetails(const Client& client);
+  [[nodiscard]] MailParts PartsOfMail() const;
   void SetSmtpSettings(vtxEmail& mail) const;
 
   EmailServiceParts parts_;

@@ -50,8 +50,7 @@ bool modEmailSvc::SendEmail(TextView toAddress, TextView senderText, TextView su
     if (withDetails) text += ClientDetails(client);
     const TextView sender = senderText.empty() ? toAddress : senderText;
 
-    vtxEmail mail(
-        {parts_.fileSystem, parts_.environment, parts_.engines, parts_.user, parts_.store ? parts_.store() : nullptr});
+    vtxEmail mail(PartsOfMail());
     mail.ShowErrorMsgs = false;
     mail.ShowSuccessMsgs = false;
     mail.EmailBodyAppendTailMsg = false;
@@ -68,6 +67,31 @@ bool modEmailSvc::SendEmail(TextView toAddress, TextView senderText, TextView su
     proc.Log(u"Sending email...");
     return mail.SendEmail();
   });
+}
+
+modEmailSvc::Route modEmailSvc::RouteOfMails() {
+  Proc proc(kModule, u"RouteOfMails", ProcKind::Sub);
+  Route route;
+  proc.Run([&] {
+    route.usable = GetEmailConfig();
+    route.host = settings_.host;
+    route.port = settings_.port;
+    route.userName = settings_.username;
+    route.hasPassword = !settings_.password.empty();
+    if (!route.usable) return;
+    route.usable = false;  // until the end is reached: a port that is no number raises
+    vtxEmail mail(PartsOfMail());
+    SetSmtpSettings(mail);
+    route.sslType = mail.SmtpSSLType;
+    route.autoFix = mail.SmtpAutoFix;
+    route.engine = mail.EngineName();
+    route.usable = true;
+  });
+  return route;
+}
+
+MailParts modEmailSvc::PartsOfMail() const {
+  return {parts_.fileSystem, parts_.environment, parts_.engines, parts_.user, parts_.store ? parts_.store() : nullptr};
 }
 
 void modEmailSvc::SetSmtpSettings(vtxEmail& mail) const {

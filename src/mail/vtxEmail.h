@@ -98,6 +98,9 @@ class vtxEmail {
   // and recipients too.
   [[nodiscard]] bool SendReady() const { return MissingSetting().empty(); }
 
+  // The engine that a send would use.
+  [[nodiscard]] Text EngineName() const;
+
   // Sends the message; true when a server took it for one recipient at least.
   bool SendEmail(bool useChilkat = false);
   // The problem report of a desktop program: not available here, always false.

@@ -27,6 +27,12 @@ bool BreaksOutsideQuotes(TextView text, TextView line) {
 
 }  // namespace
 
+Text vtxEmail::EngineName() const {
+  const std::unique_ptr<MailComponent> component =
+      NeedsMailComponent(false) ? parts_.engines.NewComponent(Setting(kUnlockKey)) : parts_.engines.NewSystemMessage();
+  return Text(component->Name());
+}
+
 bool vtxEmail::cdoSendEmail() {
   Proc proc(kModule, u"cdoSendEmail", ProcKind::Function);
   return proc.Run(false, [&] {

@@ -12,6 +12,9 @@ class AlertAction {
   // All references must outlive this object.
   AlertAction(App_Common& ini, AlertMailer& mailer, TextView configIniPath);
 
+  // Whether alerts are mailed at this moment.
+  [[nodiscard]] static bool MailsAlerts(App_Common& ini, TextView configIniPath);
+
   // Mails the alert text when "Monitoring"/"EventEmails" is "1" at this moment; otherwise does nothing. Delivery failures
   // never reach the caller.
   void DoAction(TextView alertText, bool diskAlert);

@@ -3,6 +3,7 @@
 
 #include "base/Text.h"
 #include "monitor/EventRecord.h"
+#include "monitor/GlobalExclusions.h"
 #include "monitor/MonitorSettings.h"
 #include "platform/App_FileSystem.h"
 
@@ -16,11 +17,21 @@ struct Alert {
   bool isDiskAlert;
 };
 
+// An alert that an exclusion list kept away.
+struct HiddenAlert {
+  const EventRecord& record;
+  TextView ruleName;
+  GlobalExclusions::List list;
+  bool isDiskAlert;
+};
+
 class AlertLog {
  public:
   virtual ~AlertLog() = default;
   // Never throws for a write that fails; it is reported to the debug log.
   virtual void Write(const Alert& alert) = 0;
+  // What did not become an alert is written nowhere; tools count it.
+  virtual void Hidden(const HiddenAlert& /*alert*/) {}
 };
 
 // "EventLogs.txt", which gets every alert, and "EventLogs_RuleNamesOnly.txt", which gets a line once.

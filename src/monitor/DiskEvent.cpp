@@ -23,24 +23,27 @@ bool IsDriver(TextView sourceName) {
 
 bool IsFileSystem(TextView sourceName) { return ContainsFolded(sourceName, u"NTFS"); }
 
-bool IsDriverReport(TextView sourceName, TextView message) {
+DiskFinding CheckDriverReport(TextView message) {
+  if (!ContainsFolded(message, u"Harddisk")) return DiskFinding::NoDeviceName;
+  if (!ContainsAny(message, {u"Error", u"Corrupt", u"bad block"})) return DiskFinding::NoErrorWord;
   // Errors while paging come with every unplugged drive; they would drown the real ones.
-  return IsDriver(sourceName) && ContainsFolded(message, u"Harddisk") &&
-         ContainsAny(message, {u"Error", u"Corrupt", u"bad block"}) &&
-         !ContainsFolded(message, u"during a paging operation");
+  return ContainsFolded(message, u"during a paging operation") ? DiskFinding::WhilePaging : DiskFinding::DriverReport;
 }
 
-bool IsFileSystemCorruption(TextView sourceName, TextView message) {
-  return IsFileSystem(sourceName) && ContainsFolded(message, u"Corrupt");
+DiskFinding CheckBySource(TextView sourceName, TextView message) {
+  if (IsDriver(sourceName)) return CheckDriverReport(message);
+  if (!IsFileSystem(sourceName)) return DiskFinding::NoDiskSource;
+  return ContainsFolded(message, u"Corrupt") ? DiskFinding::Corruption : DiskFinding::NoCorruption;
 }
 
 }  // namespace
 
 bool IsDiskSource(TextView sourceName) { return IsDriver(sourceName) || IsFileSystem(sourceName); }
 
-bool IsDiskEvent(TextView sourceName, TextView message) {
-  return IsDriverReport(sourceName, message) || IsFileSystemCorruption(sourceName, message) ||
-         ContainsFolded(message, Phrases::kFakeDisk);
+DiskFinding CheckForDiskEvent(TextView sourceName, TextView message) {
+  const DiskFinding finding = CheckBySource(sourceName, message);
+  if (IsDiskEvent(finding) || !ContainsFolded(message, Phrases::kFakeDisk)) return finding;
+  return DiskFinding::TestPhrase;
 }
 
 }  // namespace ovs

@@ -17,6 +17,8 @@ namespace {
 constexpr TextView kNames[] = {u"GlobalExclusion_EventID_List.txt", u"GlobalExclusion_EventSource_List.txt",
                                u"GlobalExclusion_EventDesc_List.txt"};
 
+Text KeyOf(TextView text) { return Fold(App_Strings::TrimBlanks(text)); }
+
 }  // namespace
 
 GlobalExclusions::GlobalExclusions(App_FileSystem& files, FileProblems& problems, TextView rulesFolder)
@@ -33,7 +35,7 @@ void GlobalExclusions::Forget() {
   occurs_.reset();
 }
 
-std::optional<std::vector<Text>> GlobalExclusions::ReadLines(ListKind kind) {
+std::optional<std::vector<Text>> GlobalExclusions::Lines(List kind) {
   constexpr TextView kWhat = u"Cannot use exclusion list";
   const Text& path = paths_[kind];
   std::vector<Text> lines;
@@ -49,21 +51,24 @@ std::optional<std::vector<Text>> GlobalExclusions::ReadLines(ListKind kind) {
     return lines;
   }
   problems_.Clear(path);
-  lines = App_Strings::Split(text, u"\r\n");
-  std::erase(lines, Text());
+  return App_Strings::Split(text, u"\r\n");
+}
+
+std::optional<std::vector<Text>> GlobalExclusions::ReadLines(List kind) {
+  auto lines = Lines(kind);
+  if (lines) std::erase(*lines, Text());
   return lines;
 }
 
-bool GlobalExclusions::AnyLineEquals(ListKind kind, TextView value) {
-  const auto key = [](TextView text) { return Fold(App_Strings::TrimBlanks(text)); };
+bool GlobalExclusions::AnyLineEquals(List kind, TextView value) {
   auto& known = equals_[kind];
   if (!known) {
     const auto lines = ReadLines(kind);
     if (!lines) return false;
     known.emplace();
-    for (const Text& line : *lines) known->insert(key(line));
+    for (const Text& line : *lines) known->insert(KeyOf(line));
   }
-  return known->contains(key(value));
+  return known->contains(KeyOf(value));
 }
 
 bool GlobalExclusions::AnyLineOccursIn(TextView message) {
@@ -96,8 +101,24 @@ bool GlobalExclusions::CheckGlobalEventDescEx(TextView message) {
   return proc.Run(false, [&] { return AnyLineOccursIn(message); });
 }
 
-bool GlobalExclusions::Excludes(TextView eventCode, TextView sourceName, TextView message) {
-  return CheckGlobalEventIDEx(eventCode) || CheckGlobalEventSourceEx(sourceName) || CheckGlobalEventDescEx(message);
+std::optional<GlobalExclusions::List> GlobalExclusions::ExcludedBy(TextView eventCode, TextView sourceName,
+                                                                   TextView message) {
+  if (CheckGlobalEventIDEx(eventCode)) return kIds;
+  if (CheckGlobalEventSourceEx(sourceName)) return kSources;
+  if (CheckGlobalEventDescEx(message)) return kTexts;
+  return std::nullopt;
 }
+
+std::optional<GlobalExclusions::Line> GlobalExclusions::LineThatExcludes(List list, TextView value) {
+  const std::vector<Text> lines = Lines(list).value_or(std::vector<Text>());
+  const Text key = KeyOf(value);
+  const auto found = std::ranges::find_if(lines, [&](const Text& line) {
+    return !line.empty() && (list == kTexts ? ContainsFolded(value, line) : KeyOf(line) == key);
+  });
+  if (found == lines.end()) return std::nullopt;
+  return Line{static_cast<std::size_t>(found - lines.begin()) + 1, *found};
+}
+
+TextView GlobalExclusions::FileName(List list) { return kNames[list]; }
 
 }  // namespace ovs

@@ -18,6 +18,8 @@ namespace ovs {
 
 class GlobalExclusions {
  public:
+  enum List { kIds, kSources, kTexts, kListCount };
+
   // `rulesFolder` has no trailing "\". The file helpers and the reporter must outlive this object.
   GlobalExclusions(App_FileSystem& files, FileProblems& problems, TextView rulesFolder);
 
@@ -33,15 +35,25 @@ class GlobalExclusions {
   // A line, as it stands, occurs in the message without regard to case.
   [[nodiscard]] bool CheckGlobalEventDescEx(TextView message);
 
-  // The three in their order; stops at the first that is true.
-  [[nodiscard]] bool Excludes(TextView eventCode, TextView sourceName, TextView message);
+  // The three in their order; the first that is true.
+  [[nodiscard]] std::optional<List> ExcludedBy(TextView eventCode, TextView sourceName, TextView message);
+  [[nodiscard]] static TextView FileName(List list);
+
+  // The lines of a list as it is on disk, empty ones too, so that their places count; none when it could not be read,
+  // which may pass.
+  [[nodiscard]] std::optional<std::vector<Text>> Lines(List list);
+
+  struct Line {
+    std::size_t number = 0;  // 1 is the first
+    Text text;
+  };
+  // The first line of that list, as it is on disk, by which the value (an event code, a source name, a message) is excluded.
+  [[nodiscard]] std::optional<Line> LineThatExcludes(List list, TextView value);
 
  private:
-  enum ListKind { kIds, kSources, kTexts, kListCount };
-
-  // The lines of a list; none when it could not be read, which may pass.
-  [[nodiscard]] std::optional<std::vector<Text>> ReadLines(ListKind kind);
-  [[nodiscard]] bool AnyLineEquals(ListKind kind, TextView value);
+  // The lines that count.
+  [[nodiscard]] std::optional<std::vector<Text>> ReadLines(List kind);
+  [[nodiscard]] bool AnyLineEquals(List kind, TextView value);
   [[nodiscard]] bool AnyLineOccursIn(TextView message);
 
   App_FileSystem& files_;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "base/Text.h"
+#include "monitor/EventRecord.h"
 
 namespace ovs::Phrases {
 
@@ -11,5 +12,9 @@ inline constexpr TextView kStop = u"orvanta - stopping event service...";
 inline constexpr TextView kOwnCrash = u"Orvanta Event Service service terminated unexpectedly";
 // In a record that an administrator writes to try the way of a disk alert.
 inline constexpr TextView kFakeDisk = u"Fake Disk Alert";
+
+[[nodiscard]] bool HasStopPhrase(TextView message);
+// The service control manager's report of this service's own crash; nobody is alerted to it.
+[[nodiscard]] bool IsOwnCrash(const EventRecord& record);
 
 }  // namespace ovs::Phrases

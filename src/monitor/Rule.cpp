@@ -19,11 +19,12 @@ bool EqualsWhenGiven(RuleReader& rule, TextView key, TextView actual) {
   return wanted.empty() || StringsMatch(wanted, actual);
 }
 
-bool AgreesWithMessage(RuleReader& rule, TextView message) {
+std::optional<RuleCondition> FailedOnMessage(RuleReader& rule, TextView message) {
   const Text wanted = rule.Read(u"EventDetail", u"EventDesc");
-  if (!wanted.empty() && !ContainsFolded(message, wanted)) return false;
+  if (!wanted.empty() && !ContainsFolded(message, wanted)) return RuleCondition::EventDesc;
   const Text unwanted = rule.Read(u"EventDetail", u"EventDescEx");
-  return unwanted.empty() || !ContainsFolded(message, unwanted);
+  if (!unwanted.empty() && ContainsFolded(message, unwanted)) return RuleCondition::EventDescEx;
+  return std::nullopt;
 }
 
 }  // namespace
@@ -51,13 +52,14 @@ Text RuleName(TextView ruleFile) {
   return Text(name.substr(0, dot));
 }
 
-bool RuleMatches(RuleReader& rule, const EventRecord& record) {
+std::optional<RuleCondition> FirstFailedCondition(RuleReader& rule, const EventRecord& record) {
   const std::optional<std::uint32_t> log = LogNumber(record.logfile);
-  if (!log || !IsSet(rule, u"LogFile", kRuleLogNames[*log])) return false;
+  if (!log || !IsSet(rule, u"LogFile", kRuleLogNames[*log])) return RuleCondition::Log;
   const std::optional<std::uint32_t> type = TypeNumber(record.eventType, record.type);
-  if (!type || !IsSet(rule, u"EventType", kRuleTypeNames[*type])) return false;
-  return EqualsWhenGiven(rule, u"EventID", record.eventCode) && EqualsWhenGiven(rule, u"EventSource", record.sourceName) &&
-         AgreesWithMessage(rule, record.message);
+  if (!type || !IsSet(rule, u"EventType", kRuleTypeNames[*type])) return RuleCondition::Type;
+  if (!EqualsWhenGiven(rule, u"EventID", record.eventCode)) return RuleCondition::EventID;
+  if (!EqualsWhenGiven(rule, u"EventSource", record.sourceName)) return RuleCondition::EventSource;
+  return FailedOnMessage(rule, record.message);
 }
 
 }  // namespace ovs

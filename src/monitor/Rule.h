@@ -39,8 +39,15 @@ class RuleReader {
   virtual Text Read(TextView section, TextView key) = 0;
 };
 
-// True when the record passes every condition of the rule: log, type, event ID, source, text that must occur and text
-// that must not. Reads only the keys up to the first condition that fails. Global exclusions are not looked at.
-[[nodiscard]] bool RuleMatches(RuleReader& rule, const EventRecord& record);
+// The conditions of a rule in the order in which they are tested; the last two are of the message.
+enum class RuleCondition { Log, Type, EventID, EventSource, EventDesc, EventDescEx };
+
+// The first condition of the rule that the record does not pass: log, type, event ID, source, text that must occur, text
+// that must not. None when it passes all. Reads only the keys up to that condition. Global exclusions are not looked at.
+[[nodiscard]] std::optional<RuleCondition> FirstFailedCondition(RuleReader& rule, const EventRecord& record);
+
+[[nodiscard]] inline bool RuleMatches(RuleReader& rule, const EventRecord& record) {
+  return !FirstFailedCondition(rule, record);
+}
 
 }  // namespace ovs

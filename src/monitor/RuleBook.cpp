@@ -33,9 +33,8 @@ RuleBook::RuleBook(const RuleBookParts& parts, const MonitorSettings& settings)
     : parts_(parts),
       settings_(settings),
       rulesFolder_(parts.files, parts.clock, settings.rulesFolder, IsRulesEntry),
-      configFolder_(parts.files, parts.clock, FolderOf(settings.configIniPath), IsSettingsFile) {
-  BuildIndex();
-}
+      configFolder_(parts.files, parts.clock, FolderOf(settings.configIniPath), IsSettingsFile),
+      index_(IndexOf({})) {}
 
 // What fails is tried again at once a few times, for it may be a moment's trouble, and then once a window: what lasts, such
 // as a share that is away, must not cost every record its time.
@@ -61,19 +60,27 @@ void RuleBook::Refresh() {
 void RuleBook::LookAtAll() {
   Proc proc(u"RuleBook", u"LookAtAll", ProcKind::Sub);
   const std::uint64_t start = parts_.clock.Milliseconds();
-  // Until the end is reached, an error makes the next record look again.
-  mustLook_ = true;
+  bool complete = false;
+  mustLook_ = false;
   proc.Run([&] {
-    mustLook_ = false;
     // Whatever happens from here on is news. A new watch each time: the old one may watch a folder that was moved away
     // since, together with the one above it.
     const Text folders[] = {rulesFolder_.Folder(), configFolder_.Folder()};
     watch_ = parts_.watcher.Watch(folders);
     LookAtSettings();
     LookAtRules();
+    complete = true;
   });
+  if (!complete) LookAtAllAnew();
   lastLook_ = parts_.clock.Milliseconds();
   window_ = std::max(kShortestWindow, (lastLook_ - start) * kWindowPerCost);
+}
+
+// What was seen has not been taken over.
+void RuleBook::LookAtAllAnew() {
+  rulesFolder_.Forget();
+  configFolder_.Forget();
+  mustLook_ = true;
 }
 
 void RuleBook::LookAtSettings() {
@@ -110,27 +117,31 @@ void RuleBook::TakeRules() {
   std::unordered_map<TextView, Known*> before;
   for (Known& known : rules_) before.emplace(TextView(known.rule.path).substr(settings_.rulesFolder.size() + 1), &known);
   std::vector<Known> now;
-  bool changed = false;
-  anyRefused_ = false;
+  bool changed = mustBuild_;
+  bool anyRefused = false;
   for (const FolderLook::Entry& entry : rulesFolder_.Entries()) {
     if (!IsRuleFile(entry.name)) continue;
     const auto found = before.find(entry.name);
     const bool isKnown = found != before.end();
-    Known known = isKnown ? *found->second : Known{{settings_.rulesFolder + u"\\" + entry.name, {}}, {}, false};
+    Known known = isKnown ? *found->second : Known{{settings_.rulesFolder + u"\\" + entry.name, {}, true}, {}, false};
     if (entry.isNew || known.refused) changed = Load(known) || changed;
     changed = changed || !isKnown || now.size() >= rules_.size() || rules_[now.size()].rule.path != known.rule.path;
-    anyRefused_ = anyRefused_ || known.refused;
+    anyRefused = anyRefused || known.refused;
     now.push_back(std::move(known));
   }
   changed = changed || now.size() != rules_.size();
+  // Both change or none does: the index knows the rules by their numbers.
+  if (changed) index_ = IndexOf(now);
   rules_ = std::move(now);
-  if (changed) BuildIndex();
+  anyRefused_ = anyRefused;
+  mustBuild_ = false;
 }
 
 // Reads the file; true when the rule means something else than before. What cannot be used matches nothing.
 bool RuleBook::Load(Known& known) {
   const IniLoad outcome = LoadRuleFile(parts_.ini, parts_.problems, known.rule.path, known.rule.content);
   known.refused = outcome == IniLoad::Refused;
+  known.rule.usable = outcome == IniLoad::Ok;
   RuleConditions conditions = outcome == IniLoad::Ok ? ConditionsOf(known.rule.content) : RuleConditions();
   const bool changed = conditions != known.conditions;
   known.conditions = std::move(conditions);
@@ -139,15 +150,19 @@ bool RuleBook::Load(Known& known) {
 
 void RuleBook::RetryRefused() {
   Proc proc(u"RuleBook", u"RetryRefused", ProcKind::Sub);
+  bool complete = false;
   proc.Run([&] {
-    bool changed = false;
-    anyRefused_ = false;
+    bool anyRefused = false;
     for (Known& known : rules_) {
-      if (known.refused) changed = Load(known) || changed;
-      anyRefused_ = anyRefused_ || known.refused;
+      if (known.refused) mustBuild_ = Load(known) || mustBuild_;
+      anyRefused = anyRefused || known.refused;
     }
-    if (changed) BuildIndex();
+    if (mustBuild_) index_ = IndexOf(rules_);
+    mustBuild_ = false;
+    anyRefused_ = anyRefused;
+    complete = true;
   });
+  if (!complete) LookAtAllAnew();
 }
 
 std::size_t RuleBook::MemoryInUse() const {
@@ -156,12 +171,12 @@ std::size_t RuleBook::MemoryInUse() const {
   return bytes;
 }
 
-void RuleBook::BuildIndex() {
+RuleIndex RuleBook::IndexOf(const std::vector<Known>& rules) {
   static constexpr std::array<TextView, 3> kPhrases = {Phrases::kStop, Phrases::kOwnCrash, Phrases::kFakeDisk};
   std::vector<RuleConditions> conditions;
-  conditions.reserve(rules_.size());
-  for (const Known& known : rules_) conditions.push_back(known.conditions);
-  index_ = RuleIndex(std::move(conditions), kPhrases);
+  conditions.reserve(rules.size());
+  for (const Known& known : rules) conditions.push_back(known.conditions);
+  return RuleIndex(std::move(conditions), kPhrases);
 }
 
 }  // namespace ovs

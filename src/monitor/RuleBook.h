@@ -35,10 +35,10 @@ struct RuleBookParts {
 
 class RuleBook {
  public:
-  // A rule file that can be used.
   struct Rule {
     Text path;  // as it is spelled on disk
     PlainIni content;
+    bool usable = true;  // false: the file was reported and matches nothing
   };
   // Numbers of the phrases that the index looks for in every message.
   enum Phrase : std::uint32_t { kStopPhrase, kOwnCrashPhrase, kFakeDiskPhrase };
@@ -49,7 +49,7 @@ class RuleBook {
 
   // Candidates among the rules for a record, see RuleIndex.
   void Find(const EventRecord& record, RuleIndex::Scratch& scratch) const { index_.Find(record, scratch); }
-  // By a number that Find gave; the reference is good until the next Refresh.
+  // By a number that Find gave, or by the place in the order of the folder; the reference is good until the next Refresh.
   [[nodiscard]] const Rule& RuleAt(std::uint32_t number) const { return rules_[number].rule; }
   [[nodiscard]] std::size_t RuleCount() const { return rules_.size(); }
   [[nodiscard]] bool DiskEventsOn() const { return diskEventsOn_; }
@@ -64,12 +64,13 @@ class RuleBook {
   };
 
   void LookAtAll();
+  void LookAtAllAnew();
   void LookAtRules();
   void LookAtSettings();
   void TakeRules();
   [[nodiscard]] bool Load(Known& known);
   void RetryRefused();
-  void BuildIndex();
+  [[nodiscard]] static RuleIndex IndexOf(const std::vector<Known>& rules);
 
   RuleBookParts parts_;
   MonitorSettings settings_;
@@ -80,6 +81,7 @@ class RuleBook {
   RuleIndex index_;
   bool diskEventsOn_ = false;
   bool mustLook_ = true;
+  bool mustBuild_ = false;  // a rule has changed and the index does not know
   bool anyRefused_ = false;
   std::uint64_t lastLook_ = 0;  // when all was looked at, and when news were asked for; milliseconds of the clock
   std::uint64_t lastAsked_ = 0;

@@ -1,7 +1,6 @@
 #include "monitor/modFilterEvents.h"
 
 #include "base/App_Strings.h"
-#include "base/Fold.h"
 #include "diag/App_Debug.h"
 #include "diag/Proc.h"
 #include "monitor/AlertText.h"
@@ -13,28 +12,6 @@
 #include "platform/FS_DirList.h"
 
 namespace ovs {
-
-namespace {
-
-bool IsOwnCrash(const EventRecord& record) {
-  return App_Strings::StringsMatch(record.sourceName, u"service control manager") &&
-         ContainsFolded(record.message, Phrases::kOwnCrash);
-}
-
-// One rule file, read once: all its keys are of one moment.
-class RuleFileReader final : public RuleReader {
- public:
-  RuleFileReader(App_Common& common, TextView path, const PlainIni& content)
-      : common_(common), path_(path), content_(content) {}
-  Text Read(TextView section, TextView key) override { return common_.ReadINI(content_, path_, section, key); }
-
- private:
-  App_Common& common_;
-  TextView path_;
-  const PlainIni& content_;
-};
-
-}  // namespace
 
 modFilterEvents::modFilterEvents(const FilterParts& parts, const MonitorSettings& settings)
     : parts_(parts),
@@ -64,11 +41,11 @@ void modFilterEvents::FindEvents(const EventRecord& record) {
 
 void modFilterEvents::FindEventsTraced(const EventRecord& record) {
   exclusions_.Forget();
-  if (ContainsFolded(record.message, Phrases::kStop)) {
-    stopPhraseSeen_ = true;
+  if (Phrases::HasStopPhrase(record.message)) {
+    ++stopPhrases_;
     return;
   }
-  if (IsOwnCrash(record)) return;
+  if (Phrases::IsOwnCrash(record)) return;
   const bool diskCheck = parts_.ini.ReadINI(settings_.configIniPath, u"Monitoring", u"DiskEvents") == u"1";
   if (diskCheck && FindDiskEvents(record)) return;
   CheckRules(record);
@@ -78,10 +55,10 @@ void modFilterEvents::FindEventsQuickly(const EventRecord& record) {
   book_.Refresh();
   book_.Find(record, scratch_);
   if (RuleIndex::Phrase(scratch_, RuleBook::kStopPhrase)) {
-    stopPhraseSeen_ = true;
+    ++stopPhrases_;
     return;
   }
-  if (RuleIndex::Phrase(scratch_, RuleBook::kOwnCrashPhrase) && IsOwnCrash(record)) return;
+  if (RuleIndex::Phrase(scratch_, RuleBook::kOwnCrashPhrase) && Phrases::IsOwnCrash(record)) return;
   const bool mayBeDiskEvent = RuleIndex::Phrase(scratch_, RuleBook::kFakeDiskPhrase) || IsDiskSource(record.sourceName);
   if (book_.DiskEventsOn() && mayBeDiskEvent && FindDiskEvents(record)) return;
   for (const std::uint32_t number : scratch_.rules) {
@@ -117,17 +94,33 @@ void modFilterEvents::Check(TextView ruleFile, const PlainIni* content, const Ev
   proc.Run([&] {
     PlainIni own;
     if (content == nullptr && LoadRuleFile(parts_.ini, problems_, ruleFile, own) != IniLoad::Ok) return;
-    if (!RuleFires(ruleFile, content == nullptr ? own : *content, record)) return;
+    RuleFileReader reader(parts_.ini, ruleFile, content == nullptr ? own : *content);
+    if (!RuleMatches(reader, record)) return;
     const Text ruleName = RuleName(ruleFile);
+    if (IsHidden(ruleName, record, false)) return;
     const Text timeText = RecordTimeText(parts_.time, record.timeGenerated, settings_.display);
     action_.DoAction(AlertText::RuleAlert(timeText, ruleName, record), false);
     parts_.log.Write({record, ruleName, timeText, AlertText::RuleLogEntry(timeText, ruleName, record), false});
   });
 }
 
-bool modFilterEvents::RuleFires(TextView ruleFile, const PlainIni& content, const EventRecord& record) {
-  RuleFileReader reader(parts_.ini, ruleFile, content);
-  return RuleMatches(reader, record) && !exclusions_.Excludes(record.eventCode, record.sourceName, record.message);
+bool modFilterEvents::IsHidden(TextView ruleName, const EventRecord& record, bool isDiskAlert) {
+  const auto list = exclusions_.ExcludedBy(record.eventCode, record.sourceName, record.message);
+  if (list) parts_.log.Hidden({record, ruleName, *list, isDiskAlert});
+  return list.has_value();
+}
+
+std::vector<Text> modFilterEvents::RuleNames() {
+  book_.Refresh();
+  std::vector<Text> names;
+  names.reserve(book_.RuleCount());
+  for (std::uint32_t i = 0; i < book_.RuleCount(); ++i) names.push_back(RuleName(book_.RuleAt(i).path));
+  return names;
+}
+
+bool modFilterEvents::DiskEventsOn() {
+  book_.Refresh();
+  return book_.DiskEventsOn();
 }
 
 bool modFilterEvents::FindDiskEvents(const EventRecord& record) {
@@ -141,8 +134,8 @@ bool modFilterEvents::FindDiskEvents(const EventRecord& record) {
   bool isDiskEvent = false;
   proc.Run([&] {
     isDiskEvent = IsDiskEvent(record.sourceName, record.message);
-    if (!isDiskEvent || exclusions_.Excludes(record.eventCode, record.sourceName, record.message)) return;
     const Text& ruleName = settings_.diskEventsRuleName;
+    if (!isDiskEvent || IsHidden(ruleName, record, true)) return;
     const Text timeText = RecordTimeText(parts_.time, record.timeGenerated, settings_.display);
     action_.DoAction(AlertText::DiskAlert(timeText, ruleName, record), true);
     parts_.log.Write({record, ruleName, timeText, AlertText::DiskLogEntry(timeText, ruleName, record), true});

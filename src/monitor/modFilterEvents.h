@@ -44,14 +44,21 @@ class modFilterEvents {
   bool FindDiskEvents(const EventRecord& record);
 
   // True once a record carried the stop phrase.
-  [[nodiscard]] bool StopPhraseSeen() const { return stopPhraseSeen_; }
+  [[nodiscard]] bool StopPhraseSeen() const { return stopPhrases_ != 0; }
+  // How many records carried it.
+  [[nodiscard]] std::uint64_t StopPhrases() const { return stopPhrases_; }
+
+  // As the files are at this moment: the names of all rules, also of those that cannot be used, in the order of their
+  // test; and whether the disk check is on.
+  [[nodiscard]] std::vector<Text> RuleNames();
+  [[nodiscard]] bool DiskEventsOn();
 
  private:
   void FindEventsTraced(const EventRecord& record);
   void FindEventsQuickly(const EventRecord& record);
   void CheckRules(const EventRecord& record);
   void Check(TextView ruleFile, const PlainIni* content, const EventRecord& record);
-  [[nodiscard]] bool RuleFires(TextView ruleFile, const PlainIni& content, const EventRecord& record);
+  [[nodiscard]] bool IsHidden(TextView ruleName, const EventRecord& record, bool isDiskAlert);
 
   FilterParts parts_;
   MonitorSettings settings_;
@@ -60,7 +67,7 @@ class modFilterEvents {
   RuleBook book_;
   RuleIndex::Scratch scratch_;
   AlertAction action_;
-  bool stopPhraseSeen_ = false;
+  std::uint64_t stopPhrases_ = 0;
 };
 
 }  // namespace ovs

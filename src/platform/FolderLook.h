@@ -29,6 +29,11 @@ class FolderLook {
 
   // Lists the folder; one that does not exist has no entries.
   Outcome Look();
+  // The next look finds everything new.
+  void Forget() noexcept {
+    looked_ = false;
+    entries_.clear();
+  }
 
   [[nodiscard]] const Text& Folder() const { return folder_; }
   [[nodiscard]] const std::vector<Entry>& Entries() const { return entries_; }

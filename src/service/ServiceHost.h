@@ -6,7 +6,12 @@
 
 #include <cstdint>
 
+#include "base/Text.h"
+
 namespace ovs {
+
+// As the service control manager knows the service.
+inline constexpr TextView kServiceName = u"OvsEventSvc";
 
 // States as the service control manager numbers them.
 enum class ServiceState : std::uint32_t { Unchanged = 0, Stopped = 1, StartPending = 2, StopPending = 3, Running = 4 };

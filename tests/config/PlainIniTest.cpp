@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "base/Encoding.h"
+
 namespace ovs {
 namespace {
 
@@ -128,6 +130,26 @@ TEST(ProfileValue, LongValuesAreCut) {
   // Blanks that a cut brings to the end go too; those that a quote kept count among the 8,191.
   EXPECT_EQ(ProfileValue(Text(8190, u'x') + u"  y"), Text(8190, u'x'));
   EXPECT_EQ(ProfileValue(u"' " + Text(8192, u'x') + u"'"), Text(8190, u'x'));
+}
+
+// Every line that counts for something, with the number that an editor shows.
+TEST(PlainIni, LinesAsTheyStand) {
+  const PlainIni ini(u"\r\nk=0\n\r\r; r\r\n[ a ] x\n\n k = v \nk2\r\r\n[b\nk=");
+  std::string lines;
+  for (const PlainIni::Line& line : ini.Lines()) {
+    lines += std::to_string(line.number) + "SKR"[static_cast<int>(line.kind)] + ToUtf8(line.name) +
+             (line.value ? "=" + ToUtf8(*line.value) : "") + "|" + ToUtf8(line.whole) + "\n";
+  }
+  EXPECT_EQ(lines, "2Kk=0|k=0\n5R|; r\n6Sa|[ a ] x\n8Kk=v|k = v\n9Kk2|k2\n11Sb|[b\n12Kk=|k=\n");
+}
+
+TEST(PlainIni, CutValues) {
+  const auto value = [](std::size_t length) { return Text(length, u'x'); };
+  for (const std::size_t length : {0u, 1u, 8189u, 8190u, 8191u}) EXPECT_FALSE(IsCutValue(value(length))) << length;
+  EXPECT_FALSE(IsCutValue(u"\" a \""));
+  EXPECT_FALSE(IsCutValue(u"\"" + value(8190) + u"\""));
+  EXPECT_TRUE(IsCutValue(value(8192)));
+  EXPECT_TRUE(IsCutValue(u"\"" + value(8192) + u"\""));
 }
 
 }  // namespace

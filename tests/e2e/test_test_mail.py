@@ -41,7 +41,7 @@ class TestMailTest(unittest.TestCase):
 
     def settings(self, server, ca="ca", **changes):
         """Writes settings that suit the server; a value of None leaves the key out."""
-        scrambled = self.ovsctl("scramble-password", typed=server.password + "\n").stdout.strip()
+        scrambled = self.ovsctl("set-password", "--print", typed=server.password + "\n").stdout.strip()
         values = {"AdminEmail": TO, "SMTPServer": "localhost", "SMTPPort": server.port, "SMTPUserName": server.user,
                   "SMTPPassword": scrambled, "UseSSL": 2, "AutoFix": 0} | changes
         lines = [f"{key}={value}" for key, value in values.items() if value is not None]

@@ -12,9 +12,11 @@
 #include <span>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "Feed.h"
 #include "FeedLine.h"
+#include "LogQuery.h"
 #include "StandinNames.h"
 
 // COM interfaces have no virtual destructor: their objects end themselves in Release.
@@ -328,28 +330,115 @@ bool EventSource::Play(FeedLine line, Answer& answer, VARIANT& result) {
   return false;
 }
 
+// Goes through records once, from front to back.
+class Enumerator final : public IEnumVARIANT {
+ public:
+  explicit Enumerator(std::vector<RecordLine> records) : records_(std::move(records)) { ++liveObjects; }
+  Enumerator(const Enumerator&) = delete;
+  Enumerator& operator=(const Enumerator&) = delete;
+
+  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
+    if (!out) return E_POINTER;
+    const bool known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_IEnumVARIANT);
+    *out = known ? this : nullptr;
+    if (!known) return E_NOINTERFACE;
+    AddRef();
+    return S_OK;
+  }
+  ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
+  ULONG STDMETHODCALLTYPE Release() override {
+    const ULONG left = --references_;
+    if (left == 0) delete this;
+    return left;
+  }
+  HRESULT STDMETHODCALLTYPE Next(ULONG count, VARIANT* out, ULONG* got) override try {
+    if (!out) return E_POINTER;
+    ULONG done = 0;
+    for (; done < count && next_ < records_.size(); ++done, ++next_) {
+      VariantInit(&out[done]);
+      PutObject(out[done], new Record(std::move(records_[next_]), nullptr));
+    }
+    if (got) *got = done;
+    return done == count ? S_OK : S_FALSE;
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
+  HRESULT STDMETHODCALLTYPE Skip(ULONG) override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE Reset() override { return E_NOTIMPL; }
+  HRESULT STDMETHODCALLTYPE Clone(IEnumVARIANT**) override { return E_NOTIMPL; }
+
+ private:
+  ~Enumerator() { --liveObjects; }
+
+  std::vector<RecordLine> records_;
+  std::size_t next_ = 0;
+  std::atomic<ULONG> references_{1};
+};
+
+// What a query for past records gives. Its only member has no name, just the number that every collection's has.
+class ObjectSet final : public AutomationObject {
+ public:
+  explicit ObjectSet(std::vector<RecordLine> records) : records_(std::move(records)) {}
+
+  HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID iid, LCID locale, WORD kind, DISPPARAMS* params, VARIANT* result,
+                                   EXCEPINFO* info, UINT* argument) override try {
+    if (id != DISPID_NEWENUM || !result)
+      return AutomationObject::Invoke(id, iid, locale, kind, params, result, info, argument);
+    result->vt = VT_UNKNOWN;
+    result->punkVal = new Enumerator(std::move(records_));
+    return S_OK;
+  } catch (const std::bad_alloc&) {
+    return E_OUTOFMEMORY;
+  }
+
+ private:
+  std::span<const Member> Members() const override { return {}; }
+  Answer Call(std::size_t, const Arguments&, VARIANT&) override { return {.code = DISP_E_MEMBERNOTFOUND}; }
+
+  std::vector<RecordLine> records_;
+};
+
+std::string Utf8(std::wstring_view text) {
+  const int units = static_cast<int>(text.size());
+  std::string out(
+      static_cast<std::size_t>(WideCharToMultiByte(CP_UTF8, 0, text.data(), units, nullptr, 0, nullptr, nullptr)), '\0');
+  WideCharToMultiByte(CP_UTF8, 0, text.data(), units, out.data(), static_cast<int>(out.size()), nullptr, nullptr);
+  return out;
+}
+
 class Services final : public AutomationObject {
  private:
+  enum MemberNumber : std::size_t { kExecNotificationQuery, kExecQuery };
+
   std::span<const Member> Members() const override {
-    static constexpr Member kMembers[] = {{L"ExecNotificationQuery", DISPATCH_METHOD}};
+    static constexpr Member kMembers[] = {{L"ExecNotificationQuery", DISPATCH_METHOD}, {L"ExecQuery", DISPATCH_METHOD}};
     return kMembers;
   }
-  // The real method takes flags and a value set after the query; nobody here passes them.
-  std::size_t MaxArguments() const override { return 1; }
-  Answer Call(std::size_t, const Arguments& arguments, VARIANT& result) override {
-    if (!arguments.Has(0)) return {.code = DISP_E_BADPARAMCOUNT};
+  // The real methods take the query's language, flags and a value set after the query.
+  std::size_t MaxArguments() const override { return 3; }
+  Answer Call(std::size_t member, const Arguments& arguments, VARIANT& result) override {
+    // For notifications nobody here passes more than the query.
+    if (!arguments.Has(0) || (member == kExecNotificationQuery && arguments.Count() > 1))
+      return {.code = DISP_E_BADPARAMCOUNT};
     VARIANT query;
     VariantInit(&query);
     if (const HRESULT error = arguments.Get(0, VT_BSTR, query); error != S_OK) return {.code = error};
-    const bool right = query.bstrVal && std::wstring_view(query.bstrVal, SysStringLen(query.bstrVal)) == kQuery;
+    const std::wstring text = query.bstrVal ? std::wstring(query.bstrVal, SysStringLen(query.bstrVal)) : std::wstring();
     VariantClear(&query);
-    return right ? Subscribe(result) : Answer{kInvalidQuery, L"SWbemServicesEx", L"Stand-in: invalid query"};
+    return Answered(member, text, result);
   }
-  static Answer Subscribe(VARIANT& result) {
+  static Answer Answered(std::size_t member, const std::wstring& text, VARIANT& result) {
+    const auto query = member == kExecQuery ? ParseLogQuery(Utf8(text)) : std::nullopt;
+    if (!query && (member == kExecQuery || text != kQuery))
+      return {kInvalidQuery, L"SWbemServicesEx", L"Stand-in: invalid query"};
     if (SwitchIsOn(kFailQueryValue)) return {kAccessDenied, L"SWbemServicesEx", L"Stand-in: the query was ordered to fail"};
     const std::wstring feed = ConfiguredFeed();
     if (feed.empty()) return {kNoFeed, L"SWbemServicesEx", L"Stand-in: no feed is configured"};
-    PutObject(result, new EventSource(feed));
+    if (query) {
+      PutObject(result, new ObjectSet(SelectRecords(feed, *query)));
+    } else {
+      PutObject(result, new EventSource(feed));
+    }
     return {};
   }
 };

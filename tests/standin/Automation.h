@@ -5,10 +5,11 @@ struct IDispatch;
 
 namespace ovs::standin {
 
-// The object behind the moniker. Its one member: ExecNotificationQuery(query), which gives an event source;
+// The object behind the moniker. ExecNotificationQuery(query) gives an event source;
 //   source.NextEvent([milliseconds]) gives an event, waiting without end when the time is missing or -1;
 //   event.TargetInstance gives the record;
 //   record.EventType and the other six properties give values, typed as the real service types them.
+// ExecQuery(query, "WQL", flags) gives a collection of records (see LogQuery.h) that can be gone through once.
 // The caller owns one reference. Throws std::bad_alloc.
 IDispatch* NewServices();
 

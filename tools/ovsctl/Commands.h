@@ -5,8 +5,12 @@
 
 namespace ovs {
 
+void AddExplainCommand(Program& program);
+void AddCheckCommand(Program& program);
+void AddEncryptCommand(Program& program);
 void AddReplayCommand(Program& program);
-void AddScramblePasswordCommand(Program& program);
+void AddSetPasswordCommand(Program& program);
+void AddStatusCommand(Program& program);
 void AddTestMailCommand(Program& program);
 
 }  // namespace ovs

@@ -58,17 +58,36 @@ void AppendShown(Text& out, TextView text, std::size_t& i) {
   }
 }
 
-}  // namespace
+// How wide the status line is that stands on the terminal.
+std::size_t statusWidth = 0;
 
-void Print(std::string_view line) {
+void PrintEnded(std::string_view line, std::string_view end) {
+  ShowStatus({});
   std::fwrite(line.data(), 1, line.size(), stdout);
-  std::fputc('\n', stdout);
+  std::fwrite(end.data(), 1, end.size(), stdout);
 }
 
+}  // namespace
+
+void Print(std::string_view line) { PrintEnded(line, "\n"); }
+
+void PrintCrLf(std::string_view line) { PrintEnded(line, os::PrintedCrLf()); }
+
 void Say(std::string_view line) {
+  ShowStatus({});
   std::fflush(stdout);
   const std::string whole = std::string(line) + '\n';
   std::fwrite(whole.data(), 1, whole.size(), stderr);
+}
+
+// Blanks over what stood there, for they work on any terminal.
+void ShowStatus(std::string_view line) {
+  if (line.empty() && statusWidth == 0) return;
+  std::string shown = "\r" + std::string(line);
+  if (statusWidth > line.size()) shown.append(statusWidth - line.size(), ' ');
+  if (line.empty()) shown += '\r';
+  statusWidth = line.size();
+  std::fwrite(shown.data(), 1, shown.size(), stderr);
 }
 
 int Fail(std::string_view message) {

@@ -12,8 +12,13 @@ enum class Style { Plain, Bold, Good, Bad, Faint };
 
 // A line of the result.
 void Print(std::string_view line);
+// The same, ended by CR LF on every system.
+void PrintCrLf(std::string_view line);
 // A message to whoever watches; the caller names file, line and reason.
 void Say(std::string_view line);
+// A line that is replaced by the next one, of whatever kind, on the terminal that shows messages; at most as wide as it.
+// An empty one takes it away.
+void ShowStatus(std::string_view line);
 // "ovsctl: message" as a message, with the pending system error's text behind it when there is one. Gives kFailed.
 [[nodiscard]] int Fail(std::string_view message);
 

@@ -5,8 +5,10 @@
 
 #include "Commands.h"
 #include "Console.h"
+#include "base/Encoding.h"
 #include "base/RuntimeError.h"
 #include "base/Version.h"
+#include "base/os/ProcessHardening.h"
 #include "os/SystemCommands.h"
 #include "os/Terminal.h"
 
@@ -22,11 +24,25 @@ int Run(int argc, char** argv) {
   app.footer(
       "Exit codes: 0 done, 1 done but something is wrong, 2 not done.\nEach command shows examples: ovsctl COMMAND --help");
   os::AddSystemCommands(program);
+  AddStatusCommand(program);
+  AddCheckCommand(program);
   AddReplayCommand(program);
-  AddScramblePasswordCommand(program);
+  AddExplainCommand(program);
   AddTestMailCommand(program);
+  AddSetPasswordCommand(program);
+  AddEncryptCommand(program);
 
   std::vector<std::string> arguments = os::ArgumentsOf(argc, argv);
+  if (arguments.empty()) {
+    Console::Print(app.help());
+    return kFailed;
+  }
+  // The library would only say that a command is missing.
+  const auto isMeant = [&](const CLI::App* command) { return command->check_name(arguments[0]); };
+  if (!arguments[0].starts_with("-") && app.get_subcommands(isMeant).empty()) {
+    return Console::Fail("there is no command \"" + Console::Shown(FromUtf8(arguments[0])) +
+                         "\"; \"ovsctl --help\" lists them");
+  }
   std::ranges::reverse(arguments);  // as CLI11 wants them
   try {
     app.parse(std::move(arguments));
@@ -39,6 +55,7 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  os::HardenProcess();
   const unsigned terminal = os::PrepareTerminal();
   int exitCode = kFailed;
   try {

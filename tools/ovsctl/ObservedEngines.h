@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "mail/MailComponent.h"
@@ -28,6 +29,7 @@ class ObservedEngines final : public MailEngines {
 
   // Of components that are done with.
   [[nodiscard]] const std::vector<ObservedMail>& Mails() const { return mails_; }
+  [[nodiscard]] std::vector<ObservedMail> TakeMails() { return std::exchange(mails_, {}); }
 
  private:
   class Component;

@@ -1,145 +1,274 @@
 #include "Replay.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <map>
+#include <iostream>
 #include <optional>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "Command.h"
+#include "Console.h"
+#include "HtmlReport.h"
+#include "Progress.h"
 #include "Records.h"
+#include "ReplayReport.h"
+#include "ServiceMail.h"
 #include "base/App_Strings.h"
 #include "base/Encoding.h"
-#include "base/os/Clock.h"
-#include "base/os/CommandLine.h"
 #include "base/os/FolderWatch.h"
-#include "base/os/PendingError.h"
-#include "base/os/System.h"
 #include "diag/App_Debug.h"
-#include "mail/AlertMailer.h"
 #include "monitor/modFilterEvents.h"
-#include "platform/DebugEnvironment.h"
+#include "os/LiveRecords.h"
+#include "os/Terminal.h"
 
 namespace ovs {
 
 namespace {
 
-// Counts the alerts of each rule and, when told to, writes the two logs.
-class CountingLog final : public AlertLog {
- public:
-  explicit CountingLog(AlertLog* next) : next_(next) {}
-
-  void Write(const Alert& alert) override {
-    ++total_;
-    ++byRule_[Text(alert.ruleName)];
-    if (next_ != nullptr) next_->Write(alert);
-  }
-
-  [[nodiscard]] std::uint64_t Total() const { return total_; }
-  [[nodiscard]] const std::map<Text, std::uint64_t>& ByRule() const { return byRule_; }
-
- private:
-  AlertLog* next_;
-  std::uint64_t total_ = 0;
-  std::map<Text, std::uint64_t> byRule_;
-};
-
+// Where the rule engine hands its alerts to e-mail. Sends them when told to.
 class ReplayMailer final : public AlertMailer {
  public:
-  Text SendEventsEmail(TextView, TextView, TextView) override { return {}; }
+  ReplayMailer(ReplayStatistics& statistics, ServiceMail& mail, bool send)
+      : statistics_(statistics), mail_(mail), send_(send) {}
+
+  Text SendEventsEmail(TextView subject, TextView body, TextView attachmentPath) override {
+    statistics_.AlertMailed();
+    if (!send_) return {};
+    const std::size_t wanted = mail_.Module().AlertCopies().size();
+    mail_.Module().SendEventsEmail(subject, body, attachmentPath);
+    std::size_t sent = 0;
+    for (const ObservedMail& each : mail_.TakeMails()) sent += each.sent ? 1 : 0;
+    sent_ += sent;
+    notSent_ += wanted > sent ? wanted - sent : 0;
+    return {};
+  }
+
+  [[nodiscard]] std::uint64_t Sent() const { return sent_; }
+  [[nodiscard]] std::uint64_t NotSent() const { return notSent_; }
+
+ private:
+  ReplayStatistics& statistics_;
+  ServiceMail& mail_;
+  bool send_;
+  std::uint64_t sent_ = 0;
+  std::uint64_t notSent_ = 0;
 };
 
-int Fail(const std::string& message) {
-  const std::uint32_t number = TakePendingSystemError();
-  const Text reason = number == 0 ? Text() : u" " + Diagnostics().GetSystemMsg(number, true);
-  std::fprintf(stderr, "ovsctl replay: %s%s\n", message.c_str(), ToUtf8(reason).c_str());
-  return kFailed;
-}
+// Shows what the service notes, but each thing once, and not that it works as it should.
+class Notes {
+ public:
+  Notes() {
+    Diagnostics().SetEntryListener([this](TextView entry) { Take(entry); });
+  }
+  ~Notes() { Diagnostics().SetEntryListener({}); }
+  Notes(const Notes&) = delete;
+  Notes& operator=(const Notes&) = delete;
 
-// Everything the service says in its debug log is worth seeing while rules are tried.
-void ShowDebugEntries() {
-  Diagnostics().SetEntryListener([](TextView entry) {
-    std::fprintf(stderr, "%s\n\n", ToUtf8(App_Strings::ReplaceAll(entry, u"\r\n", u"\n")).c_str());
-  });
-}
+ private:
+  // The first two lines of an entry tell when and where it was made.
+  void Take(TextView entry) {
+    constexpr std::size_t kMostKnown = 10'000;
+    static constexpr TextView kRoutine[] = {u"DoAction Initiated", u"Sending email...", u"ckSendEmail Success!",
+                                            u"Mail engines: "};
+    const auto isRoutine = [](TextView line) {
+      return std::ranges::any_of(kRoutine, [&](TextView beginning) { return line.starts_with(beginning); });
+    };
+    const std::vector<Text> lines = App_Strings::Split(entry, u"\r\n");
+    Text body;
+    for (std::size_t i = std::min<std::size_t>(2, lines.size()); i < lines.size(); ++i) body += lines[i] + u"\r\n";
+    if (lines.size() == 3 && isRoutine(lines.back())) return;
+    if (known_.size() >= kMostKnown) known_.clear();
+    if (!known_.insert(std::move(body)).second) return;
+    std::string shown;
+    for (const Text& line : lines) shown += Console::Shown(line) + "\n";
+    Console::Say(shown);
+  }
 
-struct Paths {
-  Text applicationFolder;
-  Text recordsFile;
+  std::unordered_set<Text> known_;
 };
 
-std::optional<Paths> ResolvePaths(const ReplayOptions& options) {
-  const std::optional<Text> folder = os::FullPathOfArgument(options.applicationFolder);
-  const std::optional<Text> records = os::FullPathOfArgument(options.recordsFile);
-  if (!folder || !records) return std::nullopt;
-  Paths paths{*folder, *records};
-  App_Strings::EnsureStringEndsWith(paths.applicationFolder, u"\\");
-  return paths;
-}
+// What was typed, made ready.
+struct Input {
+  Text file;
+  LiveQuery query;
+  Text page;
+};
 
-void PrintSummary(const RecordReadResult& read, const CountingLog& log) {
-  std::printf("%llu records, %llu alerts\n", static_cast<unsigned long long>(read.records),
-              static_cast<unsigned long long>(log.Total()));
-  for (const auto& [rule, count] : log.ByRule()) {
-    std::printf("%8llu  %s\n", static_cast<unsigned long long>(count), ToUtf8(rule).c_str());
+std::optional<Input> InputOf(const ReplayOptions& options) {
+  Input input;
+  if (options.live != options.recordsFile.empty()) {
+    static_cast<void>(Console::Fail("name either a file of records or --live"));
+    return std::nullopt;
   }
-}
-
-// The speed of matching alone: records come from memory.
-void Measure(modFilterEvents& filter, const std::vector<EventRecord>& records, int rounds) {
-  const std::uint64_t start = os::SystemClock().Milliseconds();
-  for (int round = 0; round < rounds; ++round) {
-    for (const EventRecord& record : records) filter.FindEvents(record);
+  if (!options.since.empty()) {
+    input.query.since = DurationSeconds(options.since);
+    if (!input.query.since) {
+      static_cast<void>(Console::Fail("--since needs a time such as 12h, 30d or 4w"));
+      return std::nullopt;
+    }
   }
-  const std::uint64_t passed = std::max<std::uint64_t>(os::SystemClock().Milliseconds() - start, 1);
-  const std::uint64_t count = records.size() * static_cast<std::uint64_t>(rounds);
-  std::printf("matched %llu records again, %llu a second\n", static_cast<unsigned long long>(count),
-              static_cast<unsigned long long>(count * 1000 / passed));
+  if (!options.log.empty()) input.query.log = FromUtf8(options.log);
+  for (const auto& [typed, path] : {std::pair{&options.recordsFile, &input.file}, {&options.htmlFile, &input.page}}) {
+    if (typed->empty()) continue;
+    std::optional<Text> full = TypedPath(*typed);
+    if (!full) return std::nullopt;
+    *path = std::move(*full);
+  }
+  return input;
 }
 
-int Replay(const Paths& paths, const ReplayOptions& options, App_FileSystem& fileSystem) {
-  App_Common ini(fileSystem.Files());
-  App_Time time(os::SystemClock(), os::SystemTimeZone(), fileSystem.Files());
-  MonitorSettings settings = PathsOf(paths.applicationFolder);
-  ReadDisplaySettings(ini, settings);
+// False when nothing may be sent; the reason was said.
+bool MaySend(const ReplayOptions& options, Installation& installation, ServiceMail& mail) {
+  const MonitorSettings& settings = installation.Settings();
+  const std::vector<modEmailSvc::Copy> copies = mail.Module().AlertCopies();
+  if (installation.Ini().ReadINI(settings.configIniPath, u"Monitoring", u"EventEmails") != u"1" || copies.empty()) {
+    static_cast<void>(Console::Fail("with these settings no alert is mailed; run without --send-mails to see why"));
+    return false;
+  }
+  if (options.yes) return true;
+  if (!os::IsTerminal(os::Stream::Messages)) {
+    static_cast<void>(Console::Fail("nobody can be asked here; give --yes to send the mails without asking"));
+    return false;
+  }
+  for (const modEmailSvc::Copy& copy : copies) Console::Say("Each alert is mailed to " + Console::Shown(copy.to) + ".");
+  Console::Say("There can be thousands; without --send-mails the number is told. Type \"yes\" to send them:");
+  std::string answer;
+  if (std::getline(std::cin, answer) && (answer == "yes" || answer == "yes\r")) return true;
+  static_cast<void>(Console::Fail("nothing was sent"));
+  return false;
+}
 
-  EventLogFiles files(fileSystem, settings);
-  CountingLog log(options.writeLogs ? &files : nullptr);
-  ReplayMailer mailer;
-  modFilterEvents filter({fileSystem, ini, time, mailer, log, os::SystemClock(), os::SystemFolderWatcher()}, settings);
+// The records on their way through the rule engine.
+class Run {
+ public:
+  Run(const ReplayOptions& options, Installation& installation, ServiceMail& mail)
+      : options_(options),
+        installation_(installation),
+        mail_(mail),
+        files_(installation.FileSystem(), installation.Settings()),
+        statistics_(options.writeLogs ? &files_ : nullptr),
+        mailer_(statistics_, mail, options.sendMails),
+        filter_(PartsWith(statistics_, mailer_), installation.Settings()) {}
 
-  std::vector<EventRecord> kept;
-  const RecordReadResult read =
-      ReadRecords(fileSystem.Files(), paths.recordsFile,
-                  {// Past records hold a stop phrase for every stop of the service; replay goes on behind them.
-                   [&](const RawRecord& raw) {
-                     EventRecord record = ToEventRecord(raw);
-                     filter.FindEvents(record);
-                     if (options.repeat > 0) kept.push_back(std::move(record));
-                   },
-                   [&](const std::string& place, const std::string& reason) {
-                     std::fprintf(stderr, "ovsctl replay: %s, %s: %s; skipped\n", options.recordsFile.c_str(), place.c_str(),
-                                  reason.c_str());
-                   },
-                   {}});
-  if (!read.opened) return Fail("cannot open " + options.recordsFile);
-  PrintSummary(read, log);
-  if (options.repeat > 0) Measure(filter, kept, options.repeat);
-  if (!read.complete) return Fail("cannot read " + options.recordsFile + " to its end");
-  return read.bad == 0 ? kDone : kFindings;
+  // False when there was nothing to read from, which was said.
+  bool Read(const Input& input) {
+    Progress progress("records");
+    const RecordSink sink{
+        .onRecord = [&](const RawRecord& raw) { Take(raw, progress); },
+        .onBad =
+            [&](const std::string& place, const std::string& reason) {
+              Console::Say("ovsctl: " + options_.recordsFile + ", " + place + ": " + reason + "; skipped");
+            },
+        .onProgress = [&](std::uint64_t done, std::uint64_t total) { progress.Update(done, total, statistics_.Records()); },
+        .onNote = [](const std::string& note) { Console::Say("ovsctl: " + note); }};
+    if (options_.live) {
+      result_ = {.opened = true, .complete = true, .records = os::ReadLiveRecords(input.query, sink), .bad = 0};
+      return true;
+    }
+    result_ = ReadRecords(installation_.FileSystem().Files(), input.file, sink);
+    if (!result_.opened) {
+      static_cast<void>(Console::Fail("cannot open " + options_.recordsFile));
+    } else if (!result_.complete) {
+      static_cast<void>(Console::Fail("cannot read " + options_.recordsFile + " to its end"));
+    }
+    return result_.opened;
+  }
+
+  [[nodiscard]] ReplayReport Report() {
+    return MakeReplayReport(
+        statistics_,
+        {.recordsFrom = options_.live ? Text(u"the event logs of this machine") : FromUtf8(options_.recordsFile),
+         .bad = result_.bad,
+         .complete = result_.complete,
+         .stopPhrases = filter_.StopPhrases(),
+         .ruleNames = filter_.RuleNames(),
+         .diskCheckOn = filter_.DiskEventsOn(),
+         .mailsOfAlert = mail_.Module().AlertCopies()},
+        installation_);
+  }
+
+  [[nodiscard]] int ExitCode() const {
+    if (!result_.complete) return kFailed;
+    return result_.bad == 0 && mailer_.NotSent() == 0 ? kDone : kFindings;
+  }
+
+  void SayWhatWasSent() const {
+    if (!options_.sendMails) return;
+    Console::Say(Counted(mailer_.Sent(), "mail was", "mails were") + " taken by the mail server, " +
+                 std::to_string(mailer_.NotSent()) + " not.");
+  }
+
+  // The speed of matching alone: records come from memory.
+  void Measure() {
+    const std::uint64_t start = os::SystemClock().Milliseconds();
+    for (int round = 0; round < options_.repeat; ++round) {
+      for (const EventRecord& record : kept_) filter_.FindEvents(record);
+    }
+    const std::uint64_t passed = std::max<std::uint64_t>(os::SystemClock().Milliseconds() - start, 1);
+    const std::uint64_t count = kept_.size() * static_cast<std::uint64_t>(options_.repeat);
+    Console::Print("matched " + std::to_string(count) + " records again, " + std::to_string(count * 1000 / passed) +
+                   " a second");
+  }
+
+ private:
+  [[nodiscard]] FilterParts PartsWith(AlertLog& log, AlertMailer& mailer) const {
+    return {installation_.FileSystem(), installation_.Ini(),      installation_.Time(), mailer, log,
+            os::SystemClock(),          os::SystemFolderWatcher()};
+  }
+
+  // Past records hold a stop phrase for every stop of the service; replay goes on behind them.
+  void Take(const RawRecord& raw, Progress& progress) {
+    constexpr std::uint64_t kLiveRecordsAtOnce = 256;
+    EventRecord record = ToEventRecord(raw);
+    statistics_.Take(record);
+    filter_.FindEvents(record);
+    if (options_.repeat > 0) kept_.push_back(std::move(record));
+    if (options_.live && statistics_.Records() % kLiveRecordsAtOnce == 0) progress.Update(0, 0, statistics_.Records());
+  }
+
+  const ReplayOptions& options_;
+  Installation& installation_;
+  ServiceMail& mail_;
+  EventLogFiles files_;
+  ReplayStatistics statistics_;
+  ReplayMailer mailer_;
+  modFilterEvents filter_;
+  RecordReadResult result_;
+  std::vector<EventRecord> kept_;
+};
+
+void Print(const ReplayReport& report, ReplayForm form) {
+  switch (form) {
+    case ReplayForm::Text:
+      return PrintReplayText(report);
+    case ReplayForm::Json:
+      return PrintReplayJson(report);
+    case ReplayForm::Csv:
+      return PrintReplayCsv(report);
+  }
 }
 
 }  // namespace
 
 int RunReplay(const ReplayOptions& options) {
-  App_FileSystem fileSystem(os::SystemFiles(), os::ThisSystem());
-  Diagnostics().Attach(SystemDebugPorts(), {});
-  ShowDebugEntries();
-  const std::optional<Paths> paths = ResolvePaths(options);
-  if (!paths) return Fail("cannot use the path " + options.applicationFolder + " or " + options.recordsFile);
-  if (!fileSystem.DirExist(paths->applicationFolder)) return Fail("no such folder: " + options.applicationFolder);
-  return Replay(*paths, options, fileSystem);
+  const std::unique_ptr<Installation> installation = Installation::Open(options.applicationFolder);
+  if (!installation) return kFailed;
+  const std::optional<Input> input = InputOf(options);
+  if (!input) return kFailed;
+  const Notes notes;
+  ServiceMail mail(*installation);
+  if (options.sendMails && !MaySend(options, *installation, mail)) return kFailed;
+  Run run(options, *installation, mail);
+  if (!run.Read(*input)) return kFailed;
+  const ReplayReport report = run.Report();
+  Print(report, options.form);
+  run.SayWhatWasSent();
+  if (options.repeat > 0) run.Measure();
+  if (!input->page.empty() && !installation->FileSystem().Files().Write(input->page, HtmlReport(report))) {
+    return Console::Fail("cannot write " + options.htmlFile);
+  }
+  return run.ExitCode();
 }
 
 }  // namespace ovs

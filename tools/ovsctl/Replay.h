@@ -1,18 +1,27 @@
-// `ovsctl replay`: runs the rules of an application folder over recorded event records, through the service's own code.
+// ovsctl replay: runs the rules of an application folder over past event records, through the service's own code.
 #pragma once
 
 #include <string>
 
 namespace ovs {
 
+enum class ReplayForm { Text, Json, Csv };
+
 struct ReplayOptions {
   std::string applicationFolder;  // as typed
-  std::string recordsFile;        // as typed; JSON lines
-  int repeat = 0;                 // records are kept and handled that many times more, to measure the matching
-  bool writeLogs = false;         // append to the two event logs of the application folder
+  std::string recordsFile;        // as typed; not with `live`
+  bool live = false;              // the machine's own event logs
+  std::string since;              // only the last of them, such as "30d"; empty: all
+  std::string log;                // only of this log; empty: of all
+  ReplayForm form = ReplayForm::Text;
+  std::string htmlFile;    // as typed; empty: no page
+  bool sendMails = false;  // mail the alerts
+  bool yes = false;        // without asking first
+  bool writeLogs = false;  // append to the two event logs of the application folder
+  int repeat = 0;          // records are kept and handled that many times more, to measure the matching
 };
 
-// Results go to stdout, messages to stderr. Exit code: 0 done, 1 done but some lines were no records, 2 could not be done.
+// kDone, kFindings when a piece was no record or a mail did not go, kFailed when it could not be done.
 int RunReplay(const ReplayOptions& options);
 
 }  // namespace ovs

@@ -28,6 +28,8 @@ class ServiceMail {
   [[nodiscard]] const Config_Class& Store() const { return *store_; }
   // The mails that the module has handed to an engine.
   [[nodiscard]] const std::vector<ObservedMail>& Mails() const { return engines_.Mails(); }
+  // The same, which are then forgotten.
+  [[nodiscard]] std::vector<ObservedMail> TakeMails() { return engines_.TakeMails(); }
 
  private:
   ckCrypt_Config crypt_;

@@ -238,6 +238,32 @@ AutomationValue AutomationObject::Invoke(TextView name, std::uint16_t kind,
   return ToValue(result.value);
 }
 
+void AutomationObject::ForEach(const std::function<bool(const AutomationObject& member)>& take) const {
+  constexpr TextView kCall = u"the collection's next member";
+  DISPPARAMS none{nullptr, nullptr, 0, 0};
+  Variant made;
+  EXCEPINFO info{};
+  const HRESULT done = object_->Invoke(DISPID_NEWENUM, IID_NULL, LOCALE_NEUTRAL, DISPATCH_METHOD | DISPATCH_PROPERTYGET,
+                                       &none, &made.value, &info, nullptr);
+  if (done == DISP_E_EXCEPTION) FailWith(kCall, info);
+  if (FAILED(done)) Fail(kCall, done);
+  const bool isObject = (made.value.vt == VT_UNKNOWN || made.value.vt == VT_DISPATCH) && made.value.punkVal != nullptr;
+  IEnumVARIANT* raw = nullptr;
+  if (isObject) made.value.punkVal->QueryInterface(IID_IEnumVARIANT, reinterpret_cast<void**>(&raw));
+  if (raw == nullptr) Fail(kCall, E_NOINTERFACE);
+  const std::shared_ptr<IEnumVARIANT> members(raw, [](IEnumVARIANT* object) { object->Release(); });
+  for (;;) {
+    Variant member;
+    ULONG count = 0;
+    const HRESULT next = members->Next(1, &member.value, &count);
+    if (FAILED(next)) Fail(kCall, next);
+    if (next != S_OK || count == 0) return;
+    const AutomationValue value = ToValue(member.value);
+    const auto* object = std::get_if<AutomationObject>(&value);
+    if (object != nullptr && !take(*object)) return;
+  }
+}
+
 Text AutomationObject::TypeName() const {
   ITypeInfo* type = nullptr;
   if (FAILED(object_->GetTypeInfo(0, LOCALE_NEUTRAL, &type)) || type == nullptr) return u"Object";

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <variant>
@@ -43,6 +44,10 @@ class AutomationObject {
   void Put(TextView property, AutomationValue value) const;
 
   [[nodiscard]] bool Knows(TextView member) const;
+
+  // Hands on the members of a collection, in the order in which it gives them, until `take` answers false. What is no
+  // object is passed over.
+  void ForEach(const std::function<bool(const AutomationObject& member)>& take) const;
 
   // The name of its class as its type information gives it, else "Object".
   [[nodiscard]] Text TypeName() const;

@@ -59,7 +59,7 @@ DWORD WaitForHandlesPumping(DWORD timeoutMs, const HANDLE* handles, DWORD count)
   }
 }
 
-wchar_t serviceName[] = L"OvsEventSvc";
+std::wstring serviceName = ToWide(kServiceName);  // the calls want one that is not constant
 
 }  // namespace
 
@@ -100,7 +100,7 @@ struct NTService::State {
     self->status.dwWaitHint = 0;
     self->status.dwWin32ExitCode = NO_ERROR;
     self->status.dwServiceSpecificExitCode = 0;
-    self->statusHandle = RegisterServiceCtrlHandlerW(serviceName, &ServiceControlHandler);
+    self->statusHandle = RegisterServiceCtrlHandlerW(serviceName.c_str(), &ServiceControlHandler);
     self->Report(ServiceState::StartPending);
     SetEvent(self->startedEvent.Get());
     WaitForSingleObject(self->endEvent.Get(), INFINITE);
@@ -108,7 +108,7 @@ struct NTService::State {
 
   // Fails at once when the service control manager did not start this process.
   static DWORD WINAPI DispatcherThread(void* /*argument*/) {
-    SERVICE_TABLE_ENTRYW table[] = {{serviceName, &ServiceMainProc}, {nullptr, nullptr}};
+    SERVICE_TABLE_ENTRYW table[] = {{serviceName.data(), &ServiceMainProc}, {nullptr, nullptr}};
     StartServiceCtrlDispatcherW(table);
     return 0;
   }

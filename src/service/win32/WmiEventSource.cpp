@@ -3,30 +3,17 @@
 #include <optional>
 
 #include "base/RuntimeError.h"
-#include "base/win32/Automation.h"
 #include "base/win32/ComApartment.h"
+#include "service/win32/WmiRecord.h"
 
 namespace ovs {
 
 namespace {
 
 using win32::AutomationObject;
-using win32::AutomationValue;
 using win32::ObjectOf;
 
-constexpr TextView kMoniker = u"winmgmts:{(Security)}\\\\.\\root\\cimv2";
 constexpr TextView kQuery = u"Select * From __InstanceCreationEvent Where TargetInstance isa 'Win32_NTLogEvent'";
-
-struct ToRaw {
-  RawValue operator()(win32::AutomationDate value) const { return DateValue{value.days}; }
-  RawValue operator()(const AutomationObject& value) const { return ObjectValue{value.TypeName()}; }
-  template <class Plain>
-  RawValue operator()(const Plain& value) const {
-    return value;
-  }
-};
-
-RawValue Property(const AutomationObject& record, TextView name) { return std::visit(ToRaw(), record.Get(name)); }
 
 }  // namespace
 
@@ -42,22 +29,14 @@ WmiEventSource::~WmiEventSource() = default;
 
 void WmiEventSource::Connect() {
   if (!state_->apartment) state_->apartment.emplace();
-  const AutomationObject services = AutomationObject::FromMoniker(kMoniker);
+  const AutomationObject services = AutomationObject::FromMoniker(win32::kWmiMoniker);
   state_->source = ObjectOf(services.Call(u"ExecNotificationQuery", {Text(kQuery)}), u"ExecNotificationQuery");
 }
 
 RawRecord WmiEventSource::NextEvent() {
   if (!state_->source) throw RuntimeError(RuntimeErrorNumber::kInternal, u"NextEvent before Connect");
   const AutomationObject event = ObjectOf(state_->source->Call(u"NextEvent"), u"NextEvent");
-  const AutomationObject record = ObjectOf(event.Get(u"TargetInstance"), u"TargetInstance");
-  // One property call each, in this order.
-  return {.eventType = Property(record, u"EventType"),
-          .type = Property(record, u"Type"),
-          .eventCode = Property(record, u"EventCode"),
-          .sourceName = Property(record, u"SourceName"),
-          .message = Property(record, u"Message"),
-          .logfile = Property(record, u"Logfile"),
-          .timeGenerated = Property(record, u"TimeGenerated")};
+  return win32::WmiRecord(ObjectOf(event.Get(u"TargetInstance"), u"TargetInstance"));
 }
 
 }  // namespace ovs

@@ -62,7 +62,7 @@ class ServiceTest(unittest.TestCase):
         self.assertEqual(self.log(), "03/07/2024 01:05:09 PM\r\nRule: Low Disk\r\n"
                          "Event ID: 7 / Event Type: Error (1) / Source Name: src / Event Log: System\r\nMessage: one\r\n")
         self.assertEqual(self.log("EventLogs_RuleNamesOnly.txt"), "03/07/2024 01:05:09 PM  -  Low Disk\r\n")
-        self.assertIn("stopped", box.stop())
+        self.assertIn("Stopped.", box.stop())
         self.assertIn("state 1 STOPPED", box.query())
         self.assertIn("exit code 0", box.query())
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace ovs::os {
@@ -14,6 +15,9 @@ enum class Stream { Output, Messages };
 // Makes ready what is printed in UTF-8 and with colours; the result tells RestoreTerminal how it was before.
 [[nodiscard]] unsigned PrepareTerminal();
 void RestoreTerminal(unsigned before);
+
+// What to print so that CR LF arrives.
+[[nodiscard]] std::string_view PrintedCrLf();
 
 [[nodiscard]] bool IsTerminal(Stream stream);
 // True when the terminal understands escape sequences. False for what is no terminal.

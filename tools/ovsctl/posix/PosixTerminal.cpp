@@ -19,6 +19,8 @@ std::vector<std::string> ArgumentsOf(int argc, char** argv) { return {argv + (ar
 unsigned PrepareTerminal() { return 0; }
 void RestoreTerminal(unsigned /*before*/) {}
 
+std::string_view PrintedCrLf() { return "\r\n"; }
+
 bool IsTerminal(Stream stream) { return isatty(NumberOf(stream)) == 1; }
 
 bool UnderstandsEscapes(Stream stream) {

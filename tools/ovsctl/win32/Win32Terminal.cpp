@@ -40,6 +40,9 @@ void RestoreTerminal(unsigned before) {
   if (before != 0) SetConsoleOutputCP(before);
 }
 
+// The runtime library puts a CR before each LF.
+std::string_view PrintedCrLf() { return "\n"; }
+
 bool IsTerminal(Stream stream) {
   DWORD mode = 0;
   return GetConsoleMode(HandleOf(stream), &mode) != 0;

@@ -6,6 +6,7 @@
 
 #include "base/os/Clock.h"
 #include "base/os/Crypto.h"
+#include "base/os/ProcessHardening.h"
 #include "base/os/Prompt.h"
 #include "base/os/Registry.h"
 #include "base/os/System.h"
@@ -53,6 +54,7 @@ void Run() {
 }  // namespace
 
 int WINAPI wWinMain(HINSTANCE /*instance*/, HINSTANCE /*previous*/, PWSTR /*commandLine*/, int /*show*/) {
+  os::HardenProcess();
   Run();
   return 0;
 }

@@ -1,0 +1,58 @@
+// What `ovsctl check` finds, gathered in the order of the files.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "base/Text.h"
+
+namespace ovs {
+
+enum class Severity { Error, Warning };
+
+struct Finding {
+  std::size_t file = 0;   // which of the files looked at
+  std::size_t line = 0;   // from 1; 0 stands for the file as a whole
+  std::size_t order = 0;  // in which it was found
+  Severity severity = Severity::Error;
+  std::string what;  // safe to show, as is the next
+  std::string mend;
+};
+
+class Findings {
+ public:
+  // The file that findings belong to from now on; `shown` names it.
+  std::size_t BeginFile(TextView shown);
+  // Goes on with an earlier one, by what BeginFile gave.
+  void ContinueFile(std::size_t file) { current_ = file; }
+
+  void Error(std::size_t line, std::string what, std::string mend) { Add(line, Severity::Error, what, mend); }
+  void Warning(std::size_t line, std::string what, std::string mend) { Add(line, Severity::Warning, what, mend); }
+
+  [[nodiscard]] const std::string& NameOf(std::size_t file) const { return files_[file]; }
+  [[nodiscard]] std::size_t FileCount() const { return files_.size(); }
+  // By file, and in it by line.
+  [[nodiscard]] std::vector<Finding> Sorted() const;
+  [[nodiscard]] std::size_t Count(Severity severity) const;
+
+ private:
+  void Add(std::size_t line, Severity severity, std::string& what, std::string& mend);
+
+  std::vector<std::string> files_;
+  std::vector<Finding> found_;
+  std::size_t current_ = 0;
+};
+
+// How many characters must be put in, taken out or changed to turn one text into the other; case does not count.
+[[nodiscard]] std::size_t EditDistance(TextView a, TextView b);
+// The known name that was probably meant; empty when none is near.
+[[nodiscard]] TextView NearestName(TextView name, std::span<const TextView> known);
+
+// A text out of a file between quotation marks, safe to show and not long.
+[[nodiscard]] std::string Quoted(TextView text);
+// How to mend an unknown name.
+[[nodiscard]] std::string DidYouMean(TextView nearest, const std::string& otherwise);
+
+}  // namespace ovs

@@ -1,0 +1,22 @@
+// What to read of the machine's own event logs.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "base/Text.h"
+
+namespace ovs {
+
+struct LiveQuery {
+  std::optional<Text> log;            // only this log, such as "System"; none: every log the service hears of
+  std::optional<std::int64_t> since;  // only records of the last so many seconds
+  std::optional<std::uint64_t> most;  // only the newest so many
+};
+
+// Seconds in "45s", "90m", "12h", "30d" or "4w": a whole number above 0 and one letter. None for anything else and for more
+// than a hundred years.
+[[nodiscard]] std::optional<std::int64_t> DurationSeconds(std::string_view text);
+
+}  // namespace ovs

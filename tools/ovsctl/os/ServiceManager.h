@@ -1,0 +1,26 @@
+// Port: what the service control manager knows about the event service.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "base/Text.h"
+
+namespace ovs::os {
+
+struct ServiceEntry {
+  enum class Presence { NoManager, NotInstalled, Unknown, Installed };  // Unknown: the pending system error tells why
+
+  Presence presence = Presence::NoManager;
+  // Of an installed one.
+  bool running = false;
+  std::string state;      // such as "running"
+  std::string startType;  // such as "automatic"
+  std::uint32_t processId = 0;
+  Text programPath;
+};
+
+// Natively there is no service control manager.
+[[nodiscard]] ServiceEntry LookAtService();
+
+}  // namespace ovs::os

@@ -1,0 +1,27 @@
+// Event records of the source OrvantaEventService, which commands write for the service to read.
+#pragma once
+
+#include "base/Text.h"
+
+namespace ovs::win32 {
+
+// What such a record carries besides its text.
+inline constexpr TextView kEventRecordSource = u"OrvantaEventService";
+inline constexpr TextView kEventRecordCode = u"1";
+
+// Failures are false with the error pending.
+
+// Makes sure that the event source exists, with the service program as its message file: without one a record would reach
+// the service with no message. Values that exist are left alone unless `renew`.
+[[nodiscard]] bool EnsureEventSource(TextView serviceProgram, bool renew = false);
+// True as well when there is none.
+[[nodiscard]] bool RemoveEventSource();
+
+// Writes a record to the Application log: event ID 1, information, the text as its one insertion string.
+[[nodiscard]] bool WriteEventRecord(TextView text);
+
+// Appends the same record to a feed file of recorded event records, one JSON object with the seven record values a line.
+// For test environments that have no event log. The file is made if missing.
+[[nodiscard]] bool AppendRecordToFeed(TextView path, TextView text);
+
+}  // namespace ovs::win32

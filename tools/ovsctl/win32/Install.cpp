@@ -1,0 +1,288 @@
+#include "Install.h"
+
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <vector>
+
+#include "Command.h"
+#include "Console.h"
+#include "DefaultFiles.h"
+#include "EventRecordWriter.h"
+#include "FolderAccess.h"
+#include "Installation.h"
+#include "ServiceControl.h"
+#include "base/App_Strings.h"
+#include "base/os/PendingError.h"
+#include "base/win32/Win32Error.h"
+#include "base/win32/Win32Text.h"
+#include "platform/App_FilePath.h"
+#include "platform/FileMask.h"
+
+namespace ovs::win32 {
+
+namespace {
+
+using Console::Shown;
+
+constexpr TextView kDisplayName = kTitle;
+constexpr wchar_t kDescription[] =
+    L"Watches the Windows event logs, matches each record against rule files, writes alerts to log files and mails them.";
+constexpr DWORD kSecond = 1000;
+constexpr std::array<DWORD, 3> kRestartDelays = {60 * kSecond, 5 * 60 * kSecond, 15 * 60 * kSecond};
+constexpr DWORD kDay = 24 * 60 * 60;
+
+class Installer {
+ public:
+  explicit Installer(Installation& installation)
+      : installation_(installation), folder_(installation.Environment().ApplicationFolder()) {}
+
+  int Run();
+
+ private:
+  // One part of the work: true when it is done. What it did was said; why it failed is the pending error.
+  struct Step {
+    const char* name;
+    bool (Installer::*run)();
+  };
+  static const std::array<Step, 7> kSteps;
+
+  [[nodiscard]] bool MayBegin();
+  [[nodiscard]] bool IsOwnFolder();
+  void LookAtEventLog();
+  void LookAtFoldersAbove();
+  [[nodiscard]] bool MakeEntry();
+  [[nodiscard]] bool DescribeEntry();
+  [[nodiscard]] bool MakeEventSource();
+  [[nodiscard]] bool ProtectApplication();
+  [[nodiscard]] bool ProtectConfig();
+  [[nodiscard]] bool ProtectData();
+  [[nodiscard]] bool WriteDefaults();
+  [[nodiscard]] bool WriteDefaultRules();
+  int FailInside(std::size_t step);
+  int ExplainEntry();
+
+  Installation& installation_;
+  Text folder_;
+  ServiceHandle manager_;
+  ServiceHandle service_;
+  bool othersCouldWrite_ = false;
+};
+
+const std::array<Installer::Step, 7> Installer::kSteps = {{
+    {"service entry", &Installer::MakeEntry},
+    {"description and recovery", &Installer::DescribeEntry},
+    {"event source", &Installer::MakeEventSource},
+    {"permissions of the application folder", &Installer::ProtectApplication},
+    {"folder Config\\Rules and its permissions", &Installer::ProtectConfig},
+    {"folder of the debug logs and its permissions", &Installer::ProtectData},
+    {"settings and rules", &Installer::WriteDefaults},
+}};
+
+int Installer::Run() {
+  if (!MayBegin()) return kFailed;
+  LookAtEventLog();
+  for (std::size_t i = 0; i < kSteps.size(); ++i) {
+    if (!(this->*kSteps[i].run)()) return i == 0 ? ExplainEntry() : FailInside(i);
+  }
+  LookAtFoldersAbove();
+  Console::Print(Console::Styled(Console::Style::Good, "Installed.") + " \"ovsctl start\" starts the service.");
+  return kDone;
+}
+
+bool Installer::MayBegin() {
+  if (!installation_.FileSystem().FileExist(folder_ + Text(kServiceProgram))) {
+    static_cast<void>(Console::Fail("there is no " + Shown(kServiceProgram) + " in " + Shown(folder_) +
+                                    "; put ovsctl beside it, or name its folder with --app"));
+    return false;
+  }
+  if (const std::optional<Text> link = FindLink(folder_)) {
+    static_cast<void>(Console::Fail(Shown(*link) + " is a link to another place, which cannot be protected; remove it"));
+    return false;
+  }
+  othersCouldWrite_ =
+      OthersMayChange(App_Strings::StripTrailingBackslash(folder_)) || OthersMayChange(folder_ + Text(kServiceProgram));
+  if (othersCouldWrite_ && !IsOwnFolder()) return false;
+  manager_ = OpenManager(SC_MANAGER_CONNECT | SC_MANAGER_CREATE_SERVICE);
+  if (!manager_) static_cast<void>(FailAt("the service cannot be installed"));
+  return manager_ != nullptr;
+}
+
+// Its permissions are about to change: a folder with other people's files in it must not be locked away from them.
+bool Installer::IsOwnFolder() {
+  static constexpr TextView kOwn[] = {
+      u"OrvantaEventService*", u"ovsctl*", u"Config", u"EventLogs*", u"*.cfg", u"docs", u"*.md", u"*.txt", u"LICENSE*"};
+  std::vector<os::DirEntry> entries;
+  if (!installation_.FileSystem().Files().List(folder_, entries)) {
+    static_cast<void>(FailAt("the application folder cannot be read"));
+    return false;
+  }
+  const auto foreign = std::ranges::find_if(entries, [](const os::DirEntry& entry) {
+    return std::ranges::none_of(kOwn, [&](TextView mask) { return MatchesMask(entry.name, mask); });
+  });
+  if (foreign == entries.end()) return true;
+  static_cast<void>(Console::Fail("others may change " + Shown(folder_) + ", and it holds more than the service, such as " +
+                                  Shown(foreign->name) +
+                                  "; put the service into a folder of its own, such as C:\\Program Files\\Orvanta"));
+  return false;
+}
+
+// The service waits for that one when the machine starts; installing does not need it.
+void Installer::LookAtEventLog() {
+  const PendingErrorScope scope;
+  const ServiceHandle eventLog = OpenServiceOf(manager_.get(), u"EventLog", SERVICE_QUERY_STATUS);
+  if (eventLog && StateOf(eventLog.get()) == SERVICE_RUNNING) return;
+  Console::Say("Warning: the Windows Event Log service (EventLog) is not running. Without it no record arrives.");
+}
+
+// --- the steps
+
+bool Installer::MakeEntry() {
+  const std::wstring program = L"\"" + ToWide(folder_ + Text(kServiceProgram)) + L"\"";
+  constexpr wchar_t kDependencies[] = L"EventLog\0";
+  service_.reset(CreateServiceW(manager_.get(), ToWide(kServiceName).c_str(), ToWide(kDisplayName).c_str(),
+                                SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS, SERVICE_AUTO_START, SERVICE_ERROR_NORMAL,
+                                program.c_str(), nullptr, nullptr, kDependencies, nullptr, nullptr));
+  if (!service_) return FailLast();
+  Console::Print("Service entry: " + Shown(kServiceName) + ", \"" + Shown(kDisplayName) +
+                 "\", starts automatically after EventLog, program " + Shown(FromWide(program)) + ".");
+  return true;
+}
+
+bool Installer::DescribeEntry() {
+  std::wstring text = kDescription;
+  SERVICE_DESCRIPTIONW description{text.data()};
+  if (!ChangeServiceConfig2W(service_.get(), SERVICE_CONFIG_DESCRIPTION, &description)) return FailLast();
+  std::array<SC_ACTION, kRestartDelays.size()> restarts;
+  std::ranges::transform(kRestartDelays, restarts.begin(), [](DWORD delay) { return SC_ACTION{SC_ACTION_RESTART, delay}; });
+  SERVICE_FAILURE_ACTIONSW actions{};
+  actions.dwResetPeriod = kDay;
+  actions.cActions = static_cast<DWORD>(restarts.size());
+  actions.lpsaActions = restarts.data();
+  if (!ChangeServiceConfig2W(service_.get(), SERVICE_CONFIG_FAILURE_ACTIONS, &actions)) return FailLast();
+  Console::Print(
+      "Recovery: restarts 1, 5 and 15 minutes after the first, second and later failures; counted anew after a day.");
+  SERVICE_FAILURE_ACTIONS_FLAG always{TRUE};
+  if (ChangeServiceConfig2W(service_.get(), SERVICE_CONFIG_FAILURE_ACTIONS_FLAG, &always)) return true;
+  if (GetLastError() != ERROR_INVALID_LEVEL) return FailLast();
+  Console::Say("This system restarts the service after a crash only, not after it ended with an error.");
+  return true;
+}
+
+bool Installer::MakeEventSource() {
+  if (!EnsureEventSource(folder_ + Text(kServiceProgram), true)) return false;
+  Console::Print("Event source: OrvantaEventService, in the Application log.");
+  return true;
+}
+
+bool Installer::ProtectApplication() {
+  const Text folder = App_Strings::StripTrailingBackslash(folder_);
+  if (!othersCouldWrite_) {
+    Console::Print("Application folder: only administrators can change it already.");
+    return true;
+  }
+  if (!ProtectFolder(folder, FolderAccess::AdministratorsUsersRead)) return false;
+  Console::Print(
+      "Application folder: others could change it; now administrators and the system can, users may read and run.");
+  return true;
+}
+
+bool Installer::ProtectConfig() {
+  const MonitorSettings& settings = installation_.Settings();
+  std::uint32_t reason = 0;
+  if (!installation_.FileSystem().EnsureDirExists(settings.rulesFolder, reason)) return Fail(reason);
+  // Set on both, so that it holds for the rules wherever they are moved.
+  if (!ProtectFolder(folder_ + u"Config", FolderAccess::Administrators) ||
+      !ProtectFolder(settings.rulesFolder, FolderAccess::Administrators)) {
+    return false;
+  }
+  Console::Print("Config and Config\\Rules: open to administrators and the system alone.");
+  return true;
+}
+
+// Everybody may make folders in the machine's data folder, and lead what the service writes somewhere else by a link.
+bool Installer::ProtectData() {
+  const Text folder = App_Strings::StripTrailingBackslash(installation_.Environment().DataFolder());
+  std::uint32_t reason = 0;
+  if (!installation_.FileSystem().EnsureDirExists(folder, reason)) return Fail(reason);
+  if (const std::optional<Text> link = FindLink(folder)) {
+    Console::Say("Remove " + Shown(*link) + ", which is a link to another place, and install again.");
+    return Fail(ERROR_CANT_ACCESS_FILE);
+  }
+  if (!ProtectFolder(folder, FolderAccess::Administrators)) return false;
+  Console::Print("Debug logs: " + Shown(folder) + ", open to administrators and the system alone.");
+  return true;
+}
+
+bool Installer::WriteDefaults() {
+  const Text& ini = installation_.Settings().configIniPath;
+  if (installation_.FileSystem().FileExist(ini)) {
+    Console::Print("Settings: kept as they are.");
+  } else {
+    if (!installation_.FileSystem().Files().Write(ini, DefaultSettings().content)) return false;
+    Console::Print("Settings: Config\\Orvanta.ini written; nothing is mailed until it is filled in.");
+  }
+  return WriteDefaultRules();
+}
+
+bool Installer::WriteDefaultRules() {
+  os::Files& files = installation_.FileSystem().Files();
+  const Text& folder = installation_.Settings().rulesFolder;
+  std::vector<os::DirEntry> entries;
+  if (!files.List(folder, entries)) return false;
+  if (std::ranges::any_of(entries, [](const os::DirEntry& entry) { return MatchesMask(entry.name, u"*.DAT"); })) {
+    Console::Print("Rules: kept as they are.");
+    return true;
+  }
+  for (const DefaultFile& rule : DefaultRules()) {
+    if (!files.Write(App_FilePath::JoinPath(folder, rule.name), rule.content)) return false;
+  }
+  Console::Print("Rules: " + std::to_string(DefaultRules().size()) + " examples written.");
+  return true;
+}
+
+// Whoever can rename the folder can put another in its place.
+void Installer::LookAtFoldersAbove() {
+  Text above = App_Strings::StripTrailingBackslash(folder_);
+  const std::size_t root = App_FilePath::RootLength(folder_);
+  while (above.size() > root) {
+    above.resize(above.rfind(u'\\'));
+    const Text asked = above.size() < root ? above + u"\\" : above;
+    if (!OthersMayReplaceIn(asked)) continue;
+    Console::Say("Warning: others than administrators may rename or delete what lies in " + Shown(asked) +
+                 ", the application folder too. Better move it, for instance below C:\\Program Files.");
+    return;
+  }
+}
+
+// --- failures
+
+int Installer::ExplainEntry() {
+  if (PendingSystemError() != ERROR_SERVICE_EXISTS) return FailAt("the service cannot be installed");
+  TakePendingSystemError();
+  const ServiceHandle there = OpenServiceOf(manager_.get(), kServiceName, SERVICE_QUERY_CONFIG);
+  const Text program = there ? SetupOf(there.get()).programPath : Text();
+  return Console::Fail("the service is already installed, its program is " + Shown(program) +
+                       "; \"ovsctl uninstall\" removes it and leaves settings, rules and logs");
+}
+
+int Installer::FailInside(std::size_t step) {
+  const int result = FailAt(std::string("not done: ") + kSteps[step].name);
+  for (std::size_t i = step + 1; i < kSteps.size(); ++i) Console::Say(std::string("  not done: ") + kSteps[i].name);
+  if (DeleteService(service_.get())) {
+    Console::Say("  The service entry was taken back; what else is told above stays.");
+  } else {
+    FailLast();
+    static_cast<void>(FailAt("the service entry could not be taken back"));
+  }
+  return result;
+}
+
+}  // namespace
+
+int RunInstall(const std::string& applicationFolder) {
+  const std::unique_ptr<Installation> installation = Installation::Open(applicationFolder);
+  return installation ? Installer(*installation).Run() : kFailed;
+}
+
+}  // namespace ovs::win32

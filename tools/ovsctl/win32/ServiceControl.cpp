@@ -1,0 +1,88 @@
+#include "ServiceControl.h"
+
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "Console.h"
+#include "base/os/PendingError.h"
+#include "base/win32/Win32Error.h"
+#include "base/win32/Win32Text.h"
+
+namespace ovs::win32 {
+
+namespace {
+
+constexpr std::string_view kStates[] = {"unknown", "stopped",    "starting", "stopping",
+                                        "running", "continuing", "pausing",  "paused"};
+
+struct Advice {
+  DWORD error;
+  const char* text;
+};
+constexpr Advice kAdvice[] = {
+    {ERROR_ACCESS_DENIED, "administrator rights are needed: open the console with \"Run as administrator\""},
+    {ERROR_SERVICE_DOES_NOT_EXIST, "the service is not installed"},
+    {ERROR_SERVICE_MARKED_FOR_DELETE,
+     "the service was deleted, but some program holds it open still (the services console, the task manager): close it, or "
+     "restart the machine"},
+    {ERROR_SERVICE_DISABLED, "the service is disabled: set its start type to automatic"},
+};
+
+// The part of a command line that names the program.
+Text ProgramOf(TextView commandLine) {
+  if (commandLine.starts_with(u'"')) return Text(commandLine.substr(1, commandLine.find(u'"', 1) - 1));
+  return Text(commandLine);
+}
+
+}  // namespace
+
+ServiceHandle OpenManager(DWORD rights) {
+  ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, rights));
+  if (!manager) FailLast();
+  return manager;
+}
+
+ServiceHandle OpenServiceOf(SC_HANDLE manager, TextView name, DWORD rights) {
+  ServiceHandle service(OpenServiceW(manager, ToWide(name).c_str(), rights));
+  if (!service) FailLast();
+  return service;
+}
+
+ServiceHandle OpenEventService(DWORD rights) {
+  const ServiceHandle manager = OpenManager(SC_MANAGER_CONNECT);
+  return manager ? OpenServiceOf(manager.get(), kServiceName, rights) : ServiceHandle();
+}
+
+DWORD StateOf(SC_HANDLE service) {
+  SERVICE_STATUS status{};
+  if (QueryServiceStatus(service, &status)) return status.dwCurrentState;
+  FailLast();
+  return 0;
+}
+
+std::string_view StateName(DWORD state) { return kStates[state < std::size(kStates) ? state : 0]; }
+
+ServiceSetup SetupOf(SC_HANDLE service) {
+  DWORD bytes = 0;
+  QueryServiceConfigW(service, nullptr, 0, &bytes);
+  std::vector<QUERY_SERVICE_CONFIGW> memory(bytes / sizeof(QUERY_SERVICE_CONFIGW) + 1);
+  const auto size = static_cast<DWORD>(memory.size() * sizeof(QUERY_SERVICE_CONFIGW));
+  if (!QueryServiceConfigW(service, memory.data(), size, &bytes)) {
+    FailLast();
+    return {};
+  }
+  const QUERY_SERVICE_CONFIGW& config = memory.front();
+  return {ProgramOf(FromWide(config.lpBinaryPathName ? config.lpBinaryPathName : L"")), config.dwStartType};
+}
+
+int FailAt(std::string_view what) {
+  for (const Advice& each : kAdvice) {
+    if (each.error != PendingSystemError()) continue;
+    TakePendingSystemError();
+    return Console::Fail(std::string(what) + ": " + each.text);
+  }
+  return Console::Fail(what);
+}
+
+}  // namespace ovs::win32

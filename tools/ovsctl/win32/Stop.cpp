@@ -1,0 +1,102 @@
+#include "Stop.h"
+
+#include "Command.h"
+#include "Console.h"
+#include "EventRecordWriter.h"
+#include "Installation.h"
+#include "ServiceControl.h"
+#include "base/os/PendingError.h"
+#include "base/os/System.h"
+#include "base/win32/Win32Error.h"
+#include "monitor/Phrases.h"
+#include "platform/App_FilePath.h"
+#include "platform/DebugEnvironment.h"
+
+namespace ovs::win32 {
+
+namespace {
+
+const Text kRecordText = u"ovsctl was asked to stop the service: " + Text(Phrases::kStop);
+
+bool IsStopped(DWORD state) { return state == SERVICE_STOPPED; }
+
+// A service that is stopping already takes no further control: then the control came earlier.
+int SendControl(SC_HANDLE service) {
+  SERVICE_STATUS status{};
+  if (ControlService(service, SERVICE_CONTROL_STOP, &status)) {
+    Console::Print("Stop control: sent.");
+    return kDone;
+  }
+  FailLast();
+  const std::uint32_t error = PendingSystemError();
+  const bool came = error == ERROR_SERVICE_NOT_ACTIVE ||
+                    (error == ERROR_SERVICE_CANNOT_ACCEPT_CTRL && StateOf(service) == SERVICE_STOP_PENDING);
+  if (!came) return FailAt("the stop control could not be sent");
+  TakePendingSystemError();
+  Console::Print("Stop control: had been sent before.");
+  return kDone;
+}
+
+// The service's own program knows the messages; where the manager does not tell its place, the one beside this program.
+Text ServiceProgram(SC_HANDLE service) {
+  const PendingErrorScope scope;
+  Text program = SetupOf(service).programPath;
+  return program.empty() ? App_FilePath::FolderOf(os::ThisSystem().ProgramPath()) + Text(kServiceProgram) : program;
+}
+
+int LeaveRecord(SC_HANDLE service, const StopOptions& options) {
+  if (!EnsureEventSource(ServiceProgram(service))) return FailAt("the event source could not be registered");
+  if (!WriteEventRecord(kRecordText)) return FailAt("the record with the stop phrase could not be written");
+  Console::Print("Record with the stop phrase: written to the Application log.");
+  if (options.feed.empty()) return kDone;
+  const std::optional<Text> feed = TypedPath(options.feed);
+  if (!feed) return kFailed;
+  if (!AppendRecordToFeed(*feed, kRecordText)) return FailAt("the record could not be appended to " + options.feed);
+  Console::Print("Record with the stop phrase: appended to the feed.");
+  return kDone;
+}
+
+// After "stopping" only the phrase can be missing. While the state is "running" no control has arrived; whether the phrase
+// was seen does not show from outside.
+std::string MissingKey(DWORD state, const StopOptions& options) {
+  if (state == SERVICE_STOP_PENDING) {
+    return "the stop control has arrived, the record with the stop phrase is missing." +
+           std::string(options.record ? " Is the Event Log service running?" : " \"ovsctl stop\" writes it.");
+  }
+  if (state != SERVICE_RUNNING) return "the service is " + std::string(StateName(state)) + ".";
+  return options.record ? "the stop control is missing. \"ovsctl stop\" sends it."
+                        : "the stop control is missing, and no record was written.";
+}
+
+int AwaitStop(SC_HANDLE service, const StopOptions& options) {
+  const DWORD state = WaitForState(service, options.waitSeconds, IsStopped);
+  if (state == 0) return FailAt("the service's state cannot be asked");
+  if (IsStopped(state)) {
+    Console::Print(Console::Styled(Console::Style::Good, "Stopped."));
+    return kDone;
+  }
+  Console::Say("ovsctl: not stopped within " + std::to_string(options.waitSeconds) + " s: " + MissingKey(state, options));
+  return kFindings;
+}
+
+}  // namespace
+
+int RunStop(const StopOptions& options) {
+  Diagnostics().Attach(SystemDebugPorts(), {});
+  const DWORD rights = SERVICE_QUERY_STATUS | SERVICE_QUERY_CONFIG | (options.control ? SERVICE_STOP : 0);
+  const ServiceHandle service = OpenEventService(rights);
+  if (!service) return FailAt("the service cannot be stopped");
+  if (IsStopped(StateOf(service.get()))) {
+    Console::Print("The service is not running.");
+    return kDone;
+  }
+  if (options.control) {
+    if (const int result = SendControl(service.get())) return result;
+  }
+  if (options.record) {
+    if (const int result = LeaveRecord(service.get(), options)) return result;
+  }
+  return AwaitStop(service.get(), options);
+}
+
+}  // namespace ovs::win32

@@ -1,0 +1,155 @@
+#include "Uninstall.h"
+
+#include <windows.h>
+
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+#include "Command.h"
+#include "Console.h"
+#include "EventRecordWriter.h"
+#include "FolderAccess.h"
+#include "Installation.h"
+#include "ServiceControl.h"
+#include "base/App_Strings.h"
+#include "base/os/PendingError.h"
+#include "base/win32/Win32Error.h"
+#include "base/win32/Win32Handle.h"
+#include "diag/App_Debug.h"
+#include "monitor/GlobalExclusions.h"
+#include "platform/App_FilePath.h"
+#include "platform/FileMask.h"
+
+namespace ovs::win32 {
+
+namespace {
+
+using Console::Shown;
+
+// Deletes what the service is known to have, and nothing else: a folder that holds more stays.
+class Purge {
+ public:
+  explicit Purge(Installation& installation) : installation_(installation), files_(installation.FileSystem().Files()) {}
+
+  // False when something could not be deleted.
+  bool Run() {
+    const Text& application = installation_.Environment().ApplicationFolder();
+    const Text data = installation_.Environment().DataFolder();
+    const Text debugLogs = data + Text(kDebugLogsFolder);
+    const Text program = installation_.Environment().ProgramName();
+    Clear(
+        installation_.Settings().rulesFolder,
+        [](TextView name) { return MatchesMask(name, u"*.DAT") || GlobalExclusions::IsListName(name); }, true);
+    Clear(
+        application + u"Config", [](TextView name) { return MatchesMask(name, u"Orvanta.ini"); }, true);
+    Clear(
+        application, [&](TextView name) { return MatchesMask(name, u"EventLogs*.txt;" + program + u".cfg"); }, false);
+    Clear(
+        debugLogs + u"\\" + program, [](TextView name) { return MatchesMask(name, u"*.log"); }, true);
+    Clear(
+        debugLogs, [](TextView) { return false; }, true);
+    Clear(
+        App_Strings::StripTrailingBackslash(data), [](TextView) { return false; }, true);
+    Console::Print("Files deleted: " + std::to_string(deleted_) + ".");
+    return !failed_;
+  }
+
+ private:
+  // A link in place of a folder leads to what is not the service's.
+  template <typename IsOurs>
+  void Clear(const Text& folder, IsOurs isOurs, bool folderToo) {
+    os::FileInfo info;
+    const PendingErrorScope scope;
+    if (!files_.Info(folder, info) || (info.attributes & os::FileAttribute::kReparsePoint) != 0) return;
+    std::vector<os::DirEntry> entries;
+    if (!files_.List(folder, entries)) return Note(folder);
+    std::size_t left = 0;
+    for (const os::DirEntry& entry : entries) {
+      if (entry.info.IsDirectory() || !isOurs(entry.name)) {
+        ++left;
+      } else if (const Text path = App_FilePath::JoinPath(folder, entry.name); files_.Delete(path)) {
+        ++deleted_;
+      } else {
+        Note(path);
+      }
+    }
+    if (folderToo && left == 0 && !files_.RemoveDir(folder)) Note(folder);
+  }
+
+  void Note(const Text& path) {
+    failed_ = true;
+    static_cast<void>(FailAt("cannot delete " + Shown(path)));
+  }
+
+  Installation& installation_;
+  os::Files& files_;
+  std::size_t deleted_ = 0;
+  bool failed_ = false;
+};
+
+bool AnswersYes(const Text& folder) {
+  DWORD mode = 0;
+  if (!GetConsoleMode(GetStdHandle(STD_INPUT_HANDLE), &mode)) {
+    static_cast<void>(
+        Console::Fail("--purge deletes settings, rules and logs; nobody can be asked here, so --yes is needed"));
+    return false;
+  }
+  Console::Say("Delete the settings, rules and logs in " + Shown(folder) + "? Type yes:");
+  char line[16] = {};
+  if (std::fgets(line, sizeof line, stdin) != nullptr && std::string_view(line).starts_with("yes\n")) return true;
+  static_cast<void>(Console::Fail("nothing was done"));
+  return false;
+}
+
+// The process writes its settings and its debug log after it has reported that it stopped.
+Handle ProcessOf(SC_HANDLE service) {
+  SERVICE_STATUS_PROCESS status{};
+  DWORD needed = 0;
+  auto* const bytes = reinterpret_cast<BYTE*>(&status);
+  if (!QueryServiceStatusEx(service, SC_STATUS_PROCESS_INFO, bytes, sizeof status, &needed)) return Handle();
+  return Handle(status.dwProcessId == 0 ? nullptr : OpenProcess(SYNCHRONIZE, FALSE, status.dwProcessId));
+}
+
+// What an earlier uninstall left may be purged still.
+int RemoveEntry(const UninstallOptions& options) {
+  constexpr DWORD kLastWords = 10'000;
+  const ServiceHandle service = OpenEventService(DELETE | SERVICE_QUERY_STATUS);
+  if (!service && options.purge && PendingSystemError() == ERROR_SERVICE_DOES_NOT_EXIST) {
+    TakePendingSystemError();
+    Console::Print("Service entry: there is none.");
+    return kDone;
+  }
+  if (!service) return FailAt("the service cannot be uninstalled");
+  const Handle process = ProcessOf(service.get());
+  if (const int result = RunStop(options.stop)) {
+    Console::Say("Nothing was uninstalled, because the service could not be stopped.");
+    return result;
+  }
+  if (process) WaitForSingleObject(process.Get(), kLastWords);
+  if (!DeleteService(service.get())) {
+    FailLast();
+    return FailAt("the service entry could not be deleted");
+  }
+  Console::Print("Service entry: deleted.");
+  return kDone;
+}
+
+}  // namespace
+
+int RunUninstall(const UninstallOptions& options) {
+  const std::unique_ptr<Installation> installation = Installation::Open(options.applicationFolder);
+  if (!installation) return kFailed;
+  const Text& folder = installation->Environment().ApplicationFolder();
+  if (options.purge && !options.yes && !AnswersYes(folder)) return kFailed;
+  if (const int result = RemoveEntry(options)) return result;
+  if (!RemoveEventSource()) return FailAt("the event source could not be deleted");
+  Console::Print("Event source: deleted.");
+  if (!options.purge) {
+    Console::Print("Settings, rules and logs stay in " + Shown(folder));
+    return kDone;
+  }
+  return Purge(*installation).Run() ? kDone : kFindings;
+}
+
+}  // namespace ovs::win32
