@@ -34,6 +34,17 @@ class BenchDiagnostics {
   BenchDiagnostics(const BenchDiagnostics&) = delete;
   BenchDiagnostics& operator=(const BenchDiagnostics&) = delete;
 
+  // From now on entries are written at once, to a log that `make` has made in that folder.
+  template <class Make>
+  void WriteLogTo(TextView folder, Make make) {
+    const Text path = Text(folder) + u"debug.log";
+    make(path);
+    debug_.DebugLogSetLogFileVars(path);
+    DebugSwitches switches;
+    switches.realTime = true;
+    debug_.SetSwitches(switches);
+  }
+
   // Bytes that the procedure dump holds on disk.
   [[nodiscard]] double Spooled() const {
     os::FileInfo info;

@@ -8,9 +8,11 @@ cd "$(dirname "$0")/.."
 seconds=${1:-60}
 scripts/setup.sh
 say "Fuzz targets, $seconds s each"
-build native-fuzz fuzz_config fuzz_decrypt fuzz_ini
-for target in build/native-fuzz/bin/fuzz_*; do
-  name=${target##*/fuzz_}
+build native-fuzz ovs_fuzz
+for source in fuzz/fuzz_*.cpp fuzz/posix/fuzz_*.cpp; do
+  name=${source##*/fuzz_}
+  name=${name%.cpp}
+  target=build/native-fuzz/bin/fuzz_$name
   mkdir -p "build/fuzz/$name"
   printf '%s ... ' "$name"
   quietly "build/logs/fuzz-$name.log" "$target" -max_total_time="$seconds" -max_len=65536 -timeout=20 -rss_limit_mb=2048 \

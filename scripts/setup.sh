@@ -18,7 +18,8 @@ packages=(
   dpkg-dev libz-mingw-w64-dev                       # the same for Windows, from source packages
   python3-aiosmtpd openssl                          # the mail server of the tests and the demo, its certificates
   libbenchmark-dev                                  # measurements, native only
-  clang-format clang-tidy-19                        # checks
+  gcovr                                             # the coverage report
+  clang-format clang-tidy-19 cppcheck               # checks
   clang-19 libclang-rt-19-dev                       # fuzzing
   chromium tmux                                     # the pages and the terminal behaviour of ovsctl
   unicode-data                                      # source of the folding table

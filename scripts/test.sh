@@ -18,6 +18,7 @@ if wants --native; then
   build native-asan
   export ASAN_OPTIONS=detect_stack_use_after_return=1 UBSAN_OPTIONS=print_stacktrace=1
   ctest --preset native-asan --parallel "$(nproc)" --progress
+  scripts/fuzz.sh 5
 fi
 
 if wants --windows; then

@@ -2,11 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <deque>
 #include <string>
 
+#include "ServiceDoubles.h"
 #include "base/MemoryRegistry.h"
-#include "base/RuntimeError.h"
 #include "base/os/Crypto.h"
 #include "base/os/PendingError.h"
 #include "diag/App_Debug.h"
@@ -24,68 +23,6 @@
 
 namespace ovs {
 namespace {
-
-using Journal = std::vector<std::string>;
-
-// A service control manager that writes down what it is told and sends its stop control when asked for the n-th time.
-class JournalHost final : public ServiceHost {
- public:
-  explicit JournalHost(Journal& journal) : journal_(journal) {}
-
-  bool AnotherInstanceRuns() override { return anotherInstance; }
-  bool IsWindowsNT() override { return isNT; }
-  void CreateEvents() override { journal_.emplace_back("create events"); }
-  void CloseEvents() noexcept override { journal_.emplace_back("close events"); }
-  bool StartAsService() override {
-    journal_.emplace_back("dispatcher");
-    return underControlManager;
-  }
-  void ReportServiceState(ServiceState state) noexcept override {
-    journal_.push_back("state " + std::to_string(static_cast<int>(state)));
-  }
-  bool WaitForStopControl(std::uint32_t milliseconds) override {
-    journal_.push_back("wait " + std::to_string(milliseconds));
-    return slicesUntilStop-- == 0;
-  }
-  void FinishDispatcher() override { journal_.emplace_back("finish dispatcher"); }
-
-  bool anotherInstance = false;
-  bool isNT = true;
-  bool underControlManager = true;
-  int slicesUntilStop = 0;
-
- private:
-  Journal& journal_;
-};
-
-class JournalSource final : public EventSource {
- public:
-  explicit JournalSource(Journal& journal) : journal_(journal) {}
-  void Connect() override {
-    journal_.emplace_back("connect");
-    if (failConnect) throw RuntimeError(RuntimeErrorNumber::kComponent, u"no WMI");
-  }
-  RawRecord NextEvent() override {
-    journal_.emplace_back("next");
-    if (records.empty()) throw RuntimeError(RuntimeErrorNumber::kComponent, u"source ended", u"SWbemEventSource");
-    RawRecord record = records.front();
-    records.pop_front();
-    return record;
-  }
-  std::deque<RawRecord> records;
-  bool failConnect = false;
-
- private:
-  Journal& journal_;
-};
-
-RawRecord Raw(Text message) {
-  RawRecord record;
-  record.eventType = std::int64_t{3};
-  record.logfile = Text(u"System");
-  record.message = std::move(message);
-  return record;
-}
 
 class SampleTest : public ::testing::Test {
  protected:
@@ -175,38 +112,6 @@ TEST_F(SampleTest, DebugSettingsFromAFileGiveLogAndDumpsWithoutSecrets) {
   EXPECT_NE(dump.find("Source=modFilterEvents.FindEvents"), std::string::npos);
   EXPECT_NE(dump.find("End_ProcDump"), std::string::npos);
   for (const std::string* text : {&log, &environment, &dump}) EXPECT_EQ(text->find("geheim"), std::string::npos);
-}
-
-TEST_F(SampleTest, WhicheverFileCallFailsTheRunEndsCleanlyAndTheNextRecordIsHandled) {
-  const auto run = [&](std::uint64_t failing, std::uint32_t number) {
-    files = {};
-    Put(u"OrvantaEventService_Debug.cfg", kDebugSettings);
-    Put(u"Config\\Rules\\A.DAT", "[LogFile]\r\nSystem=1\r\n[EventType]\r\nInfo=1\r\n");
-    source.records = {Raw(u"one"), Raw(u"two"), Raw(u"three"), Raw(u"orvanta - stopping event service...")};
-    journal.clear();
-    host.slicesUntilStop = 0;
-    faulty.Heal();
-    if (failing != 0) faulty.FailCall(failing, number);
-    const std::uint64_t before = faulty.Calls();
-    RunMain();
-    return faulty.Calls() - before;
-  };
-  const std::uint64_t calls = run(0, 0);
-  ASSERT_GT(calls, 50u);
-  for (std::uint64_t failing = 1; failing <= calls; ++failing) {
-    for (const std::uint32_t number : {SystemErrorNumber::kDiskFull, SystemErrorNumber::kSharingViolation}) {
-      run(failing, number);
-      EXPECT_EQ(journal.back(), "close events") << failing;
-      // One record at most is lost to one failing call, and what was written is whole.
-      const std::string log = Content(u"C:\\Orvanta\\EventLogs.txt");
-      std::size_t entries = 0;
-      for (const char* message : {"one", "two", "three"}) {
-        entries += log.find("Message: " + std::string(message) + "\r\n") != std::string::npos ? 1u : 0u;
-      }
-      EXPECT_GE(entries, 2u) << failing << " " << number << "\n" << log;
-      EXPECT_TRUE(log.empty() || log.ends_with("\r\n")) << failing;
-    }
-  }
 }
 
 TEST_F(SampleTest, SecondInstanceDoesNothing) {

@@ -1,0 +1,189 @@
+// Any call to the machine fails: files, registry, time zone, mail engine. One after the other, and two at a time at random.
+// The service goes on, loses no more than what the failing calls carried, and its debug log says so.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+#include <span>
+#include <string>
+
+#include "ServiceDoubles.h"
+#include "base/MemoryRegistry.h"
+#include "base/os/Crypto.h"
+#include "diag/App_Debug.h"
+#include "fakes/FakeClock.h"
+#include "fakes/FakeMailEngines.h"
+#include "fakes/FakePrompt.h"
+#include "fakes/FakeSystem.h"
+#include "fakes/FakeWatcher.h"
+#include "fakes/FaultyPorts.h"
+#include "fakes/MemoryFiles.h"
+#include "mail/MailUser.h"
+#include "mail/modEmailSvc.h"
+#include "platform/DebugEnvironment.h"
+#include "platform/FileContent.h"
+#include "service/EnvironmentReport.h"
+#include "service/Sample.h"
+
+namespace ovs {
+namespace {
+
+constexpr const char* kMessages[] = {"one", "two", "three"};
+
+const std::pair<TextView, std::string> kFiles[] = {
+    {u"OrvantaEventService_Debug.cfg", "Debug.Log.RealTime=1\r\nDebug.EnvDump=1\r\nEmail.SMTP.Password=geheim99\r\n"},
+    {u"Config\\Orvanta.ini",
+     "[Monitoring]\r\nDiskEvents=1\r\nEventEmails=1\r\n[EmailConfig]\r\nAdminEmail=tech@x\r\nSMTPServer=mail\r\n"
+     "SMTPPort=587\r\nSMTPUserName=user\r\nSMTPPassword=75565C58525B5B0D0843\r\n[EmailOptions]\r\nEmailAdminEvents=1\r\n"},
+    {u"Config\\Rules\\A.DAT", "[LogFile]\r\nSystem=1\r\n[EventType]\r\nInfo=1\r\n"},
+    {u"Config\\Rules\\GlobalExclusion_EventDesc_List.txt", "never to be found\r\n"},
+};
+
+// One machine, one run of the service over three records that match; the procedure dump multiplies the calls to fail and
+// the time.
+class ServiceRun {
+ public:
+  explicit ServiceRun(bool dump) {
+    system.programPath = u"C:\\Orvanta\\OrvantaEventService.exe";
+    for (const TextView folder : {u"C:\\Orvanta", u"C:\\Orvanta\\Config", u"C:\\Orvanta\\Config\\Rules"})
+      files.CreateDir(folder);
+    for (const auto& [name, bytes] : kFiles) files.Write(u"C:\\Orvanta\\" + Text(name), bytes);
+    if (dump) files.Write(u"C:\\Orvanta\\Dump_Debug.cfg", "Debug.ProcDump=1\r\n");
+    TakePendingSystemError();
+    for (const char* message : kMessages) source.records.push_back(Raw(FromUtf8(message)));
+    source.records.push_back(Raw(u"orvanta - stopping event service..."));
+  }
+
+  void Fail(std::uint64_t call, std::uint32_t number) { order.FailCall(call, number); }
+
+  void Go() {
+    debug.SetEntryListener([this](TextView entry) { entries.emplace_back(entry); });
+    App_Env environment(system);
+    App_FileSystem fileSystem(order, system);
+    App_Registry registry(faultyRegistry);
+    App_Common ini(order);
+    App_Time time(clock, faultyZone, order);
+    const ckCrypt_Config crypt(os::SystemCrypto());
+    PlainMailUser user(prompt);
+    const Sample* running = nullptr;
+    modEmailSvc mailer(
+        {ini, registry, fileSystem, environment, faultyEngines, user, [&] { return running ? running->Store() : nullptr; }});
+    Sample service(
+        {host, source, prompt, environment, registry, fileSystem, ini, crypt, time, clock, watcher, faultyEngines, mailer});
+    running = &service;
+    DebugEnvironment debugEnvironment = DebugEnvironmentOf(environment, fileSystem);
+    debugEnvironment.environmentReport = [&] {
+      return EnvironmentReport({environment, fileSystem, [&] { return service.ProgramSettings(); }});
+    };
+    debug.Attach({.files = &order, .clock = &clock, .timeZone = &faultyZone, .system = &system}, debugEnvironment);
+    service.Main();
+    debug.CleanupDebug();
+    debug.SetEntryListener({});
+  }
+
+  std::string Content(TextView name) {
+    std::string bytes;
+    ReadFileBytes(files, u"C:\\Orvanta\\" + Text(name), bytes);
+    return bytes;
+  }
+
+  // What must hold whatever failed; `faults` calls were told to.
+  void Check(std::size_t faults) {
+    ASSERT_FALSE(journal.empty());
+    EXPECT_EQ(journal.back(), "close events");
+    for (const auto& [name, bytes] : kFiles) EXPECT_EQ(Content(name), bytes) << "changed: " << ToUtf8(name);
+    const std::string log = Content(u"EventLogs.txt");
+    EXPECT_TRUE(log.empty() || log.ends_with("\r\n")) << log;
+    const std::size_t logged = static_cast<std::size_t>(std::ranges::count_if(
+        kMessages, [&](const std::string message) { return log.find("\r\nMessage: " + message + "\r\n") != log.npos; }));
+    // A mail takes three calls in a row to be given up, its log entry two; the record after that is handled.
+    EXPECT_GE(logged + faults, std::size(kMessages)) << log;
+    EXPECT_GE(engines.mails.size() + faults, std::size(kMessages));
+    const bool lost = logged < std::size(kMessages) || engines.mails.size() < std::size(kMessages);
+    EXPECT_TRUE(!lost || std::ranges::any_of(entries, IsProblem)) << "lost without a word";
+    for (const Text& entry : entries) EXPECT_EQ(entry.find(u"geheim"), Text::npos) << ToUtf8(entry);
+  }
+
+  static bool IsProblem(const Text& entry) {
+    constexpr TextView kWords[] = {u"ErrorHandler", u"APIError", u"Failure", u"failed", u"Cannot", u"cannot", u"lacks"};
+    return std::ranges::any_of(kWords, [&](TextView word) { return entry.find(word) != Text::npos; });
+  }
+
+  Journal journal;
+  JournalHost host{journal};
+  JournalSource source{journal};
+  App_Debug debug;
+  ScopedDiagnostics scoped{debug};
+  std::vector<Text> entries;
+  fakes::MemoryFiles files;
+  fakes::FaultyFiles order{files};
+  fakes::FakeSystem system;
+  fakes::FakeClock clock;
+  fakes::FakeTimeZone zone;
+  fakes::FaultyTimeZone faultyZone{order, zone};
+  fakes::FakePrompt prompt;
+  fakes::FakeMailEngines engines;
+  fakes::FaultyEngines faultyEngines{order, engines};
+  fakes::FakeWatcher watcher;
+  MemoryRegistry registry_;
+  fakes::FaultyRegistry faultyRegistry{order, registry_};
+};
+
+std::uint64_t CallsOfARun(bool dump) {
+  ServiceRun run(dump);
+  run.Go();
+  run.Check(0);
+  return run.order.Calls();
+}
+
+constexpr std::uint32_t kNumbers[] = {SystemErrorNumber::kDiskFull, SystemErrorNumber::kSharingViolation,
+                                      SystemErrorNumber::kAccessDenied, SystemErrorNumber::kGeneralFailure};
+
+// Of a hundred runs so many have the procedure dump on.
+constexpr int kDumpsInAHundred = 5;
+
+class FaultsTest : public ::testing::TestWithParam<bool> {};
+
+TEST_P(FaultsTest, EachCallInTurn) {
+  const bool dump = GetParam();
+  const std::uint64_t calls = CallsOfARun(dump);
+  ASSERT_GT(calls, 100u);
+  for (std::uint64_t call = 1; call <= calls; ++call) {
+    for (const std::uint32_t number : std::span(kNumbers).first(dump ? 1 : std::size(kNumbers))) {
+      ServiceRun run(dump);
+      run.Fail(call, number);
+      run.Go();
+      run.Check(1);
+      if (HasFailure()) FAIL() << "call " << call << " failed with " << number;
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Dump, FaultsTest, ::testing::Bool());
+
+// Ten tests of a thousand runs each, so that they run side by side.
+class FaultPairsTest : public ::testing::TestWithParam<unsigned> {};
+
+TEST_P(FaultPairsTest, TwoAtRandom) {
+  constexpr int kRuns = 1000;
+  std::mt19937 random(GetParam());
+  const std::uint64_t calls[] = {CallsOfARun(false), CallsOfARun(true)};
+  std::uniform_int_distribution<std::size_t> anyNumber(0, std::size(kNumbers) - 1);
+  for (int i = 0; i < kRuns; ++i) {
+    const bool dump = i % 100 < kDumpsInAHundred;
+    std::uniform_int_distribution<std::uint64_t> anyCall(1, calls[dump ? 1 : 0]);
+    const std::pair first(anyCall(random), kNumbers[anyNumber(random)]);
+    const std::pair second(anyCall(random), kNumbers[anyNumber(random)]);
+    ServiceRun run(dump);
+    run.Fail(first.first, first.second);
+    run.Fail(second.first, second.second);
+    run.Go();
+    run.Check(2);
+    if (HasFailure()) FAIL() << first.first << " " << first.second << ", " << second.first << " " << second.second;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, FaultPairsTest, ::testing::Range(1u, 11u));
+
+}  // namespace
+}  // namespace ovs
