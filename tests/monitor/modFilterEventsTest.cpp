@@ -134,6 +134,22 @@ TEST_F(FilterTest, AnEditCountsFromTheNextRecord) {
   EXPECT_EQ(mailer.mails.size(), 1u);
 }
 
+TEST_F(FilterTest, AClockThatIsSetBackHidesNoEditAndNoRecord) {
+  watcher.canWatch = false;
+  Handle(Error());
+  for (const std::int64_t milliseconds : {-3'600'000, -86'400'000, 1'000'000'000, -1'000'000'000}) {
+    clock.Advance(milliseconds);
+    const std::size_t before = mailer.mails.size();
+    Rule(u"A.DAT", kOpenRule);
+    Handle(Error());
+    EXPECT_EQ(mailer.mails.size(), before + 1) << milliseconds;
+    files.Delete(u"C:\\App\\Config\\Rules\\A.DAT");
+    clock.Advance(1000);
+    Handle(Error());
+    EXPECT_EQ(mailer.mails.size(), before + 1) << milliseconds;
+  }
+}
+
 TEST_F(FilterTest, ADiskEventIsNeverTestedAgainstTheRules) {
   Rule(u"A.DAT", kOpenRule);
   Settings("DiskEvents=1\r\nEventEmails=1\r\nDiskEventsRuleName=Platte\r\n");

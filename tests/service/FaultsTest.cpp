@@ -39,6 +39,13 @@ const std::pair<TextView, std::string> kFiles[] = {
     {u"Config\\Rules\\GlobalExclusion_EventDesc_List.txt", "never to be found\r\n"},
 };
 
+// Written anew at the end of a run, its secret encrypted.
+constexpr TextView kStore = u"OrvantaEventService.cfg";
+constexpr const char* kStoreBefore = "Other=1\r\nEmail.SMTP.Password=geheim77\r\n";
+// The order is that in which the entries were changed.
+constexpr std::string_view kStoreAfter[] = {"Email.SMTP.Password=<ev~>883E9B7D245827CF44711FB1254EF6A0\r\nOther=1",
+                                            "Other=1\r\nEmail.SMTP.Password=<ev~>883E9B7D245827CF44711FB1254EF6A0"};
+
 // One machine, one run of the service over three records that match; the procedure dump multiplies the calls to fail and
 // the time.
 class ServiceRun {
@@ -48,6 +55,7 @@ class ServiceRun {
     for (const TextView folder : {u"C:\\Orvanta", u"C:\\Orvanta\\Config", u"C:\\Orvanta\\Config\\Rules"})
       files.CreateDir(folder);
     for (const auto& [name, bytes] : kFiles) files.Write(u"C:\\Orvanta\\" + Text(name), bytes);
+    files.Write(u"C:\\Orvanta\\" + Text(kStore), kStoreBefore);
     if (dump) files.Write(u"C:\\Orvanta\\Dump_Debug.cfg", "Debug.ProcDump=1\r\n");
     TakePendingSystemError();
     for (const char* message : kMessages) source.records.push_back(Raw(FromUtf8(message)));
@@ -92,6 +100,9 @@ class ServiceRun {
     ASSERT_FALSE(journal.empty());
     EXPECT_EQ(journal.back(), "close events");
     for (const auto& [name, bytes] : kFiles) EXPECT_EQ(Content(name), bytes) << "changed: " << ToUtf8(name);
+    const std::string store = Content(kStore);
+    EXPECT_TRUE(std::ranges::find(kStoreAfter, store) != std::end(kStoreAfter) || (faults > 0 && store == kStoreBefore))
+        << "half written: " << store;
     const std::string log = Content(u"EventLogs.txt");
     EXPECT_TRUE(log.empty() || log.ends_with("\r\n")) << log;
     const std::size_t logged = static_cast<std::size_t>(std::ranges::count_if(

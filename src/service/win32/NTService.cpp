@@ -1,7 +1,9 @@
 #include "service/win32/NTService.h"
 
 #include <windows.h>
+#include <aclapi.h>
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <string>
@@ -12,6 +14,7 @@
 #include "base/os/PendingError.h"
 #include "base/win32/Win32Handle.h"
 #include "base/win32/Win32Text.h"
+#include "service/ServiceControl.h"
 
 namespace ovs {
 
@@ -59,6 +62,48 @@ DWORD WaitForHandlesPumping(DWORD timeoutMs, const HANDLE* handles, DWORD count)
   }
 }
 
+// --- whose the mutex of the first instance is: anybody could make one to keep the service from running
+
+struct SidOf {
+  std::array<BYTE, SECURITY_MAX_SID_SIZE> bytes{};
+  PSID Get() { return bytes.data(); }
+};
+
+SidOf WellKnown(WELL_KNOWN_SID_TYPE type) {
+  SidOf sid;
+  DWORD size = static_cast<DWORD>(sid.bytes.size());
+  CreateWellKnownSid(type, nullptr, sid.Get(), &size);
+  return sid;
+}
+
+// The account of this process.
+SidOf Own() {
+  SidOf sid;
+  HANDLE opened = nullptr;
+  if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened)) return sid;
+  const Handle token(opened);
+  alignas(TOKEN_USER) std::array<BYTE, sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE> user{};
+  DWORD size = 0;
+  if (!GetTokenInformation(token.Get(), TokenUser, user.data(), static_cast<DWORD>(user.size()), &size)) return sid;
+  CopySid(static_cast<DWORD>(sid.bytes.size()), sid.Get(), reinterpret_cast<const TOKEN_USER*>(user.data())->User.Sid);
+  return sid;
+}
+
+bool IsTheSystem() { return EqualSid(Own().Get(), WellKnown(WinLocalSystemSid).Get()) != 0; }
+
+// True when it belongs to the system, the administrators or this process's account, and when nobody can tell.
+bool IsOfOneOfUs(const Handle& object) {
+  PSID owner = nullptr;
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  const DWORD result = GetSecurityInfo(object.Get(), SE_KERNEL_OBJECT, OWNER_SECURITY_INFORMATION, &owner, nullptr, nullptr,
+                                       nullptr, &descriptor);
+  if (result != ERROR_SUCCESS || owner == nullptr) return true;
+  const bool isOurs = EqualSid(owner, WellKnown(WinLocalSystemSid).Get()) ||
+                      EqualSid(owner, WellKnown(WinBuiltinAdministratorsSid).Get()) || EqualSid(owner, Own().Get());
+  LocalFree(descriptor);
+  return isOurs;
+}
+
 std::wstring serviceName = ToWide(kServiceName);  // the calls want one that is not constant
 
 }  // namespace
@@ -70,38 +115,29 @@ struct NTService::State {
   Handle startedEvent;
   Handle stopPendingEvent;
   Handle dispatcher;
-  SERVICE_STATUS status = {SERVICE_WIN32_OWN_PROCESS, 0, SERVICE_ACCEPT_STOP | SERVICE_ACCEPT_SHUTDOWN, 0, 0, 0, 0};
   std::atomic<SERVICE_STATUS_HANDLE> statusHandle = nullptr;
+  ServiceControl control{{[this](ServiceState state) { Send(state); }, [this] { SetEvent(stopPendingEvent.Get()); }}};
 
   // The object whose service is being run.
   static inline std::atomic<State*> running = nullptr;
 
-  void Report(ServiceState state) noexcept {
-    if (state != ServiceState::Unchanged) {
-      std::atomic_ref<DWORD>(status.dwCurrentState).store(static_cast<DWORD>(state));
-    }
+  void Send(ServiceState state) const {
+    SERVICE_STATUS status = {SERVICE_WIN32_OWN_PROCESS,
+                             static_cast<DWORD>(state),
+                             SERVICE_ACCEPT_STOP | SERVICE_ACCEPT_SHUTDOWN,
+                             NO_ERROR,
+                             0,
+                             0,
+                             0};
     SetServiceStatus(statusHandle.load(), &status);
   }
 
-  void OnControl(DWORD control) noexcept {
-    if (control == SERVICE_CONTROL_STOP || control == SERVICE_CONTROL_SHUTDOWN) {
-      Report(ServiceState::StopPending);
-      SetEvent(stopPendingEvent.Get());
-    } else {
-      Report(ServiceState::Unchanged);
-    }
-  }
-
-  static void WINAPI ServiceControlHandler(DWORD control) { running.load()->OnControl(control); }
+  static void WINAPI ServiceControlHandler(DWORD control) { running.load()->control.OnControl(control); }
 
   static void WINAPI ServiceMainProc(DWORD /*count*/, LPWSTR* /*arguments*/) {
     State* const self = running.load();
-    self->status.dwCheckPoint = 0;
-    self->status.dwWaitHint = 0;
-    self->status.dwWin32ExitCode = NO_ERROR;
-    self->status.dwServiceSpecificExitCode = 0;
     self->statusHandle = RegisterServiceCtrlHandlerW(serviceName.c_str(), &ServiceControlHandler);
-    self->Report(ServiceState::StartPending);
+    self->control.Report(ServiceState::StartPending);
     SetEvent(self->startedEvent.Get());
     WaitForSingleObject(self->endEvent.Get(), INFINITE);
   }
@@ -133,8 +169,9 @@ bool NTService::AnotherInstanceRuns() {
                     HexText(static_cast<std::uint32_t>(hash), 8);
   state_->instance = Handle(CreateMutexW(nullptr, FALSE, ToWide(name).c_str()));
   const DWORD number = GetLastError();
-  // Without the right to open it, the mutex belongs to an instance under another account.
-  return number == ERROR_ALREADY_EXISTS || number == ERROR_ACCESS_DENIED;
+  if (state_->instance) return number == ERROR_ALREADY_EXISTS && IsOfOneOfUs(state_->instance);
+  // Nothing of an instance of ours is closed to the system itself.
+  return number == ERROR_ACCESS_DENIED && !IsTheSystem();
 }
 
 bool NTService::IsWindowsNT() {
@@ -165,9 +202,9 @@ bool NTService::StartAsService() {
   return started;
 }
 
-void NTService::ServiceControlHandler(std::uint32_t control) noexcept { state_->OnControl(control); }
+void NTService::ServiceControlHandler(std::uint32_t control) noexcept { state_->control.OnControl(control); }
 
-void NTService::ReportServiceState(ServiceState state) noexcept { state_->Report(state); }
+void NTService::ReportServiceState(ServiceState state) noexcept { state_->control.Report(state); }
 
 bool NTService::WaitForStopControl(std::uint32_t milliseconds) {
   const HANDLE handle = state_->stopPendingEvent.Get();

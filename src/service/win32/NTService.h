@@ -13,7 +13,7 @@ namespace ovs {
 // that StartAsService was called on.
 //
 // Two threads share it: the main thread, and the dispatcher thread, which runs the service-main callback and the control
-// handler. They share the three events, the status record's state (one aligned word) and the status handle.
+// handler. They share the three events, the state (see ServiceControl) and the status handle.
 class NTService final : public ServiceHost {
  public:
   // `programPath` is the full path of the running program; it identifies the program for the single-instance test.
