@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <string>
 
+#include "base/Text.h"
+
 namespace ovs {
 
 // Empties the text and overwrites all memory it holds, what was cut off it earlier included. Copies that it left behind
@@ -27,6 +29,28 @@ class WipeAtEnd {
 
  private:
   std::basic_string<Char>& text_;
+};
+
+// A text that is wiped whenever it is given up: at its end, and before it takes another value.
+class SecretText {
+ public:
+  SecretText() = default;
+  SecretText(TextView text) : text_(text) {}  // NOLINT(google-explicit-constructor): assigned from texts of any kind
+  SecretText(const SecretText& other) = default;
+  SecretText& operator=(const SecretText& other) { return *this = TextView(other.text_); }
+  SecretText& operator=(TextView text) {
+    Text copy(text);
+    text_.swap(copy);
+    Wipe(copy);
+    return *this;
+  }
+  ~SecretText() { Wipe(text_); }
+
+  operator TextView() const noexcept { return text_; }  // NOLINT(google-explicit-constructor): it is read as any text
+  [[nodiscard]] bool empty() const noexcept { return text_.empty(); }
+
+ private:
+  Text text_;
 };
 
 }  // namespace ovs

@@ -5,6 +5,7 @@
 
 #include "base/Base64.h"
 #include "base/Encoding.h"
+#include "base/Wipe.h"
 
 namespace ovs {
 
@@ -12,26 +13,45 @@ namespace {
 
 constexpr TextView kMask = u"***";
 // The digits that the bytes always give when `before` bytes (0 to 2) of an unknown text precede them in a group of three.
-Text InnerBase64(const std::string& bytes, std::size_t before) {
+Text InnerBase64(std::string_view bytes, std::size_t before) {
   constexpr std::size_t kDigitsTouchedBefore[] = {0, 2, 3};
-  const Text digits = FromUtf8(Base64Digits(std::string(before, '\0') + bytes, false));
-  return digits.size() > kDigitsTouchedBefore[before] ? digits.substr(kDigitsTouchedBefore[before]) : Text();
+  std::string group;
+  group.reserve(before + bytes.size());
+  group.append(before, '\0').append(bytes);
+  const WipeAtEnd groupWiped(group);
+  std::string digits = Base64Digits(group, false);
+  const WipeAtEnd digitsWiped(digits);
+  return FromUtf8(std::string_view(digits).substr(std::min(digits.size(), kDigitsTouchedBefore[before])));
+}
+
+Text WholeBase64(std::string_view bytes) {
+  std::string digits = Base64(bytes);
+  const WipeAtEnd wiped(digits);
+  return FromUtf8(digits);
 }
 
 }  // namespace
 
+SecretMask::~SecretMask() {
+  for (Text& pattern : patterns_) Wipe(pattern);
+}
+
+bool SecretMask::Knows(TextView pattern) const { return std::ranges::find(patterns_, pattern) != patterns_.end(); }
+
 void SecretMask::Add(TextView secret) {
-  if (secret.size() < kShortest) return;
+  if (secret.size() < kShortest || Knows(secret)) return;
   AddPattern(Text(secret));
-  const std::string bytes = ToUtf8(secret);
-  AddPattern(FromUtf8(Base64(bytes)));
+  std::string bytes = ToUtf8(secret);
+  const WipeAtEnd wiped(bytes);
+  AddPattern(WholeBase64(bytes));
   for (std::size_t before = 0; before < 3; ++before) AddPattern(InnerBase64(bytes, before));
 }
 
 void SecretMask::AddPattern(Text pattern) {
-  if (pattern.size() < kShortest || std::find(patterns_.begin(), patterns_.end(), pattern) != patterns_.end()) return;
+  const WipeAtEnd wiped(pattern);
+  if (pattern.size() < kShortest || Knows(pattern)) return;
   const auto shorter = [&](const Text& other) { return other.size() < pattern.size(); };
-  patterns_.insert(std::find_if(patterns_.begin(), patterns_.end(), shorter), std::move(pattern));
+  patterns_.insert(std::ranges::find_if(patterns_, shorter), std::move(pattern));
 }
 
 bool SecretMask::Apply(Text& text) const {

@@ -11,6 +11,11 @@ class SecretMask {
  public:
   static constexpr std::size_t kShortest = 4;
 
+  SecretMask() = default;
+  ~SecretMask();  // wipes them
+  SecretMask(const SecretMask&) = delete;
+  SecretMask& operator=(const SecretMask&) = delete;
+
   // Registers a secret of at least kShortest characters; shorter ones would blank out ordinary words. Its Base64 form
   // (of its UTF-8 bytes, alone or inside a longer encoded text) is masked as well.
   void Add(TextView secret);
@@ -20,6 +25,7 @@ class SecretMask {
   [[nodiscard]] bool IsEmpty() const noexcept { return patterns_.empty(); }
 
  private:
+  [[nodiscard]] bool Knows(TextView pattern) const;
   void AddPattern(Text pattern);
 
   std::vector<Text> patterns_;  // longest first

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/Text.h"
+#include "base/Wipe.h"
 
 namespace ovs {
 
@@ -23,7 +24,7 @@ struct SmtpSettings {
   Text host;
   std::int32_t port = 0;
   Text username;
-  Text password;
+  SecretText password;
   Text loginDomain;              // for NTLM
   std::int32_t sslType = 0;      // 0 none, 1 implicit TLS, 2 STARTTLS, 3 STARTTLS when offered, 4 by port
   std::int32_t sslProtocol = 0;  // see ckSSLProtocolStr

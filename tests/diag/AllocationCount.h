@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 namespace ovs {
 
@@ -16,6 +17,21 @@ class AllocationFailure {
   ~AllocationFailure();
   AllocationFailure(const AllocationFailure&) = delete;
   AllocationFailure& operator=(const AllocationFailure&) = delete;
+};
+
+// While it lives, memory that is given back is searched for a text of ASCII characters, as bytes and as UTF-16. One at a
+// time.
+class FreedMemoryWatch {
+ public:
+  // `text` must outlive this object.
+  explicit FreedMemoryWatch(std::string_view text) noexcept;
+  ~FreedMemoryWatch();
+  FreedMemoryWatch(const FreedMemoryWatch&) = delete;
+  FreedMemoryWatch& operator=(const FreedMemoryWatch&) = delete;
+
+  // Blocks that held the text, and blocks in all.
+  [[nodiscard]] static int Found() noexcept;
+  [[nodiscard]] static int Searched() noexcept;
 };
 
 }  // namespace ovs

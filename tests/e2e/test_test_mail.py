@@ -14,6 +14,7 @@ from certificates import Certificates  # noqa: E402
 from mailserver import MailServer  # noqa: E402
 
 WINE = os.environ.get("OVS_WINE") == "1"
+RUN_WINDOWS = [str(pathlib.Path(__file__).resolve().parents[2] / "scripts" / "run-windows-program.sh"), "wine"]
 LIMIT = 60
 TO = "jane@example.com"
 
@@ -34,7 +35,7 @@ class TestMailTest(unittest.TestCase):
         (self.app / "Config").mkdir()
 
     def ovsctl(self, *arguments, typed=None):
-        command = (["wine"] if WINE else []) + [os.environ["OVSCTL"], *arguments]
+        command = (RUN_WINDOWS if WINE else []) + [os.environ["OVSCTL"], *arguments]
         done = subprocess.run(command, input=typed, capture_output=True, text=True, encoding="utf-8", timeout=LIMIT)
         done.stdout = done.stdout.replace("\r", "")
         return done

@@ -201,7 +201,7 @@ TEST_F(modEmailSvcTest, SettingsThatReachTheEngine) {
     const auto& [bySystem, settings, message, attempts] = engines.mails.back();
     EXPECT_EQ(settings.host, u"mail");
     EXPECT_EQ(settings.port, 587);
-    EXPECT_EQ(settings.password, u"geheim99");
+    EXPECT_EQ(TextView(settings.password), u"geheim99");
     EXPECT_EQ(settings.sslType, each.sslType) << ToUtf8(each.lines);
     EXPECT_EQ(settings.authMethod, each.authMethod) << ToUtf8(each.lines);
     EXPECT_EQ(settings.autoFix, each.autoFix) << ToUtf8(each.lines);
@@ -252,7 +252,7 @@ TEST_F(modEmailSvcTest, WhatIsEmptiedKeepsItsValue) {
   Settings(Complete(u"SMTPUserName=\r\nSMTPPassword=\r\nUseSSL=\r\nSMTPAuth=\r\nAutoFix="));
   EXPECT_TRUE(service.SendEmail(u"c@x", u"a@x", u"s", u"b", {}));
   const SmtpSettings& settings = engines.mails.back().settings;
-  EXPECT_EQ(settings.username + settings.password, u"usergeheim99");
+  EXPECT_EQ(settings.username + Text(settings.password), u"usergeheim99");
   EXPECT_EQ(settings.sslType * 10 + settings.authMethod, 21);
   // The technician is still known by the address of before, though nothing is sent.
   Settings(Complete(u"AdminEmail="));

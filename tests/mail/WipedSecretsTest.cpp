@@ -1,0 +1,73 @@
+// A password leaves no copy behind in memory that was given back: from the settings file to the built-in engine's attempt to
+// log in, and through the encryption of settings.
+#include <gtest/gtest.h>
+
+#include "../platform/PlatformTest.h"
+#include "base/MemoryRegistry.h"
+#include "base/Wipe.h"
+#include "base/os/Crypto.h"
+#include "config/ckCrypt_Config.h"
+#include "diag/AllocationCount.h"
+#include "fakes/FakeClock.h"
+#include "fakes/FakePrompt.h"
+#include "mail/BuiltInEngines.h"
+#include "mail/StoredPassword.h"
+#include "mail/modEmailSvc.h"
+
+namespace ovs {
+namespace {
+
+constexpr const char* kPassword = "geheimes-kennwort-99";
+
+class WipedSecretsTest : public PlatformTest {};
+
+TEST_F(WipedSecretsTest, TheWayOfAMail) {
+  for (const TextView folder : {u"C:\\App", u"C:\\App\\Config"}) memory.CreateDir(folder);
+  const Text stored = *StoredPassword::ScrambleText(FromUtf8(kPassword), StoredPassword::kKey, os::SystemCrypto());
+  // Nobody listens there.
+  Put(u"C:\\App\\Config\\Orvanta.ini",
+      "[EmailConfig]\r\nAdminEmail=tech@x\r\nSMTPServer=127.0.0.1\r\nSMTPPort=1\r\n"
+      "SMTPUserName=user\r\nSMTPPassword=" +
+          ToUtf8(stored) + "\r\n");
+  MemoryRegistry registry;
+  App_Registry helper(registry);
+  App_Env environment(system);
+  environment.SetAutomaticMode(true);
+  App_Common ini(files);
+  const ckCrypt_Config crypt(os::SystemCrypto());
+  Config_Class store(fileSystem, crypt, u"C:\\App\\");
+  BuiltInEngines engines({files, os::SystemClock(), system, os::SystemCrypto()});
+  engines.Start();
+  fakes::FakePrompt prompt;
+  PlainMailUser user(prompt);
+  const FreedMemoryWatch watch(kPassword);
+  {
+    modEmailSvc service({ini, helper, fileSystem, environment, engines, user, [&store] { return &store; }});
+    EXPECT_FALSE(service.SendEmail(u"tech@x", {}, u"subject", u"body", {}));
+  }
+  EXPECT_GT(FreedMemoryWatch::Searched(), 100);
+  EXPECT_EQ(FreedMemoryWatch::Found(), 0);
+}
+
+TEST_F(WipedSecretsTest, EncryptionOfSettings) {
+  const ckCrypt_Config crypt(os::SystemCrypto());
+  const FreedMemoryWatch watch(kPassword);
+  {
+    Text plain = FromUtf8(kPassword);
+    const WipeAtEnd wiped(plain);
+    const Text stored = crypt.EncryptCfgValue(plain);
+    Text back = crypt.DecryptCfgValue(stored);
+    const WipeAtEnd backWiped(back);
+    EXPECT_EQ(back, plain);
+    Text scrambled = *StoredPassword::ScrambleText(plain, StoredPassword::kKey, os::SystemCrypto());
+    Text again = StoredPassword::UnscrambleText(scrambled, StoredPassword::kKey).text;
+    const WipeAtEnd againWiped(again);
+    EXPECT_EQ(again, plain);
+  }
+  EXPECT_EQ(FreedMemoryWatch::Found(), 0);
+  { const Text notWiped = FromUtf8(kPassword); }
+  EXPECT_EQ(FreedMemoryWatch::Found(), 1) << "the watch itself";
+}
+
+}  // namespace
+}  // namespace ovs
