@@ -50,7 +50,7 @@ std::vector<std::int32_t> CdoMailer::Configure(const SmtpSettings& settings) {
   Set(kAuthenticate, std::int64_t{settings.authMethod});
   if (useSsl) Set(kUseSsl, true);
   Set(u"sendusername", settings.username);
-  Set(u"sendpassword", settings.password);
+  Set(u"sendpassword", Text(settings.password));
   Set(u"smtpconnectiontimeout", std::int64_t{settings.connectSeconds});
   Set(u"sendusing", kBySmtp);
   fields_.Call(u"Update");

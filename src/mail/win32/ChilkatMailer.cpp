@@ -54,7 +54,7 @@ std::vector<std::int32_t> ChilkatMailer::Configure(const SmtpSettings& settings)
   mailMan_.Put(u"SmtpHost", settings.host);
   mailMan_.Put(u"SmtpPort", std::int64_t{settings.port});
   mailMan_.Put(u"SmtpUsername", settings.username);
-  mailMan_.Put(u"SmtpPassword", settings.password);
+  mailMan_.Put(u"SmtpPassword", Text(settings.password));
   mailMan_.Put(u"SmtpLoginDomain", settings.loginDomain);
   SetSecurity();
   mailMan_.Put(u"SslProtocol", Text(ckSSLProtocolStr(settings.sslProtocol)));
