@@ -90,16 +90,6 @@ void CheckContradictions(const CheckedRule& rule, Findings& findings) {
   }
 }
 
-// The number of the line that excludes the value; the last one read when it changed meanwhile.
-std::size_t ExcludingLine(GlobalExclusions& lists, GlobalExclusions::List list, TextView value) {
-  const auto lines = lists.Lines(list);
-  const auto excludes = [&](const Text& line) {
-    return !line.empty() && (list == GlobalExclusions::kTexts ? ContainsFolded(value, line) : StringsMatch(line, value));
-  };
-  if (!lines) return 0;
-  return static_cast<std::size_t>(std::ranges::find_if(*lines, excludes) - lines->begin()) + 1;
-}
-
 bool Takes(const Text& wanted, const Text& narrower) { return wanted.empty() || StringsMatch(wanted, narrower); }
 
 // True when every record that `narrow` takes is taken by `wide`.
@@ -134,9 +124,10 @@ void CheckRuleAgainstLists(const CheckedRule& rule, GlobalExclusions& lists, Fin
   const RuleConditions& wanted = rule.conditions;
   findings.ContinueFile(rule.file);
   const auto report = [&](GlobalExclusions::List list, TextView key, TextView value) {
+    const auto line = lists.LineThatExcludes(list, value);
     findings.Error(rule.LineOf(key),
                    "no alert of this rule ever comes: " + Console::Shown(GlobalExclusions::FileName(list)) + ", line " +
-                       std::to_string(ExcludingLine(lists, list, value)) + ", excludes its " + Console::Shown(key),
+                       std::to_string(line ? line->number : 0) + ", excludes its " + Console::Shown(key),
                    "Remove that line from the list, or the rule.");
   };
   // An empty value is never asked for: it would be that of a record without source.
