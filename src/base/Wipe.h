@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <string>
+#include <type_traits>
 
 #include "base/Text.h"
 
@@ -35,18 +36,19 @@ class WipeAtEnd {
 class SecretText {
  public:
   SecretText() = default;
-  SecretText(TextView text) : text_(text) {}  // NOLINT(google-explicit-constructor): assigned from texts of any kind
+  // Of texts of any kind.
+  template <class From>
+  requires(std::is_convertible_v<const From&, TextView> && !std::is_same_v<From, SecretText>) SecretText(const From& text)
+      : text_(TextView(text)) {}
   SecretText(const SecretText& other) = default;
-  SecretText& operator=(const SecretText& other) { return *this = TextView(other.text_); }
-  SecretText& operator=(TextView text) {
-    Text copy(text);
-    text_.swap(copy);
-    Wipe(copy);
+  // Takes the other's text; what it had goes with the other.
+  SecretText& operator=(SecretText other) noexcept {
+    text_.swap(other.text_);
     return *this;
   }
   ~SecretText() { Wipe(text_); }
 
-  operator TextView() const noexcept { return text_; }  // NOLINT(google-explicit-constructor): it is read as any text
+  operator TextView() const noexcept { return text_; }
   [[nodiscard]] bool empty() const noexcept { return text_.empty(); }
 
  private:
