@@ -6,7 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
+#include <filesystem>
 #include <memory>
 
 #include "base/Encoding.h"
@@ -46,8 +46,9 @@ std::string ChildOf(const std::string& folder, const std::string& name) {
 }
 
 Text CurrentFolder() {
-  const std::unique_ptr<char, void (*)(void*)> folder(getcwd(nullptr, 0), free);
-  const auto text = folder ? WindowsPathOf(folder.get()) : std::nullopt;
+  std::error_code error;
+  const std::string folder = std::filesystem::current_path(error).string();
+  const auto text = error ? std::nullopt : WindowsPathOf(folder);
   return text.value_or(u"Z:\\");
 }
 
