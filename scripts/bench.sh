@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.."
 scripts/setup.sh
 build native-release ovs_bench ovs_workload
 groups=('^(Traced|Plain)' '^SoakProcedures/dump off' '^SoakProcedures/dump on' '^SoakRecords' 'Setting' '^MailOf1KB'
-  '^MailWith20MB' '^AlertLogs' '^FirstRecord' '^Exclusions' '^LongRun' '^(Scan|FoldOnce|Match|Job|Naive)')
+  '^MailWith20MB' '^AlertLogs' '^FirstRecord' '^Exclusions' '^LongRun' '^YearsOfAlerts' '^(Scan|FoldOnce|Match|Job|Naive)')
 rm -f build/logs/bench-*.json
 for i in "${!groups[@]}"; do
   quietly "build/logs/bench-$i.log" build/native-release/bin/ovs_bench --benchmark_filter="${groups[i]}" \

@@ -23,7 +23,7 @@ Text KeyOf(TextView text) { return Fold(App_Strings::TrimBlanks(text)); }
 
 GlobalExclusions::GlobalExclusions(App_FileSystem& files, FileProblems& problems, TextView rulesFolder)
     : files_(files), problems_(problems) {
-  for (std::size_t kind = 0; kind < kListCount; ++kind) paths_[kind] = Text(rulesFolder) + u"\\" + Text(kNames[kind]);
+  for (std::size_t list = 0; list < kListCount; ++list) paths_[list] = Text(rulesFolder) + u"\\" + Text(kNames[list]);
 }
 
 bool GlobalExclusions::IsListName(TextView name) {
@@ -35,9 +35,9 @@ void GlobalExclusions::Forget() {
   occurs_.reset();
 }
 
-std::optional<std::vector<Text>> GlobalExclusions::Lines(List kind) {
+std::optional<std::vector<Text>> GlobalExclusions::Lines(List list) {
   constexpr TextView kWhat = u"Cannot use exclusion list";
-  const Text& path = paths_[kind];
+  const Text& path = paths_[list];
   std::vector<Text> lines;
   std::string bytes;
   const ReadOutcome outcome = ReadFileBytes(files_.Files(), path, bytes);
@@ -54,16 +54,16 @@ std::optional<std::vector<Text>> GlobalExclusions::Lines(List kind) {
   return App_Strings::Split(text, u"\r\n");
 }
 
-std::optional<std::vector<Text>> GlobalExclusions::ReadLines(List kind) {
-  auto lines = Lines(kind);
+std::optional<std::vector<Text>> GlobalExclusions::ReadLines(List list) {
+  auto lines = Lines(list);
   if (lines) std::erase(*lines, Text());
   return lines;
 }
 
-bool GlobalExclusions::AnyLineEquals(List kind, TextView value) {
-  auto& known = equals_[kind];
+bool GlobalExclusions::AnyLineEquals(List list, TextView value) {
+  auto& known = equals_[list];
   if (!known) {
-    const auto lines = ReadLines(kind);
+    const auto lines = ReadLines(list);
     if (!lines) return false;
     known.emplace();
     for (const Text& line : *lines) known->insert(KeyOf(line));

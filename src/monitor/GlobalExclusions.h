@@ -52,8 +52,8 @@ class GlobalExclusions {
 
  private:
   // The lines that count.
-  [[nodiscard]] std::optional<std::vector<Text>> ReadLines(List kind);
-  [[nodiscard]] bool AnyLineEquals(List kind, TextView value);
+  [[nodiscard]] std::optional<std::vector<Text>> ReadLines(List list);
+  [[nodiscard]] bool AnyLineEquals(List list, TextView value);
   [[nodiscard]] bool AnyLineOccursIn(TextView message);
 
   App_FileSystem& files_;

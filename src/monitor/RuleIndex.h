@@ -76,7 +76,7 @@ class RuleIndex {
     unsigned shift_ = 32;
   };
 
-  [[nodiscard]] bool MayMatch(std::uint32_t rule, std::uint32_t cell, const EventRecord& record) const;
+  [[nodiscard]] bool MayMatch(std::uint32_t number, std::uint32_t cell, const EventRecord& record) const;
 
   std::vector<RuleConditions> rules_;
   ByText byId_;
