@@ -202,10 +202,7 @@ NoDuplicateIndex::SuffixSet* NoDuplicateIndex::FindOrMakeSuffixSet(os::ReadFile&
     held += set.hashes.size();
   }
   const std::size_t allowed = std::max(kMinSuffixes, lineCount_);
-  if (held >= allowed || suffixes_.size() >= kMaxSuffixSets) {
-    suffixes_.clear();
-    held = 0;
-  }
+  if (held >= allowed || suffixes_.size() >= kMaxSuffixSets) suffixes_.clear();
   SuffixSet made{length, tail, {}};
   LineScanner scanner(encoding_);
   const bool read = ScanFile(file, scanner, [&](const ScannedLine& line) {
