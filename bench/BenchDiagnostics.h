@@ -4,12 +4,12 @@
 #include <benchmark/benchmark.h>
 
 #include "base/Numbers.h"
-#include "base/os/Clock.h"
-#include "base/os/Files.h"
-#include "base/os/System.h"
-#include "diag/AllocationCount.h"
 #include "diag/App_Debug.h"
 #include "diag/Proc.h"
+#include "os/Clock.h"
+#include "os/Files.h"
+#include "os/System.h"
+#include "support/AllocationCount.h"
 
 namespace ovs {
 

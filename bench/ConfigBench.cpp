@@ -1,10 +1,10 @@
 // The settings store at a size that no machine has.
 #include "BenchDiagnostics.h"
-#include "base/os/Crypto.h"
 #include "config/Config_Class.h"
 #include "config/ckCrypt_Config.h"
-#include "fakes/FakeSystem.h"
-#include "fakes/MemoryFiles.h"
+#include "os/Crypto.h"
+#include "support/FakeSystem.h"
+#include "support/MemoryFiles.h"
 
 namespace ovs {
 namespace {

@@ -4,11 +4,11 @@
 
 #include "BenchDiagnostics.h"
 #include "MailSink.h"
-#include "base/os/Crypto.h"
-#include "fakes/FakeSystem.h"
-#include "fakes/MemoryFiles.h"
-#include "mail/os/MailMachine.h"
-#include "mail/vtxEmail.h"
+#include "mail/engines/os/MailMachine.h"
+#include "mail/message/vtxEmail.h"
+#include "os/Crypto.h"
+#include "support/FakeSystem.h"
+#include "support/MemoryFiles.h"
 
 namespace ovs {
 namespace {

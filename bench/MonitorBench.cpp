@@ -4,10 +4,10 @@
 #include "RealFolder.h"
 #include "Workload.h"
 #include "base/Encoding.h"
-#include "base/os/FolderWatch.h"
-#include "fakes/FakeMailer.h"
-#include "fakes/FakeWatcher.h"
 #include "monitor/modFilterEvents.h"
+#include "os/FolderWatch.h"
+#include "support/FakeMailer.h"
+#include "support/FakeWatcher.h"
 
 namespace ovs {
 namespace {

@@ -4,10 +4,10 @@
 #include "LongRunning.h"
 #include "RealFolder.h"
 #include "base/Encoding.h"
-#include "base/os/FolderWatch.h"
-#include "fakes/FakeMailer.h"
-#include "monitor/RecordTime.h"
+#include "events/RecordTime.h"
 #include "monitor/modFilterEvents.h"
+#include "os/FolderWatch.h"
+#include "support/FakeMailer.h"
 
 namespace ovs {
 namespace {

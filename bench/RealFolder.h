@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "base/Numbers.h"
-#include "base/os/Files.h"
-#include "base/os/System.h"
 #include "monitor/MonitorSettings.h"
+#include "os/Files.h"
+#include "os/System.h"
 #include "platform/App_FileSystem.h"
 
 namespace ovs {

@@ -3,11 +3,11 @@
 
 #include "BenchDiagnostics.h"
 #include "config/App_Common.h"
-#include "fakes/FakeMailer.h"
-#include "fakes/FakeSystem.h"
-#include "fakes/FakeWatcher.h"
-#include "fakes/MemoryFiles.h"
 #include "monitor/modFilterEvents.h"
+#include "support/FakeMailer.h"
+#include "support/FakeSystem.h"
+#include "support/FakeWatcher.h"
+#include "support/MemoryFiles.h"
 
 namespace ovs {
 namespace {

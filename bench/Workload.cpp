@@ -5,13 +5,13 @@
 #include <random>
 #include <stdexcept>
 
-#include "Records.h"
 #include "base/App_Strings.h"
 #include "base/Encoding.h"
 #include "base/Fold.h"
 #include "base/Numbers.h"
-#include "base/os/CommandLine.h"
+#include "events/files/Records.h"
 #include "monitor/RuleIndex.h"
+#include "os/CommandLine.h"
 
 namespace ovs {
 

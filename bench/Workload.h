@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "monitor/EventRecord.h"
+#include "events/EventRecord.h"
 
 namespace ovs {
 

@@ -9,7 +9,7 @@ import tempfile
 import time
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
-sys.path[:0] = [str(ROOT / "tests" / "e2e"), str(ROOT / "tests" / "e2e" / "win32")]
+sys.path.insert(0, str(ROOT / "tests" / "support"))
 
 from certificates import Certificates  # noqa: E402 (the path must be set first)
 from mailserver import MailServer  # noqa: E402

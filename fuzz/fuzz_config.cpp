@@ -4,11 +4,11 @@
 #include <cstdlib>
 
 #include "base/Encoding.h"
-#include "base/os/Crypto.h"
 #include "config/Config_Class.h"
 #include "config/ckCrypt_Config.h"
-#include "fakes/FakeSystem.h"
-#include "fakes/MemoryFiles.h"
+#include "os/Crypto.h"
+#include "support/FakeSystem.h"
+#include "support/MemoryFiles.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <cstdlib>
 
 #include "base/Encoding.h"
-#include "base/os/Crypto.h"
 #include "config/ckCrypt_Config.h"
+#include "os/Crypto.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace ovs;

@@ -6,12 +6,12 @@
 
 #include "Pieces.h"
 #include "diag/App_Debug.h"
-#include "fakes/FakeClock.h"
-#include "fakes/FakeMailer.h"
-#include "fakes/FakeSystem.h"
-#include "fakes/FakeWatcher.h"
-#include "fakes/MemoryFiles.h"
 #include "monitor/modFilterEvents.h"
+#include "support/FakeClock.h"
+#include "support/FakeMailer.h"
+#include "support/FakeSystem.h"
+#include "support/FakeWatcher.h"
+#include "support/MemoryFiles.h"
 
 namespace {
 

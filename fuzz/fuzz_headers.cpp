@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "Pieces.h"
-#include "mail/MailHeaders.h"
+#include "mail/engines/MailHeaders.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "Records.h"
-#include "fakes/MemoryFiles.h"
+#include "events/files/Records.h"
+#include "support/MemoryFiles.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace ovs;

@@ -4,9 +4,9 @@
 #include <cstdlib>
 
 #include "base/Encoding.h"
-#include "fakes/FakeClock.h"
-#include "fakes/MemoryFiles.h"
-#include "monitor/RecordTime.h"
+#include "events/RecordTime.h"
+#include "support/FakeClock.h"
+#include "support/MemoryFiles.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace ovs;

@@ -13,8 +13,8 @@ echo "format: ${#sources[@]} files"
 
 # Each header compiles alone, so no source depends on the order of its includes.
 start=$SECONDS
-mapfile -t headers < <(printf '%s\n' "${sources[@]}" | grep -E '^(src|tools|tests/fakes)/.*\.h$')
-folders=(-Isrc -Itools/ovsctl -Itools/ovsctl/win32 -Itests)
+mapfile -t headers < <(printf '%s\n' "${sources[@]}" | grep -E '^(src|tools|tests/support)/.*\.h$')
+folders=(-Isrc -Itools -Itests)
 alone() { # COMPILER HEADER...
   local compiler=$1
   shift
@@ -29,7 +29,7 @@ echo "headers alone: ${#headers[@]} in $((SECONDS - start)) s"
 
 start=$SECONDS
 cppcheck --std=c++20 --language=c++ --enable=warning,performance,portability --inline-suppr --quiet -j "$(nproc)" \
-  --suppressions-list=.cppcheck-suppressions -I src -I tools/ovsctl --error-exitcode=1 src tools || fail "cppcheck has findings"
+  --suppressions-list=.cppcheck-suppressions -I src -I tools --error-exitcode=1 src tools || fail "cppcheck has findings"
 echo "cppcheck: src and tools in $((SECONDS - start)) s"
 
 # What is compiled natively is analysed natively; headers come along with their sources.

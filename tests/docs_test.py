@@ -8,7 +8,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[1]
 PAGE = "".join((ROOT / "docs" / name).read_text(encoding="utf-8") for name in ("settings.md", "mail.md"))
 SOURCES = {path: path.read_text(encoding="utf-8") for path in sorted((ROOT / "src").rglob("*.[ch]*"))
            if path.suffix in (".cpp", ".h")}
-TABLES = (ROOT / "tools" / "ovsctl" / "KnownNames.cpp").read_text(encoding="utf-8")
+TABLES = (ROOT / "tools" / "ovsctl" / "check" / "KnownNames.cpp").read_text(encoding="utf-8")
 TEXT = r'u"([^"]*)"'
 
 

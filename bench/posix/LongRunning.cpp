@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "base/Encoding.h"
-#include "base/os/Files.h"
+#include "os/Files.h"
 
 namespace ovs {
 

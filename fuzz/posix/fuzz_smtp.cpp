@@ -11,10 +11,10 @@
 #include <thread>
 
 #include "Pieces.h"
-#include "fakes/FakeClock.h"
-#include "fakes/MemoryFiles.h"
-#include "mail/CurlSteps.h"
-#include "mail/CurlTransfer.h"
+#include "mail/engines/CurlSteps.h"
+#include "mail/engines/CurlTransfer.h"
+#include "support/FakeClock.h"
+#include "support/MemoryFiles.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 
 #include "base/App_Strings.h"
 #include "base/Encoding.h"
-#include "base/os/PendingError.h"
 #include "diag/Proc.h"
+#include "os/PendingError.h"
 #include "platform/FileContent.h"
 
 namespace ovs {

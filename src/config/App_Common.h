@@ -4,9 +4,9 @@
 #include <set>
 
 #include "base/Text.h"
-#include "base/os/Files.h"
 #include "config/FileProblems.h"
 #include "config/PlainIni.h"
+#include "os/Files.h"
 
 namespace ovs {
 

@@ -3,9 +3,9 @@
 
 #include "base/App_Strings.h"
 #include "base/Fold.h"
-#include "base/WindowsPath.h"
-#include "base/os/PendingError.h"
 #include "diag/Proc.h"
+#include "os/PendingError.h"
+#include "os/WindowsPath.h"
 #include "platform/App_FilePath.h"
 
 namespace ovs {

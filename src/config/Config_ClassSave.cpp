@@ -2,9 +2,9 @@
 #include "base/App_Strings.h"
 #include "base/Encoding.h"
 #include "base/Fold.h"
-#include "base/os/PendingError.h"
 #include "config/Config_Class.h"
 #include "diag/Proc.h"
+#include "os/PendingError.h"
 #include "platform/App_FilePath.h"
 #include "platform/FileContent.h"
 

@@ -12,7 +12,7 @@
 #include <optional>
 
 #include "base/Text.h"
-#include "base/os/Crypto.h"
+#include "os/Crypto.h"
 
 namespace ovs {
 

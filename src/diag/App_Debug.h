@@ -9,12 +9,12 @@
 #include <memory>
 
 #include "base/Text.h"
-#include "base/os/Clock.h"
-#include "base/os/Files.h"
-#include "base/os/System.h"
 #include "diag/Events.h"
 #include "diag/Proc.h"
 #include "diag/SystemMessages.h"
+#include "os/Clock.h"
+#include "os/Files.h"
+#include "os/System.h"
 
 namespace ovs {
 

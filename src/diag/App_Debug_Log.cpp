@@ -1,9 +1,9 @@
 // dLog: one logging call from the pending errors to the finished entry.
 #include "base/App_Strings.h"
 #include "base/Numbers.h"
-#include "base/os/PendingError.h"
 #include "diag/App_DebugState.h"
 #include "diag/PendingRuntimeError.h"
+#include "os/PendingError.h"
 
 namespace ovs {
 

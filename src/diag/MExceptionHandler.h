@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "base/Text.h"
-#include "base/os/ExceptionFilter.h"
+#include "os/ExceptionFilter.h"
 
 namespace ovs::MExceptionHandler {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "base/os/PendingError.h"
+#include "os/PendingError.h"
 
 namespace ovs {
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "base/Text.h"
-#include "base/os/System.h"
+#include "os/System.h"
 
 namespace ovs {
 

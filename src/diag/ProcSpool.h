@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "base/Text.h"
-#include "base/os/Files.h"
 #include "diag/Events.h"
+#include "os/Files.h"
 
 namespace ovs {
 

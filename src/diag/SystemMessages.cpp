@@ -2,7 +2,7 @@
 
 #include "base/App_Strings.h"
 #include "base/Numbers.h"
-#include "base/os/PendingError.h"
+#include "os/PendingError.h"
 
 namespace ovs {
 

@@ -5,7 +5,7 @@
 #include <map>
 
 #include "base/Text.h"
-#include "base/os/System.h"
+#include "os/System.h"
 
 namespace ovs {
 

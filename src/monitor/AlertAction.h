@@ -3,7 +3,7 @@
 
 #include "base/Text.h"
 #include "config/App_Common.h"
-#include "mail/AlertMailer.h"
+#include "mail/message/AlertMailer.h"
 
 namespace ovs {
 

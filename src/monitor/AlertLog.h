@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/Text.h"
-#include "monitor/EventRecord.h"
+#include "events/EventRecord.h"
 #include "monitor/GlobalExclusions.h"
 #include "monitor/MonitorSettings.h"
 #include "platform/App_FileSystem.h"

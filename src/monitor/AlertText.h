@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/Text.h"
-#include "monitor/EventRecord.h"
+#include "events/EventRecord.h"
 
 namespace ovs::AlertText {
 

@@ -3,15 +3,9 @@
 
 #include "base/Text.h"
 #include "config/App_Common.h"
+#include "events/RecordTime.h"
 
 namespace ovs {
-
-// How record times are shown.
-struct DisplayFlags {
-  bool timesInUTC = false;
-  bool dateYearFirst = false;
-  bool timeAs24Hour = false;
-};
 
 struct MonitorSettings {
   Text applicationFolder;      // ends in "\"

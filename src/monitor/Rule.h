@@ -6,7 +6,7 @@
 
 #include "base/Text.h"
 #include "config/PlainIni.h"
-#include "monitor/EventRecord.h"
+#include "events/EventRecord.h"
 
 namespace ovs {
 

@@ -4,11 +4,11 @@
 #include <array>
 #include <unordered_map>
 
-#include "base/os/PendingError.h"
 #include "diag/App_Debug.h"
 #include "diag/Proc.h"
 #include "monitor/Phrases.h"
 #include "monitor/RuleFile.h"
+#include "os/PendingError.h"
 #include "platform/FileContent.h"
 #include "platform/FileMask.h"
 

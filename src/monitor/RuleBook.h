@@ -12,13 +12,13 @@
 #include <vector>
 
 #include "base/Text.h"
-#include "base/os/Clock.h"
-#include "base/os/FolderWatch.h"
 #include "config/App_Common.h"
 #include "config/FileProblems.h"
 #include "monitor/GlobalExclusions.h"
 #include "monitor/MonitorSettings.h"
 #include "monitor/RuleIndex.h"
+#include "os/Clock.h"
+#include "os/FolderWatch.h"
 #include "platform/FolderLook.h"
 
 namespace ovs {

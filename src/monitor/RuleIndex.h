@@ -12,7 +12,7 @@
 #include "base/Text.h"
 #include "base/TextSet.h"
 #include "config/PlainIni.h"
-#include "monitor/EventRecord.h"
+#include "events/EventRecord.h"
 #include "monitor/Rule.h"
 
 namespace ovs {

@@ -4,7 +4,7 @@
 
 #include "base/Text.h"
 #include "base/Version.h"
-#include "base/os/System.h"
+#include "os/System.h"
 
 namespace ovs {
 

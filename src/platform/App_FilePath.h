@@ -2,7 +2,7 @@
 #pragma once
 
 #include "base/Text.h"
-#include "base/os/System.h"
+#include "os/System.h"
 
 namespace ovs::App_FilePath {
 

@@ -4,9 +4,9 @@
 
 #include "base/App_Strings.h"
 #include "base/Numbers.h"
-#include "base/os/PendingError.h"
 #include "diag/App_Debug.h"
 #include "diag/Proc.h"
+#include "os/PendingError.h"
 #include "platform/App_FilePath.h"
 #include "platform/FileMask.h"
 

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "base/Text.h"
-#include "base/os/Files.h"
-#include "base/os/System.h"
 #include "diag/Proc.h"
+#include "os/Files.h"
+#include "os/System.h"
 #include "platform/TextFileWriter.h"
 
 namespace ovs {

@@ -1,9 +1,9 @@
 // The part of App_FileSystem that makes folders.
 #include "base/App_Strings.h"
 #include "base/Numbers.h"
-#include "base/os/PendingError.h"
 #include "diag/App_Debug.h"
 #include "diag/Proc.h"
+#include "os/PendingError.h"
 #include "platform/App_FilePath.h"
 #include "platform/App_FileSystem.h"
 

@@ -1,8 +1,8 @@
 // The part of App_FileSystem that reads and writes text files.
 #include "base/Encoding.h"
-#include "base/os/PendingError.h"
 #include "diag/App_Debug.h"
 #include "diag/Proc.h"
+#include "os/PendingError.h"
 #include "platform/App_FilePath.h"
 #include "platform/App_FileSystem.h"
 #include "platform/FileContent.h"

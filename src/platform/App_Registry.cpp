@@ -6,7 +6,7 @@
 
 #include "base/Fold.h"
 #include "base/Numbers.h"
-#include "base/os/PendingError.h"
+#include "os/PendingError.h"
 #include "platform/RegistryTexts.h"
 
 namespace ovs {

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "base/Text.h"
-#include "base/os/Registry.h"
 #include "diag/Proc.h"
+#include "os/Registry.h"
 
 namespace ovs {
 

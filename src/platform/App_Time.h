@@ -6,8 +6,8 @@
 
 #include "base/DateTime.h"
 #include "base/Text.h"
-#include "base/os/Clock.h"
-#include "base/os/Files.h"
+#include "os/Clock.h"
+#include "os/Files.h"
 
 namespace ovs {
 

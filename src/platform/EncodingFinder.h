@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "base/Encoding.h"
-#include "base/os/Files.h"
+#include "os/Files.h"
 
 namespace ovs {
 

@@ -5,8 +5,8 @@
 
 #include "base/App_Strings.h"
 #include "base/Fold.h"
-#include "base/os/PendingError.h"
 #include "diag/Proc.h"
+#include "os/PendingError.h"
 #include "platform/App_FilePath.h"
 #include "platform/FileMask.h"
 #include "platform/LowerCase.h"

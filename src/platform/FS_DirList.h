@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "base/Text.h"
-#include "base/os/Files.h"
+#include "os/Files.h"
 
 namespace ovs {
 

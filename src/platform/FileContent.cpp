@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <array>
 
-#include "base/os/PendingError.h"
 #include "diag/App_Debug.h"
+#include "os/PendingError.h"
 
 namespace ovs {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "base/Text.h"
-#include "base/os/Files.h"
+#include "os/Files.h"
 
 namespace ovs {
 

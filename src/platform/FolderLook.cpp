@@ -4,7 +4,7 @@
 #include <unordered_map>
 
 #include "base/DateTime.h"
-#include "base/os/PendingError.h"
+#include "os/PendingError.h"
 
 namespace ovs {
 

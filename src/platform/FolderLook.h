@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "base/Text.h"
-#include "base/os/Clock.h"
-#include "base/os/Files.h"
+#include "os/Clock.h"
+#include "os/Files.h"
 
 namespace ovs {
 

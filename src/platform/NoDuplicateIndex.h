@@ -20,7 +20,7 @@
 #include <vector>
 
 #include "base/Text.h"
-#include "base/os/Files.h"
+#include "os/Files.h"
 #include "platform/LineScanner.h"
 
 namespace ovs {

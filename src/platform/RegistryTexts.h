@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "base/Text.h"
-#include "base/os/Registry.h"
+#include "os/Registry.h"
 
 namespace ovs {
 

@@ -2,7 +2,7 @@
 
 #include "base/Fold.h"
 #include "base/Numbers.h"
-#include "base/os/PendingError.h"
+#include "os/PendingError.h"
 
 namespace ovs {
 

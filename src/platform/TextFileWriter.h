@@ -11,7 +11,7 @@
 #include <string_view>
 
 #include "base/Text.h"
-#include "base/os/Files.h"
+#include "os/Files.h"
 #include "platform/EncodingFinder.h"
 #include "platform/NoDuplicateIndex.h"
 

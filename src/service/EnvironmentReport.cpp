@@ -5,8 +5,8 @@
 #include "base/Encoding.h"
 #include "base/Fold.h"
 #include "base/Numbers.h"
-#include "base/os/PendingError.h"
 #include "diag/App_Debug.h"
+#include "os/PendingError.h"
 
 namespace ovs {
 

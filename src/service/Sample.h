@@ -3,21 +3,21 @@
 
 #include <memory>
 
-#include "base/os/Clock.h"
-#include "base/os/FolderWatch.h"
-#include "base/os/Prompt.h"
 #include "config/App_Common.h"
 #include "config/Config_Class.h"
 #include "config/ckCrypt_Config.h"
-#include "mail/AlertMailer.h"
-#include "mail/MailComponent.h"
+#include "events/EventSource.h"
+#include "mail/engines/MailComponent.h"
+#include "mail/message/AlertMailer.h"
 #include "monitor/AlertLog.h"
 #include "monitor/modFilterEvents.h"
+#include "os/Clock.h"
+#include "os/FolderWatch.h"
+#include "os/Prompt.h"
 #include "platform/App_Env.h"
 #include "platform/App_FileSystem.h"
 #include "platform/App_Registry.h"
 #include "platform/App_Time.h"
-#include "service/EventSource.h"
 #include "service/ServiceHost.h"
 
 namespace ovs {

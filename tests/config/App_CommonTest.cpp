@@ -5,12 +5,12 @@
 #include <algorithm>
 
 #include "base/Encoding.h"
-#include "base/os/PendingError.h"
 #include "diag/App_Debug.h"
-#include "fakes/FakeSystem.h"
-#include "fakes/FaultyFiles.h"
-#include "fakes/MemoryFiles.h"
+#include "os/PendingError.h"
 #include "platform/FileContent.h"
+#include "support/FakeSystem.h"
+#include "support/FaultyFiles.h"
+#include "support/MemoryFiles.h"
 
 namespace ovs {
 namespace {

@@ -3,7 +3,7 @@
 #include <random>
 
 #include "config/ckCrypt_Config.h"
-#include "platform/PlatformTest.h"
+#include "support/PlatformTest.h"
 
 namespace ovs {
 namespace {

@@ -2,7 +2,7 @@
 
 #include "config/ckCrypt_Config.h"
 #include "platform/DebugEnvironment.h"
-#include "platform/PlatformTest.h"
+#include "support/PlatformTest.h"
 
 namespace ovs {
 namespace {

@@ -7,10 +7,10 @@
 #include <array>
 
 #include "base/Encoding.h"
-#include "base/os/PendingError.h"
 #include "diag/App_Debug.h"
-#include "fakes/FakeSystem.h"
-#include "fakes/MemoryFiles.h"
+#include "os/PendingError.h"
+#include "support/FakeSystem.h"
+#include "support/MemoryFiles.h"
 
 namespace ovs {
 namespace {

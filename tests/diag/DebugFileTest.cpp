@@ -1,7 +1,7 @@
 // The log file and the dump files on the disk.
 #include <algorithm>
 
-#include "diag/DiagTest.h"
+#include "support/DiagTest.h"
 
 namespace ovs {
 namespace {

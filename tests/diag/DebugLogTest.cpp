@@ -1,7 +1,7 @@
 // dLog: what an event counts as, and what its entry looks like.
 #include <stdexcept>
 
-#include "diag/DiagTest.h"
+#include "support/DiagTest.h"
 
 namespace ovs {
 namespace {

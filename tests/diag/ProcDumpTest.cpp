@@ -4,9 +4,9 @@
 #include <tuple>
 
 #include "base/Numbers.h"
-#include "diag/DiagTest.h"
 #include "diag/ProcRecords.h"
 #include "diag/ProcSpool.h"
+#include "support/DiagTest.h"
 
 namespace ovs {
 namespace {

@@ -4,9 +4,9 @@
 #include <thread>
 
 #include "base/Numbers.h"
-#include "diag/AllocationCount.h"
-#include "diag/DiagTest.h"
 #include "diag/Proc.h"
+#include "support/AllocationCount.h"
+#include "support/DiagTest.h"
 
 namespace ovs {
 namespace {

@@ -22,7 +22,7 @@ import threading
 import unittest
 import zipfile
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent))
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
 import eximserver  # noqa: E402
 from certificates import Certificates  # noqa: E402
 from eximserver import EximServer  # noqa: E402

@@ -1,11 +1,11 @@
-#include "mail/MailHeaders.h"
+#include "mail/engines/MailHeaders.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
 #include "base/Encoding.h"
-#include "mail/MailAddress.h"
+#include "mail/engines/MailAddress.h"
 
 namespace ovs {
 namespace {

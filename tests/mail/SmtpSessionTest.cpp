@@ -1,9 +1,9 @@
-#include "mail/SmtpSession.h"
+#include "mail/engines/SmtpSession.h"
 
 #include <gtest/gtest.h>
 
 #include "base/Encoding.h"
-#include "mail/SmtpPlan.h"
+#include "mail/engines/SmtpPlan.h"
 
 namespace ovs {
 namespace {

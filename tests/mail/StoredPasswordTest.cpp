@@ -1,4 +1,4 @@
-#include "mail/StoredPassword.h"
+#include "mail/message/StoredPassword.h"
 
 #include <gtest/gtest.h>
 

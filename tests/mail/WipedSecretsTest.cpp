@@ -2,17 +2,17 @@
 // log in, and through the encryption of settings.
 #include <gtest/gtest.h>
 
-#include "../platform/PlatformTest.h"
-#include "base/MemoryRegistry.h"
 #include "base/Wipe.h"
-#include "base/os/Crypto.h"
 #include "config/ckCrypt_Config.h"
-#include "diag/AllocationCount.h"
-#include "fakes/FakeClock.h"
-#include "fakes/FakePrompt.h"
-#include "mail/BuiltInEngines.h"
-#include "mail/StoredPassword.h"
-#include "mail/modEmailSvc.h"
+#include "mail/engines/BuiltInEngines.h"
+#include "mail/message/StoredPassword.h"
+#include "mail/message/modEmailSvc.h"
+#include "os/Crypto.h"
+#include "os/MemoryRegistry.h"
+#include "support/AllocationCount.h"
+#include "support/FakeClock.h"
+#include "support/FakePrompt.h"
+#include "support/PlatformTest.h"
 
 namespace ovs {
 namespace {

@@ -1,15 +1,15 @@
-#include "mail/modEmailSvc.h"
+#include "mail/message/modEmailSvc.h"
 
 #include <gtest/gtest.h>
 
-#include "../platform/PlatformTest.h"
 #include "base/App_Strings.h"
-#include "base/MemoryRegistry.h"
-#include "base/os/Crypto.h"
 #include "config/ckCrypt_Config.h"
-#include "fakes/FakeMailEngines.h"
-#include "fakes/FakePrompt.h"
-#include "mail/StoredPassword.h"
+#include "mail/message/StoredPassword.h"
+#include "os/Crypto.h"
+#include "os/MemoryRegistry.h"
+#include "support/FakeMailEngines.h"
+#include "support/FakePrompt.h"
+#include "support/PlatformTest.h"
 
 namespace ovs {
 namespace {

@@ -1,12 +1,12 @@
-#include "mail/vtxEmail.h"
+#include "mail/message/vtxEmail.h"
 
 #include <gtest/gtest.h>
 
-#include "../platform/PlatformTest.h"
-#include "base/os/Crypto.h"
 #include "config/ckCrypt_Config.h"
-#include "fakes/FakeMailEngines.h"
-#include "mail/LibzipArchive.h"
+#include "mail/engines/LibzipArchive.h"
+#include "os/Crypto.h"
+#include "support/FakeMailEngines.h"
+#include "support/PlatformTest.h"
 
 namespace ovs {
 namespace {

@@ -4,18 +4,18 @@
 
 #include <tuple>
 
-#include "../platform/PlatformTest.h"
-#include "base/MemoryRegistry.h"
-#include "base/os/Crypto.h"
 #include "config/ckCrypt_Config.h"
-#include "diag/AllocationCount.h"
-#include "fakes/FakeClock.h"
-#include "fakes/FakeMailEngines.h"
-#include "fakes/FakePrompt.h"
-#include "fakes/FakeWatcher.h"
-#include "mail/modEmailSvc.h"
+#include "mail/message/modEmailSvc.h"
 #include "monitor/modFilterEvents.h"
+#include "os/Crypto.h"
+#include "os/MemoryRegistry.h"
 #include "platform/FileContent.h"
+#include "support/AllocationCount.h"
+#include "support/FakeClock.h"
+#include "support/FakeMailEngines.h"
+#include "support/FakePrompt.h"
+#include "support/FakeWatcher.h"
+#include "support/PlatformTest.h"
 
 namespace ovs {
 namespace {

@@ -7,12 +7,12 @@
 #include <random>
 #include <thread>
 
-#include "../platform/PlatformTest.h"
 #include "base/Numbers.h"
-#include "fakes/FakeClock.h"
-#include "fakes/FakeWatcher.h"
 #include "platform/App_FilePath.h"
 #include "platform/FS_DirList.h"
+#include "support/FakeClock.h"
+#include "support/FakeWatcher.h"
+#include "support/PlatformTest.h"
 
 namespace ovs {
 namespace {

@@ -9,7 +9,7 @@
 #include "base/Encoding.h"
 #include "base/Fold.h"
 #include "config/App_Common.h"
-#include "fakes/MemoryFiles.h"
+#include "support/MemoryFiles.h"
 
 namespace ovs {
 namespace {

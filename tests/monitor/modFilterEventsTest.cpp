@@ -6,15 +6,15 @@
 
 #include "base/Encoding.h"
 #include "base/Numbers.h"
-#include "diag/AllocationCount.h"
 #include "diag/App_Debug.h"
-#include "fakes/FakeClock.h"
-#include "fakes/FakeMailer.h"
-#include "fakes/FakeSystem.h"
-#include "fakes/FakeWatcher.h"
-#include "fakes/FaultyFiles.h"
-#include "fakes/MemoryFiles.h"
 #include "platform/FileContent.h"
+#include "support/AllocationCount.h"
+#include "support/FakeClock.h"
+#include "support/FakeMailer.h"
+#include "support/FakeSystem.h"
+#include "support/FakeWatcher.h"
+#include "support/FaultyFiles.h"
+#include "support/MemoryFiles.h"
 
 namespace ovs {
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "platform/App_FilePath.h"
-#include "platform/PlatformTest.h"
+#include "support/PlatformTest.h"
 
 namespace ovs {
 namespace {

@@ -5,9 +5,9 @@
 #include <algorithm>
 
 #include "base/Encoding.h"
-#include "base/MemoryRegistry.h"
-#include "base/os/PendingError.h"
 #include "diag/App_Debug.h"
+#include "os/MemoryRegistry.h"
+#include "os/PendingError.h"
 #include "platform/RegistryTexts.h"
 
 namespace ovs {

@@ -2,8 +2,8 @@
 
 #include <functional>
 
-#include "fakes/FakeClock.h"
-#include "platform/PlatformTest.h"
+#include "support/FakeClock.h"
+#include "support/PlatformTest.h"
 
 namespace ovs {
 namespace {

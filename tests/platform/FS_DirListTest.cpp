@@ -1,6 +1,6 @@
 #include "platform/FS_DirList.h"
 
-#include "platform/PlatformTest.h"
+#include "support/PlatformTest.h"
 
 namespace ovs {
 namespace {

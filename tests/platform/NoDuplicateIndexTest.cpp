@@ -7,7 +7,7 @@
 #include <span>
 
 #include "base/Fold.h"
-#include "base/os/PendingError.h"
+#include "os/PendingError.h"
 
 namespace ovs {
 namespace {

@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "base/Encoding.h"
-#include "base/os/PendingError.h"
 #include "diag/App_Debug.h"
+#include "os/PendingError.h"
 #include "platform/App_FilePath.h"
 #include "platform/App_FileSystem.h"
 #include "platform/FS_DirList.h"

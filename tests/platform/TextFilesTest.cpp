@@ -1,7 +1,7 @@
 // SaveTextToFile and the reading of text files, over files in memory.
 #include <functional>
 
-#include "platform/PlatformTest.h"
+#include "support/PlatformTest.h"
 
 namespace ovs {
 namespace {

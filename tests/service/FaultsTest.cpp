@@ -7,23 +7,23 @@
 #include <span>
 #include <string>
 
-#include "ServiceDoubles.h"
-#include "base/MemoryRegistry.h"
-#include "base/os/Crypto.h"
 #include "diag/App_Debug.h"
-#include "fakes/FakeClock.h"
-#include "fakes/FakeMailEngines.h"
-#include "fakes/FakePrompt.h"
-#include "fakes/FakeSystem.h"
-#include "fakes/FakeWatcher.h"
-#include "fakes/FaultyPorts.h"
-#include "fakes/MemoryFiles.h"
-#include "mail/MailUser.h"
-#include "mail/modEmailSvc.h"
+#include "mail/message/MailUser.h"
+#include "mail/message/modEmailSvc.h"
+#include "os/Crypto.h"
+#include "os/MemoryRegistry.h"
 #include "platform/DebugEnvironment.h"
 #include "platform/FileContent.h"
 #include "service/EnvironmentReport.h"
 #include "service/Sample.h"
+#include "support/FakeClock.h"
+#include "support/FakeMailEngines.h"
+#include "support/FakePrompt.h"
+#include "support/FakeSystem.h"
+#include "support/FakeWatcher.h"
+#include "support/FaultyPorts.h"
+#include "support/MemoryFiles.h"
+#include "support/ServiceDoubles.h"
 
 namespace ovs {
 namespace {

@@ -4,22 +4,22 @@
 
 #include <string>
 
-#include "ServiceDoubles.h"
-#include "base/MemoryRegistry.h"
-#include "base/os/Crypto.h"
-#include "base/os/PendingError.h"
 #include "diag/App_Debug.h"
-#include "fakes/FakeClock.h"
-#include "fakes/FakeMailEngines.h"
-#include "fakes/FakeMailer.h"
-#include "fakes/FakePrompt.h"
-#include "fakes/FakeSystem.h"
-#include "fakes/FakeWatcher.h"
-#include "fakes/FaultyFiles.h"
-#include "fakes/MemoryFiles.h"
+#include "os/Crypto.h"
+#include "os/MemoryRegistry.h"
+#include "os/PendingError.h"
 #include "platform/DebugEnvironment.h"
 #include "platform/FileContent.h"
 #include "service/EnvironmentReport.h"
+#include "support/FakeClock.h"
+#include "support/FakeMailEngines.h"
+#include "support/FakeMailer.h"
+#include "support/FakePrompt.h"
+#include "support/FakeSystem.h"
+#include "support/FakeWatcher.h"
+#include "support/FaultyFiles.h"
+#include "support/MemoryFiles.h"
+#include "support/ServiceDoubles.h"
 
 namespace ovs {
 namespace {

@@ -9,18 +9,18 @@
 #include <mutex>
 #include <thread>
 
-#include "ServiceDoubles.h"
-#include "base/MemoryRegistry.h"
-#include "base/os/Crypto.h"
 #include "diag/App_Debug.h"
-#include "fakes/FakeClock.h"
-#include "fakes/FakeMailEngines.h"
-#include "fakes/FakeMailer.h"
-#include "fakes/FakePrompt.h"
-#include "fakes/FakeSystem.h"
-#include "fakes/FakeWatcher.h"
-#include "fakes/MemoryFiles.h"
+#include "os/Crypto.h"
+#include "os/MemoryRegistry.h"
 #include "service/Sample.h"
+#include "support/FakeClock.h"
+#include "support/FakeMailEngines.h"
+#include "support/FakeMailer.h"
+#include "support/FakePrompt.h"
+#include "support/FakeSystem.h"
+#include "support/FakeWatcher.h"
+#include "support/MemoryFiles.h"
+#include "support/ServiceDoubles.h"
 
 namespace ovs {
 namespace {

@@ -11,9 +11,9 @@
 #include "base/Fold.h"
 #include "base/Numbers.h"
 #include "base/RuntimeError.h"
-#include "base/os/PendingError.h"
-#include "base/win32/Win32Handle.h"
-#include "base/win32/Win32Text.h"
+#include "os/PendingError.h"
+#include "os/win32/Win32Handle.h"
+#include "os/win32/Win32Text.h"
 #include "service/ServiceControl.h"
 
 namespace ovs {

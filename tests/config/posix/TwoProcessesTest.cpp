@@ -8,9 +8,9 @@
 
 #include "base/Encoding.h"
 #include "base/Numbers.h"
-#include "base/os/Crypto.h"
 #include "config/Config_Class.h"
 #include "config/ckCrypt_Config.h"
+#include "os/Crypto.h"
 #include "platform/FileContent.h"
 
 namespace ovs {

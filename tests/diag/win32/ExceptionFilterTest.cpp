@@ -6,9 +6,9 @@
 #include <stdexcept>
 #include <thread>
 
-#include "diag/DiagTest.h"
 #include "diag/MExceptionHandler.h"
 #include "diag/Proc.h"
+#include "support/DiagTest.h"
 
 // The compiler's headers leave it out.
 extern "C" __declspec(dllimport) void WINAPI RtlRaiseException(EXCEPTION_RECORD* record);

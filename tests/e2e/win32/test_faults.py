@@ -8,8 +8,10 @@ import pathlib
 import random
 import re
 import signal
+import sys
 import unittest
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
 from servicebox import ServiceBox, command_line
 from test_service import RULE, record
 

@@ -9,7 +9,7 @@ import sys
 import tempfile
 import unittest
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1]))
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
 from certificates import Certificates  # noqa: E402 (the path must be set first)
 from mailserver import MailServer  # noqa: E402
 from scriptedserver import STALL, ScriptedServer  # noqa: E402

@@ -1,13 +1,13 @@
 // What the closed mail components are asked for, field by field and in order, and what becomes of their answers.
 #include <gtest/gtest.h>
 
-#include "../../platform/PlatformTest.h"
 #include "ComStandIn.h"
 #include "base/RuntimeError.h"
-#include "fakes/FakeClock.h"
-#include "mail/win32/CdoMailer.h"
-#include "mail/win32/ChilkatMailer.h"
-#include "mail/win32/ChilkatZip.h"
+#include "mail/engines/win32/CdoMailer.h"
+#include "mail/engines/win32/ChilkatMailer.h"
+#include "mail/engines/win32/ChilkatZip.h"
+#include "support/FakeClock.h"
+#include "support/PlatformTest.h"
 
 namespace ovs {
 namespace {

@@ -11,8 +11,8 @@
 #include <utility>
 
 #include "base/Encoding.h"
-#include "base/win32/Automation.h"
-#include "base/win32/Win32Text.h"
+#include "os/win32/Automation.h"
+#include "os/win32/Win32Text.h"
 
 // COM interfaces have no virtual destructor: their objects end themselves in Release.
 #pragma GCC diagnostic ignored "-Wnon-virtual-dtor"

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "base/Text.h"
-#include "base/win32/ComApartment.h"
+#include "os/win32/ComApartment.h"
 
 namespace ovs::standin {
 

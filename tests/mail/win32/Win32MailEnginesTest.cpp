@@ -1,18 +1,18 @@
 // Which component serves, and a mail all the way from the message object to it.
 #include <gtest/gtest.h>
 
-#include "../../platform/PlatformTest.h"
 #include "ComStandIn.h"
-#include "base/os/Crypto.h"
 #include "config/Config_Class.h"
 #include "config/ckCrypt_Config.h"
-#include "fakes/FakeClock.h"
-#include "fakes/FakePrompt.h"
-#include "mail/os/MailMachine.h"
-#include "mail/vtxEmail.h"
-#include "mail/win32/CdoMailer.h"
-#include "mail/win32/ChilkatMailer.h"
-#include "mail/win32/ChilkatZip.h"
+#include "mail/engines/os/MailMachine.h"
+#include "mail/engines/win32/CdoMailer.h"
+#include "mail/engines/win32/ChilkatMailer.h"
+#include "mail/engines/win32/ChilkatZip.h"
+#include "mail/message/vtxEmail.h"
+#include "os/Crypto.h"
+#include "support/FakeClock.h"
+#include "support/FakePrompt.h"
+#include "support/PlatformTest.h"
 
 namespace ovs {
 namespace {

@@ -7,8 +7,8 @@
 #include <type_traits>
 
 #include "base/Version.h"
-#include "base/os/Files.h"
-#include "base/win32/Win32Text.h"
+#include "os/Files.h"
+#include "os/win32/Win32Text.h"
 
 namespace ovs {
 namespace {

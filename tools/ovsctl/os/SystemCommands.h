@@ -1,7 +1,7 @@
 // Port: the commands that only one operating system has.
 #pragma once
 
-#include "Command.h"
+#include "ovsctl/cli/Command.h"
 
 namespace ovs::os {
 

@@ -1,4 +1,4 @@
-#include "os/ServiceManager.h"
+#include "ovsctl/os/ServiceManager.h"
 
 namespace ovs::os {
 

@@ -1,4 +1,4 @@
-#include "os/SystemCommands.h"
+#include "ovsctl/os/SystemCommands.h"
 
 namespace ovs::os {
 

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "os/Terminal.h"
+#include "ovsctl/os/Terminal.h"
 
 namespace ovs::os {
 

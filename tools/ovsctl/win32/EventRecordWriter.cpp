@@ -1,4 +1,4 @@
-#include "EventRecordWriter.h"
+#include "ovsctl/win32/EventRecordWriter.h"
 
 #include <windows.h>
 
@@ -8,9 +8,9 @@
 #include <string>
 
 #include "base/Encoding.h"
-#include "base/os/Files.h"
-#include "base/win32/Win32Error.h"
-#include "base/win32/Win32Text.h"
+#include "os/Files.h"
+#include "os/win32/Win32Error.h"
+#include "os/win32/Win32Text.h"
 
 namespace ovs::win32 {
 

@@ -1,4 +1,4 @@
-#include "FolderAccess.h"
+#include "ovsctl/win32/FolderAccess.h"
 
 #include <windows.h>
 #include <aclapi.h>
@@ -7,10 +7,10 @@
 #include <memory>
 #include <vector>
 
-#include "base/os/Files.h"
-#include "base/os/PendingError.h"
-#include "base/win32/Win32Error.h"
-#include "base/win32/Win32Text.h"
+#include "os/Files.h"
+#include "os/PendingError.h"
+#include "os/win32/Win32Error.h"
+#include "os/win32/Win32Text.h"
 #include "platform/App_FilePath.h"
 
 namespace ovs::win32 {

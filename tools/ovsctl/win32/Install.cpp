@@ -1,21 +1,21 @@
-#include "Install.h"
+#include "ovsctl/win32/Install.h"
 
 #include <algorithm>
 #include <array>
 #include <memory>
 #include <vector>
 
-#include "Command.h"
-#include "Console.h"
-#include "DefaultFiles.h"
-#include "EventRecordWriter.h"
-#include "FolderAccess.h"
-#include "Installation.h"
-#include "ServiceControl.h"
 #include "base/App_Strings.h"
-#include "base/os/PendingError.h"
-#include "base/win32/Win32Error.h"
-#include "base/win32/Win32Text.h"
+#include "os/PendingError.h"
+#include "os/win32/Win32Error.h"
+#include "os/win32/Win32Text.h"
+#include "ovsctl/cli/Command.h"
+#include "ovsctl/cli/Console.h"
+#include "ovsctl/cli/Installation.h"
+#include "ovsctl/win32/DefaultFiles.h"
+#include "ovsctl/win32/EventRecordWriter.h"
+#include "ovsctl/win32/FolderAccess.h"
+#include "ovsctl/win32/ServiceControl.h"
 #include "platform/App_FilePath.h"
 #include "platform/FileMask.h"
 

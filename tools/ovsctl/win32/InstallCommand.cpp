@@ -1,8 +1,8 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
-#include "Install.h"
-#include "ServiceCommands.h"
+#include "ovsctl/win32/Install.h"
+#include "ovsctl/win32/ServiceCommands.h"
 
 namespace ovs::win32 {
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "Command.h"
+#include "ovsctl/cli/Command.h"
 
 namespace CLI {
 class Option;

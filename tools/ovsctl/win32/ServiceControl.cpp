@@ -1,13 +1,13 @@
-#include "ServiceControl.h"
+#include "ovsctl/win32/ServiceControl.h"
 
 #include <iterator>
 #include <string>
 #include <vector>
 
-#include "Console.h"
-#include "base/os/PendingError.h"
-#include "base/win32/Win32Error.h"
-#include "base/win32/Win32Text.h"
+#include "os/PendingError.h"
+#include "os/win32/Win32Error.h"
+#include "os/win32/Win32Text.h"
+#include "ovsctl/cli/Console.h"
 
 namespace ovs::win32 {
 

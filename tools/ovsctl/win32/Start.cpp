@@ -1,10 +1,10 @@
-#include "Start.h"
+#include "ovsctl/win32/Start.h"
 
-#include "Command.h"
-#include "Console.h"
-#include "ServiceControl.h"
-#include "base/os/PendingError.h"
-#include "base/win32/Win32Error.h"
+#include "os/PendingError.h"
+#include "os/win32/Win32Error.h"
+#include "ovsctl/cli/Command.h"
+#include "ovsctl/cli/Console.h"
+#include "ovsctl/win32/ServiceControl.h"
 #include "platform/DebugEnvironment.h"
 
 namespace ovs::win32 {

@@ -1,8 +1,8 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
-#include "ServiceCommands.h"
-#include "Start.h"
+#include "ovsctl/win32/ServiceCommands.h"
+#include "ovsctl/win32/Start.h"
 
 namespace ovs::win32 {
 

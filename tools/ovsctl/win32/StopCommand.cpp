@@ -1,8 +1,8 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
-#include "ServiceCommands.h"
-#include "Stop.h"
+#include "ovsctl/win32/ServiceCommands.h"
+#include "ovsctl/win32/Stop.h"
 
 namespace ovs::win32 {
 

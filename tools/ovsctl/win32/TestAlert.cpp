@@ -1,23 +1,23 @@
-#include "TestAlert.h"
+#include "ovsctl/win32/TestAlert.h"
 
 #include <windows.h>
 
 #include <algorithm>
 #include <array>
 
-#include "Command.h"
-#include "Console.h"
-#include "EventRecordWriter.h"
-#include "GrowingFile.h"
-#include "ServiceControl.h"
-#include "ServiceMail.h"
 #include "base/Encoding.h"
 #include "base/Numbers.h"
-#include "base/os/Crypto.h"
 #include "diag/App_Debug.h"
 #include "monitor/GlobalExclusions.h"
 #include "monitor/Phrases.h"
-#include "os/ServiceManager.h"
+#include "os/Crypto.h"
+#include "ovsctl/cli/Command.h"
+#include "ovsctl/cli/Console.h"
+#include "ovsctl/mail/ServiceMail.h"
+#include "ovsctl/os/ServiceManager.h"
+#include "ovsctl/status/GrowingFile.h"
+#include "ovsctl/win32/EventRecordWriter.h"
+#include "ovsctl/win32/ServiceControl.h"
 #include "platform/App_FilePath.h"
 #include "platform/DebugEnvironment.h"
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "Stop.h"
+#include "ovsctl/win32/Stop.h"
 
 namespace ovs::win32 {
 

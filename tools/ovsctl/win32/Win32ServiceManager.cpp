@@ -1,8 +1,8 @@
 #include <iterator>
 
-#include "ServiceControl.h"
-#include "base/os/PendingError.h"
-#include "os/ServiceManager.h"
+#include "os/PendingError.h"
+#include "ovsctl/os/ServiceManager.h"
+#include "ovsctl/win32/ServiceControl.h"
 
 namespace ovs::os {
 

@@ -1,7 +1,7 @@
-#include "os/SystemCommands.h"
+#include "ovsctl/os/SystemCommands.h"
 
-#include "Events.h"
-#include "ServiceCommands.h"
+#include "ovsctl/live/win32/Events.h"
+#include "ovsctl/win32/ServiceCommands.h"
 
 namespace ovs::os {
 

@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "base/Encoding.h"
-#include "base/win32/Win32Text.h"
-#include "os/Terminal.h"
+#include "os/win32/Win32Text.h"
+#include "ovsctl/os/Terminal.h"
 
 namespace ovs::os {
 

@@ -4,20 +4,20 @@
 #include <memory>
 #include <utility>
 
-#include "base/os/Clock.h"
-#include "base/os/Crypto.h"
-#include "base/os/ProcessHardening.h"
-#include "base/os/Prompt.h"
-#include "base/os/Registry.h"
-#include "base/os/System.h"
 #include "diag/App_Debug.h"
-#include "mail/modEmailSvc.h"
-#include "mail/os/MailMachine.h"
+#include "events/win32/WmiEventSource.h"
+#include "mail/engines/os/MailMachine.h"
+#include "mail/message/modEmailSvc.h"
+#include "os/Clock.h"
+#include "os/Crypto.h"
+#include "os/ProcessHardening.h"
+#include "os/Prompt.h"
+#include "os/Registry.h"
+#include "os/System.h"
 #include "platform/DebugEnvironment.h"
 #include "service/EnvironmentReport.h"
 #include "service/Sample.h"
 #include "service/win32/NTService.h"
-#include "service/win32/WmiEventSource.h"
 
 namespace {
 

@@ -1,0 +1,208 @@
+#include "mail/engines/CurlTransfer.h"
+
+#include <curl/curl.h>
+
+#include <algorithm>
+#include <array>
+#include <mutex>
+#include <new>
+
+#include "base/Encoding.h"
+#include "base/Numbers.h"
+#include "base/RuntimeError.h"
+#include "mail/engines/CurlMime.h"
+
+namespace ovs {
+
+namespace {
+
+struct EasyFree {
+  void operator()(CURL* easy) const { curl_easy_cleanup(easy); }
+};
+using Easy = std::unique_ptr<CURL, EasyFree>;
+
+template <class Value>
+void Set(CURL* easy, CURLoption option, Value value) {
+  const CURLcode code = curl_easy_setopt(easy, option, value);
+  if (code == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
+  if (code == CURLE_OK) return;
+  throw RuntimeError(RuntimeErrorNumber::kInternal,
+                     u"libcurl refused option " + NumberText(option) + u": " + FromUtf8(curl_easy_strerror(code)));
+}
+
+// Who listens to a transfer.
+struct Listener {
+  SmtpSession& session;
+  ConnectionFacts facts;
+};
+
+// Known only while the connection lives.
+void NoteTls(CURL* easy, Listener& listener) {
+  curl_tlssessioninfo* tls = nullptr;
+  if (!listener.facts.tls.version.empty() || !listener.session.IsTls()) return;
+  if (curl_easy_getinfo(easy, CURLINFO_TLS_SSL_PTR, &tls) == CURLE_OK && tls != nullptr && tls->internals != nullptr) {
+    listener.facts.tls = TlsFactsOf(tls->internals);
+  }
+}
+
+int OnDebug(CURL* easy, curl_infotype kind, char* data, std::size_t size, void* user) noexcept {
+  auto& listener = *static_cast<Listener*>(user);
+  try {
+    if (kind == CURLINFO_HEADER_OUT) {
+      NoteTls(easy, listener);
+      listener.session.Command({data, size});
+    }
+    if (kind == CURLINFO_HEADER_IN) listener.session.Reply({data, size});
+    if (kind == CURLINFO_TEXT) listener.session.Info({data, size});
+  } catch (...) {  // no memory for a line of the transcript is no reason not to send
+    return 0;
+  }
+  return 0;
+}
+
+// libcurl's own limit does not hold while it waits for the answer to QUIT: there this one ends it, earlier when the mail
+// has long been taken.
+class Deadline {
+ public:
+  Deadline(os::Clock& clock, const SmtpSession& session, std::int64_t milliseconds)
+      : clock_(clock), session_(session), end_(clock.Milliseconds() + static_cast<std::uint64_t>(milliseconds)) {}
+
+  static int OnProgress(void* self, curl_off_t, curl_off_t, curl_off_t, curl_off_t) noexcept {
+    auto& deadline = *static_cast<Deadline*>(self);
+    deadline.passed_ = deadline.passed_ || deadline.HasPassed();
+    return deadline.passed_ ? 1 : 0;
+  }
+  [[nodiscard]] bool Passed() const { return passed_; }
+
+ private:
+  bool HasPassed() {
+    constexpr std::uint64_t kPatienceWithQuit = 3000;
+    const std::uint64_t now = clock_.Milliseconds();
+    if (session_.IsLeaving() && !quits_) {
+      quits_ = true;
+      end_ = std::min(end_, now + kPatienceWithQuit);
+    }
+    return now >= end_;
+  }
+
+  os::Clock& clock_;
+  const SmtpSession& session_;
+  std::uint64_t end_;
+  bool quits_ = false;
+  bool passed_ = false;
+};
+
+// libcurl keeps the highest allowed version in the upper half of the number.
+constexpr long Only(long version) { return version | (version << 16); }
+
+long TlsVersions(std::int32_t sslProtocol) {
+  static constexpr std::array<long, 8> kVersions = {
+      CURL_SSLVERSION_TLSv1_0,       CURL_SSLVERSION_TLSv1_1,       CURL_SSLVERSION_TLSv1_2, Only(CURL_SSLVERSION_TLSv1_2),
+      Only(CURL_SSLVERSION_TLSv1_1), Only(CURL_SSLVERSION_TLSv1_0), CURL_SSLVERSION_SSLv3,   CURL_SSLVERSION_DEFAULT,
+  };
+  const bool known = sslProtocol >= 0 && static_cast<std::size_t>(sslProtocol) < kVersions.size();
+  return known ? kVersions.at(static_cast<std::size_t>(sslProtocol)) : long{CURL_SSLVERSION_DEFAULT};
+}
+
+void SetConnection(CURL* easy, const CurlJob& job) {
+  const bool bare = job.host.find(':') != std::string::npos && !job.host.starts_with('[');
+  const std::string host = bare ? "[" + job.host + "]" : job.host;
+  const std::string url = std::string(job.plan.implicitTls ? "smtps" : "smtp") + "://" + host + ":" +
+                          std::to_string(job.port) + "/" + job.ehloName;
+  Set(easy, CURLOPT_URL, url.c_str());
+  Set(easy, CURLOPT_PROTOCOLS_STR, "smtp,smtps");
+  Set(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(job.connectMilliseconds));
+  Set(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(job.sendMilliseconds));
+  Set(easy, CURLOPT_NOSIGNAL, 1L);
+  // A resolver that hangs is left to itself instead of being waited for.
+  Set(easy, CURLOPT_QUICK_EXIT, 1L);
+  // Mail goes to the server that the settings name, whatever the environment says; a build without proxies has no option.
+  static_cast<void>(curl_easy_setopt(easy, CURLOPT_PROXY, ""));
+}
+
+void SetTls(CURL* easy, const CurlJob& job) {
+  static constexpr std::array<long, 3> kLevels = {CURLUSESSL_NONE, CURLUSESSL_TRY, CURLUSESSL_ALL};
+  Set(easy, CURLOPT_USE_SSL, kLevels.at(static_cast<std::size_t>(job.plan.startTls)));
+  Set(easy, CURLOPT_SSLVERSION, TlsVersions(job.sslProtocol));
+  // Private authorities often publish no list of what they revoked.
+  Set(easy, CURLOPT_SSL_OPTIONS, long{CURLSSLOPT_REVOKE_BEST_EFFORT});
+  Set(easy, CURLOPT_SSL_VERIFYPEER, job.allowUntrusted ? 0L : 1L);
+  Set(easy, CURLOPT_SSL_VERIFYHOST, job.allowUntrusted ? 0L : 2L);
+  if (job.certificateAuthorities.empty()) return;
+  std::string pem = job.certificateAuthorities;  // libcurl copies it, but wants it writable
+  curl_blob blob{pem.data(), pem.size(), CURL_BLOB_COPY};
+  Set(easy, CURLOPT_CAINFO_BLOB, &blob);
+}
+
+void SetLogin(CURL* easy, const CurlJob& job) {
+  if (job.username.empty()) return;
+  Set(easy, CURLOPT_USERNAME, job.username.c_str());
+  Set(easy, CURLOPT_PASSWORD, job.password.c_str());
+  const std::string options = "AUTH=" + (job.authMethod.empty() ? std::string("*") : job.authMethod);
+  Set(easy, CURLOPT_LOGIN_OPTIONS, options.c_str());
+}
+
+void SetDeadline(CURL* easy, Deadline& deadline) {
+  Set(easy, CURLOPT_NOPROGRESS, 0L);
+  Set(easy, CURLOPT_XFERINFOFUNCTION, &Deadline::OnProgress);
+  Set(easy, CURLOPT_XFERINFODATA, &deadline);
+  // Otherwise the connection would be closed later, by a handle of libcurl's own that knows no limit.
+  Set(easy, CURLOPT_FORBID_REUSE, 1L);
+}
+
+void TakeAddress(CURL* easy, ConnectionFacts& facts) {
+  const char* address = nullptr;
+  if (curl_easy_getinfo(easy, CURLINFO_PRIMARY_IP, &address) == CURLE_OK && address != nullptr) facts.address = address;
+}
+
+void SetSession(CURL* easy, Listener& listener, char* error) {
+  Set(easy, CURLOPT_ERRORBUFFER, error);
+  Set(easy, CURLOPT_VERBOSE, 1L);
+  Set(easy, CURLOPT_DEBUGFUNCTION, &OnDebug);
+  Set(easy, CURLOPT_DEBUGDATA, &listener);
+}
+
+}  // namespace
+
+void StartCurl() {
+  static std::once_flag once;
+  std::call_once(once, [] {
+    if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) {
+      throw RuntimeError(RuntimeErrorNumber::kComponent, u"libcurl cannot be started");
+    }
+  });
+}
+
+CurlResult PerformTransfer(os::Files& files, os::Clock& clock, const CurlJob& job, SmtpSession& session) {
+  StartCurl();
+  const Easy easy(curl_easy_init());
+  if (!easy) throw std::bad_alloc();
+  std::array<char, CURL_ERROR_SIZE> error{};
+  session.Begin(job.plan.implicitTls);
+  Listener listener{session, {}};
+  SetSession(easy.get(), listener, error.data());
+  SetConnection(easy.get(), job);
+  SetTls(easy.get(), job);
+  SetLogin(easy.get(), job);
+  Deadline deadline(clock, session, job.sendMilliseconds);
+  SetDeadline(easy.get(), deadline);
+
+  const CurlList recipients = NewCurlList(job.recipients);
+  const CurlList headers = NewCurlList(job.headers);
+  const CurlMime mime = NewCurlMime(easy.get(), files, job);
+  Set(easy.get(), CURLOPT_MAIL_FROM, job.sender.c_str());
+  Set(easy.get(), CURLOPT_MAIL_RCPT, recipients.get());
+  Set(easy.get(), CURLOPT_MAIL_RCPT_ALLLOWFAILS, 1L);
+  Set(easy.get(), CURLOPT_HTTPHEADER, headers.get());
+  Set(easy.get(), CURLOPT_MIMEPOST, mime.get());
+
+  const CURLcode code = curl_easy_perform(easy.get());
+  TakeAddress(easy.get(), listener.facts);
+  if (code == CURLE_OK) return {code, {}, std::move(listener.facts)};
+  // The only other callback that breaks off is the one that reads attachments.
+  const bool unread = code == CURLE_ABORTED_BY_CALLBACK && !deadline.Passed();
+  return {unread ? CURLE_READ_ERROR : code, error.front() != '\0' ? error.data() : curl_easy_strerror(code),
+          std::move(listener.facts)};
+}
+
+}  // namespace ovs

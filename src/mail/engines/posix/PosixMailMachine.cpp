@@ -1,0 +1,46 @@
+#include <openssl/ssl.h>
+#include <openssl/x509.h>
+
+#include <array>
+#include <ctime>
+
+#include "mail/engines/BuiltInEngines.h"
+#include "mail/engines/os/MailMachine.h"
+
+namespace ovs {
+
+namespace {
+
+std::string NameText(const X509_NAME* name) {
+  const std::unique_ptr<BIO, decltype(&BIO_free)> out(BIO_new(BIO_s_mem()), &BIO_free);
+  if (!out || X509_NAME_print_ex(out.get(), name, 0, XN_FLAG_RFC2253) < 0) return {};
+  char* text = nullptr;
+  const auto length = BIO_ctrl(out.get(), BIO_CTRL_INFO, 0, static_cast<void*>(&text));
+  return text == nullptr || length <= 0 ? std::string() : std::string(text, static_cast<std::size_t>(length));
+}
+
+}  // namespace
+
+std::unique_ptr<MailEngines> SystemMailEngines(const MailMachine& machine) {
+  return std::make_unique<BuiltInEngines>(machine);
+}
+
+// OpenSSL goes on using the system's folder of authorities beside those that it is given.
+std::string TrustedRoots() { return {}; }
+
+TlsFacts TlsFactsOf(void* session) {
+  const auto* const ssl = static_cast<const SSL*>(session);
+  TlsFacts facts;
+  facts.version = std::string(SSL_get_version(ssl)) + ", " + SSL_get_cipher_name(ssl);
+  const std::unique_ptr<X509, decltype(&X509_free)> certificate(SSL_get1_peer_certificate(ssl), &X509_free);
+  if (!certificate) return facts;
+  facts.subject = NameText(X509_get_subject_name(certificate.get()));
+  facts.issuer = NameText(X509_get_issuer_name(certificate.get()));
+  std::tm time{};
+  if (ASN1_TIME_to_tm(X509_get0_notAfter(certificate.get()), &time) != 1) return facts;
+  std::array<char, 32> text{};
+  facts.validTo.assign(text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M", &time));
+  return facts;
+}
+
+}  // namespace ovs

@@ -1,0 +1,158 @@
+#include "mail/message/modEmailSvc.h"
+
+#include "base/App_Strings.h"
+#include "base/Numbers.h"
+#include "base/RuntimeError.h"
+#include "base/Wipe.h"
+#include "diag/App_Debug.h"
+#include "diag/Proc.h"
+#include "mail/message/StoredPassword.h"
+
+namespace ovs {
+
+namespace {
+
+constexpr TextView kModule = u"modEmailSvc";
+constexpr TextView kClientKey = u"Software\\Quorral\\Orvanta";
+constexpr TextView kOldClientKey = u"Software\\Brindle Works\\Orvanta";
+
+// An empty value leaves the setting; true when it was not.
+bool Replace(Text& setting, const Text& value) {
+  if (!value.empty()) setting = value;
+  return !value.empty();
+}
+
+void ReplaceNumber(std::int32_t& setting, TextView key, TextView value) {
+  if (value.empty()) return;
+  const std::optional<std::int32_t> number = ParseInt32(App_Strings::TrimBlanks(value));
+  if (!number) throw RuntimeError(RuntimeErrorNumber::kTypeMismatch, Text(u"[EmailConfig] ").append(key) + u" is no number");
+  setting = *number;
+}
+
+Text Mailbox(TextView name, TextView address) {
+  return Text(u"\"").append(name).append(u"\" <").append(address).append(u">");
+}
+
+}  // namespace
+
+modEmailSvc::modEmailSvc(const EmailServiceParts& parts)
+    : parts_(parts), configIniPath_(parts.environment.ApplicationFolder() + u"Config\\Orvanta.ini") {}
+
+modEmailSvc::~modEmailSvc() { Wipe(settings_.password); }
+
+Text modEmailSvc::SendEventsEmail(TextView subject, TextView body, TextView attachmentPath) {
+  Proc proc(kModule, u"SendEventsEmail", ProcKind::Function);
+  proc.ByVal(u"sSubject", subject);
+  proc.ByVal(u"sBody", body);
+  proc.ByVal(u"sAttachmentPath", attachmentPath);
+  return proc.Run(Text(), [&] {
+    for (const Copy& copy : AlertCopies()) SendEmail(copy.to, copy.sender, subject, body, attachmentPath);
+    return Text();
+  });
+}
+
+// The client's address, identifier and wish come from the old key alone.
+std::vector<modEmailSvc::Copy> modEmailSvc::AlertCopies() {
+  std::vector<Copy> copies;
+  const PlainIni ini = LoadSettings();
+  Copy technician = TechnicianCopy(ini);
+  const bool clientWantsEvents = MachineValue(kOldClientKey, u"EmailClientEvents") == u"1";
+  if (Text client = MachineValue(kOldClientKey, u"ClientEmail"); clientWantsEvents && !client.empty()) {
+    const Text name = parts_.ini.ReadINI(ini, configIniPath_, u"EmailConfig", u"AdminName");
+    copies.push_back({std::move(client), Mailbox(name, technician.to), true});
+  }
+  const bool technicianWantsEvents = parts_.ini.ReadINI(ini, configIniPath_, u"EmailOptions", u"EmailAdminEvents") == u"1";
+  if (technicianWantsEvents && !technician.to.empty()) copies.push_back(std::move(technician));
+  return copies;
+}
+
+modEmailSvc::Copy modEmailSvc::TechnicianCopy() { return TechnicianCopy(LoadSettings()); }
+
+modEmailSvc::Copy modEmailSvc::TechnicianCopy(const PlainIni& ini) {
+  Text technician = parts_.ini.ReadINI(ini, configIniPath_, u"EmailConfig", u"AdminEmail");
+  const Text client = MachineValue(kOldClientKey, u"ClientEmail");
+  Text sender = Mailbox(MachineValue(kOldClientKey, u"ClientIdentifier"), client.empty() ? technician : client);
+  return {std::move(technician), std::move(sender), false};
+}
+
+// --- settings
+
+PlainIni modEmailSvc::LoadSettings() {
+  PlainIni ini;
+  parts_.ini.LoadIni(configIniPath_, ini);
+  return ini;
+}
+
+bool modEmailSvc::GetEmailConfig() {
+  Proc proc(kModule, u"GetEmailConfig", ProcKind::Function);
+  return proc.Run(false, [&] {
+    const PlainIni ini = LoadSettings();
+    const auto read = [&](TextView key) { return parts_.ini.ReadINI(ini, configIniPath_, u"EmailConfig", key); };
+    Text missing;
+    if (!Replace(settings_.technicianAddress, read(u"AdminEmail"))) missing += u" AdminEmail";
+    if (!Replace(settings_.host, read(u"SMTPServer"))) missing += u" SMTPServer";
+    if (!Replace(settings_.port, read(u"SMTPPort"))) missing += u" SMTPPort";
+    Replace(settings_.username, read(u"SMTPUserName"));
+    if (!TakePassword(proc, ini)) return false;
+    ReplaceNumber(settings_.autoFix, u"AutoFix", read(u"AutoFix"));
+    ReplaceNumber(settings_.sslType, u"UseSSL", read(u"UseSSL"));
+    ReplaceNumber(settings_.authMethod, u"SMTPAuth", read(u"SMTPAuth"));
+    if (!missing.empty()) proc.Log(u"Nothing can be mailed, [EmailConfig] lacks:" + missing);
+    return missing.empty();
+  });
+}
+
+// Neither form of the password may become a value of a traced procedure: short ones are not masked there.
+bool modEmailSvc::TakePassword(Proc& proc, const PlainIni& ini) {
+  Text stored = ProfileValue(ini.RawValue(u"EmailConfig", u"SMTPPassword").value_or(TextView()));
+  const WipeAtEnd storedWiped(stored);
+  if (stored.empty()) return true;
+  Diagnostics().AddSecret(stored);
+  StoredPassword::Unscrambled password = StoredPassword::UnscrambleText(stored, StoredPassword::kKey);
+  const WipeAtEnd passwordWiped(password.text);
+  if (!password.problem.empty()) {
+    proc.Log(Text(u"Cannot decode [EmailConfig] SMTPPassword: ").append(password.problem));
+    return false;
+  }
+  Diagnostics().AddSecret(password.text);
+  settings_.password.swap(password.text);
+  return true;
+}
+
+// --- the client
+
+Text modEmailSvc::MachineValue(TextView key, TextView name) {
+  return parts_.registry.RegReadString(os::RootKey::LocalMachine, key, name);
+}
+
+Text modEmailSvc::ClientValue(TextView name) {
+  const Text value = MachineValue(kClientKey, name);
+  return value.empty() ? MachineValue(kOldClientKey, name) : value;
+}
+
+Text modEmailSvc::GetClientEmail() {
+  Proc proc(kModule, u"GetClientEmail", ProcKind::Function);
+  return proc.Run(Text(), [&] { return ClientValue(u"ClientEmail"); });
+}
+
+Text modEmailSvc::GetClientIdentifier() {
+  Proc proc(kModule, u"GetClientIdentifier", ProcKind::Function);
+  return proc.Run(Text(), [&] { return ClientValue(u"ClientIdentifier"); });
+}
+
+Text modEmailSvc::GetClientPhone() {
+  Proc proc(kModule, u"GetClientPhone", ProcKind::Function);
+  return proc.Run(Text(), [&] { return ClientValue(u"ClientPhone"); });
+}
+
+Text modEmailSvc::GetClientName() {
+  Proc proc(kModule, u"GetClientName", ProcKind::Function);
+  return proc.Run(Text(), [&] { return ClientValue(u"ClientName"); });
+}
+
+bool modEmailSvc::EmailClientCustomApp() {
+  Proc proc(kModule, u"EmailClientCustomApp", ProcKind::Function);
+  return proc.Run(false, [&] { return ClientValue(u"EmailClientCustomApp") == u"1"; });
+}
+
+}  // namespace ovs

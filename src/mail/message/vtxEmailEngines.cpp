@@ -1,0 +1,223 @@
+// How a message drives the two kinds of engine, and the archive.
+#include <array>
+
+#include "base/App_Strings.h"
+#include "base/Numbers.h"
+#include "diag/App_Debug.h"
+#include "diag/Proc.h"
+#include "mail/engines/MailHeaders.h"
+#include "mail/message/vtxEmail.h"
+
+namespace ovs {
+
+namespace {
+
+constexpr TextView kModule = u"vtxEmail";
+constexpr TextView kUnlockKey = u"Email.Chilkat.UnlockCode";
+
+// True when `line`, the text without control characters, differs from it outside of double quotes.
+bool BreaksOutsideQuotes(TextView text, TextView line) {
+  bool quoted = false;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == u'"') quoted = !quoted;
+    if (text[i] != line[i] && !quoted) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+Text vtxEmail::EngineName() const {
+  const std::unique_ptr<MailComponent> component =
+      NeedsMailComponent(false) ? parts_.engines.NewComponent(Setting(kUnlockKey)) : parts_.engines.NewSystemMessage();
+  return Text(component->Name());
+}
+
+bool vtxEmail::cdoSendEmail() {
+  Proc proc(kModule, u"cdoSendEmail", ProcKind::Function);
+  return proc.Run(false, [&] {
+    static constexpr std::array<TextView, 8> kFields = {u"cdoSMTPServer.Status=",
+                                                        u"cdoSMTPServerPort.Status=",
+                                                        u"cdoSMTPAuthenticate.Status=",
+                                                        u"cdoSMTPUseSSL.Status=",
+                                                        u"cdoSendUserName.Status=",
+                                                        u"cdoSendPassword.Status=",
+                                                        u"cdoSMTPConnectionTimeout.Status=",
+                                                        u"cdoSendUsingMethod.Status="};
+    SmtpSettings settings = Settings();
+    if (SmtpAuthMethod < 0 || SmtpAuthMethod > 2) settings.authMethod = HasSmtpPassword() ? 1 : 2;
+    const std::unique_ptr<MailComponent> component = parts_.engines.NewSystemMessage();
+    const std::vector<std::int32_t> statuses = component->Configure(settings);
+    log_.AddLine(u"Object Setup");
+    for (std::size_t i = 0; i < kFields.size() && i < statuses.size(); ++i) {
+      log_.AddLine(Text(kFields[i]) + NumberText(statuses[i]));
+    }
+    ComposeWith(proc, *component, u"Failed to add logo file:  ");
+    const bool sent = component->Send();
+    log_.AddLine(u"Send Email (cdo)");
+    TakeReport(proc, *component);
+    if (!sent) proc.Log(u"cdoSendEmail Failure!", EventType::Normal, FailVariables());
+    return sent;
+  });
+}
+
+bool vtxEmail::ckSendEmail() {
+  Proc proc(kModule, u"ckSendEmail", ProcKind::Function);
+  return proc.Run(false, [&] {
+    constexpr std::int32_t kAutomatic = 5;
+    const std::unique_ptr<MailComponent> component = parts_.engines.NewComponent(Setting(kUnlockKey));
+    component->Configure(Settings());
+    ComposeWith(proc, *component, u"Chilkat failed to add logo file:  ");
+    bool sent = component->Send();
+    if (!sent && SmtpAuthMethod == kAutomatic) {
+      component->SetAuthMethod(ckSmtpAuthMethodStr(1));
+      sent = component->Send();
+    }
+    TakeReport(proc, *component);
+    if (sent) {
+      proc.Log(u"ckSendEmail Success!");
+    } else {
+      proc.Log(u"ckSendEmail Failure!", EventType::Normal, FailVariables());
+    }
+    return sent;
+  });
+}
+
+Text vtxEmail::FailVariables() const { return u"SmtpFailReason=" + failReason_ + u"<sep>LastErrorText=" + lastErrorText_; }
+
+SmtpSettings vtxEmail::Settings() const {
+  SmtpSettings settings;
+  settings.host = MailHeaders::OneLine(SmtpHost);
+  settings.port = SmtpPort;
+  settings.username = MailHeaders::OneLine(SmtpUsername);
+  settings.password = SmtpPassword;
+  settings.loginDomain = MailHeaders::OneLine(SmtpLoginDomain);
+  settings.sslType = SmtpSSLType;
+  settings.sslProtocol = SmtpSSLProtocol;
+  settings.authMethod = SmtpAuthMethod;
+  settings.autoFix = SmtpAutoFix;
+  settings.connectSeconds = SecondsSetting(u"Email.SMTP.ConnectTimeout", settings.connectSeconds);
+  settings.sendSeconds = SecondsSetting(u"Email.SMTP.SendTimeout", settings.sendSeconds);
+  settings.caFile = Setting(u"Email.SMTP.CAFile");
+  settings.allowUntrusted = Setting(u"Email.SMTP.AllowUntrusted") == u"1";
+  settings.verboseLogging = parts_.store != nullptr && parts_.store->GetBool(u"Debug.Chilkat.Verbose");
+  if (parts_.store != nullptr && parts_.store->GetBool(u"Debug.Chilkat.WriteLogFiles")) {
+    const Text end = u"(" + parts_.environment.ProcessIdText() + u").log";
+    settings.mailManDebugLog = Diagnostics().DebugLogPath(true) + u"ckMailMan_Debug" + end;
+    settings.emailDebugLog = Diagnostics().DebugLogPath(true) + u"ckEmail_Debug" + end;
+  }
+  return settings;
+}
+
+std::int32_t vtxEmail::SecondsSetting(TextView key, std::int32_t initial) const {
+  constexpr std::int32_t kMost = 3600;
+  if (!HasSetting(key)) return initial;
+  const std::int32_t seconds = NumberSetting(key);
+  if (seconds >= 1 && seconds <= kMost) return seconds;
+  Debug::dLog(kNoProc, u"Setting [" + Text(key) + u"] is not a number of seconds from 1 to 3600; " + NumberText(initial) +
+                           u" is used");
+  return initial;
+}
+
+// Without those that hold a line break or another control character outside of a quoted name: what stands behind one is not
+// what somebody meant.
+Text vtxEmail::Recipients(TextView addresses) {
+  Text kept;
+  for (const TextView each : App_Strings::SplitViews(addresses, u",")) {
+    const Text line = MailHeaders::OneLine(each);
+    if (!BreaksOutsideQuotes(each, line)) {
+      kept.append(line).append(u",");
+      continue;
+    }
+    const Text note = u"Recipient left out, it is no mail address: [" + Text(App_Strings::TrimBlanks(line)) + u"]";
+    log_.AddLine(note);
+    Debug::dLog(kNoProc, note);
+  }
+  if (!kept.empty()) kept.pop_back();
+  return kept;
+}
+
+MailMessage vtxEmail::Message() {
+  MailMessage message;
+  message.from = MailHeaders::OneLine(EmailFrom);
+  message.replyTo = MailHeaders::OneLine(EmailReplyTo);
+  message.to = Recipients(EmailTo);
+  message.cc = Recipients(EmailCC);
+  message.bcc = Recipients(EmailBCC);
+  message.subject = MailHeaders::OneLine(EmailSubject);
+  message.body = EmailBodyAppendTailMsg ? EmailBody + EmailBodyTailMsg : EmailBody;
+  message.isHtml = EmailBodyIsHTML;
+  message.addPriorityHeader = AddPriorityHeader;
+  if (!ZipAttachments) {
+    message.attachments = attachments_;
+  } else if (!ZipFile.empty() && parts_.fileSystem.FileExist(ZipFile)) {
+    message.attachments = {ZipFile};
+  }
+  return message;
+}
+
+void vtxEmail::ComposeWith(Proc& proc, MailComponent& component, TextView refusedText) {
+  MailMessage message = Message();
+  const bool wantsLogo = EmailBodyIsHTML && EmailBodyIncludeLogoFile;
+  if (wantsLogo) message.logoFile = FindLogoFile();
+  const bool added = component.Compose(message);
+  if (wantsLogo && message.logoFile.empty()) {
+    proc.Log(u"Failed to find a logo file!");
+  } else if (wantsLogo) {
+    proc.Log(Text(added ? TextView(u"Added logo file:  ") : refusedText) + message.logoFile);
+  } else if (EmailBodyIsHTML) {
+    proc.Log(u"HTML email is not flagged to add logo file.");
+  }
+}
+
+Text vtxEmail::FindLogoFile() const {
+  for (const TextView extension : {u".png", u".gif", u".jpg"}) {
+    Text path = parts_.environment.ApplicationFolder() + u"Config\\Logo" + Text(extension);
+    if (parts_.fileSystem.FileExist(path)) return path;
+  }
+  return {};
+}
+
+void vtxEmail::TakeReport(Proc& proc, MailComponent& component) {
+  const MailReport report = component.Report();
+  for (const Text& note : report.notes) {
+    log_.AddLine(note);
+    proc.Log(note);
+  }
+  SetLogSmtpFailReason(report.failReason);
+  SetLogSmtpSession(report.session);
+  SetLogSmtpLastErrorText(report.lastErrorText);
+  SetLogSmtpLastStatus(report.lastStatus);
+}
+
+bool vtxEmail::ckZipFileCollection(const std::vector<Text>& files, TextView zipPath) {
+  Proc proc(kModule, u"ckZipFileCollection", ProcKind::Function);
+  proc.ByVal(u"colFiles", files);
+  proc.ByVal(u"sZipFile", zipPath);
+  return proc.Run(false, [&] {
+    if (files.empty()) return false;
+    const std::unique_ptr<ZipArchive> archive = parts_.engines.NewZip(Setting(kUnlockKey));
+    if (!archive->Create(zipPath)) {
+      log_.AddLine(u"CreateZipError=" + archive->LastErrorText());
+      return false;
+    }
+    for (const Text& file : files) AppendToArchive(*archive, file);
+    if (archive->Write()) return true;
+    log_.AddLine(u"ZipError=" + archive->LastErrorText());
+    return false;
+  });
+}
+
+void vtxEmail::AppendToArchive(ZipArchive& archive, TextView file) {
+  if (!parts_.fileSystem.FileExist(file)) {
+    log_.AddLine(u"File Skipped (Does Not Exist):   " + Text(file));
+    return;
+  }
+  if (archive.AppendFile(file)) {
+    log_.AddLine(u"File=" + Text(file));
+  } else {
+    log_.AddLine(u"ZipError=" + archive.LastErrorText());
+  }
+}
+
+}  // namespace ovs

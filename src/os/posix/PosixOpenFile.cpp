@@ -1,0 +1,122 @@
+#include "os/posix/PosixOpenFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+
+#include "os/DeviceName.h"
+#include "os/PendingError.h"
+#include "os/posix/PosixErrors.h"
+#include "os/posix/PosixFileInfo.h"
+
+namespace ovs::posix {
+
+namespace {
+
+constexpr mode_t kNewFileMode = 0666;
+constexpr int kSafeFlags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+
+// Repeats a call that a signal interrupted.
+template <typename Call>
+auto Retry(Call call) {
+  auto result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  return result;
+}
+
+// A file of such a name could be made here, but not be reached where the name is a device's.
+bool EndsInDeviceName(const NativePath& path) {
+  const auto name = TextOfNative(std::string_view(path.asked).substr(path.asked.rfind('/') + 1));
+  return name && IsDeviceName(*name);
+}
+
+bool StampOpen(int fd, os::FileStamp& out) {
+  struct statx status {};
+  if (!Look(fd, "", AT_EMPTY_PATH, status)) return FailErrno(errno);
+  out = StampOf(status);
+  return true;
+}
+
+class PosixReadFile : public os::ReadFile {
+ public:
+  explicit PosixReadFile(UniqueFd fd) : fd_(std::move(fd)) {}
+
+  bool Stamp(os::FileStamp& out) override { return StampOpen(fd_.Get(), out); }
+
+  bool ReadAt(std::uint64_t offset, std::span<char> buffer, std::size_t& got) override {
+    got = 0;
+    const auto read = Retry([&] { return pread(fd_.Get(), buffer.data(), buffer.size(), static_cast<off_t>(offset)); });
+    if (read < 0) return FailErrno(errno);
+    got = static_cast<std::size_t>(read);
+    return true;
+  }
+
+ private:
+  UniqueFd fd_;
+};
+
+class PosixAppendFile : public os::AppendFile {
+ public:
+  explicit PosixAppendFile(UniqueFd fd) : fd_(std::move(fd)) {}
+
+  bool Stamp(os::FileStamp& out) override { return StampOpen(fd_.Get(), out); }
+
+  bool Append(std::string_view bytes) override {
+    if (bytes.empty()) return true;
+    const ssize_t written = Retry([&] { return write(fd_.Get(), bytes.data(), bytes.size()); });
+    if (written < 0) return FailErrno(errno);
+    if (static_cast<std::size_t>(written) == bytes.size()) return true;
+    CutOff(written);
+    return Fail(SystemErrorNumber::kDiskFull);
+  }
+
+ private:
+  // Nothing is cut when another program has appended behind the torn piece.
+  void CutOff(ssize_t written) {
+    const off_t end = lseek(fd_.Get(), 0, SEEK_CUR);
+    struct stat status {};
+    if (end < written || fstat(fd_.Get(), &status) != 0 || status.st_size != end) return;
+    if (ftruncate(fd_.Get(), end - written) != 0) FailErrno(errno);
+  }
+
+  UniqueFd fd_;
+};
+
+}  // namespace
+
+UniqueFd OpenPlainFile(const NativePath& path, int flags) {
+  struct statx status {};
+  if (path.trailing) {
+    Fail(SystemErrorNumber::kInvalidName);
+    return UniqueFd();
+  }
+  const bool writes = (flags & O_ACCMODE) != O_RDONLY;
+  const bool exists = Look(AT_FDCWD, path.path.c_str(), 0, status);
+  if (EndsInDeviceName(path) || (exists && (!IsPlainFile(status) || (writes && IsReadOnly(status))))) {
+    Fail(SystemErrorNumber::kAccessDenied);
+    return UniqueFd();
+  }
+  UniqueFd fd(Retry([&] { return open(path.path.c_str(), flags | kSafeFlags, kNewFileMode); }));
+  if (!fd) {
+    Fail(LookupError(errno, path.path));
+  } else if (!Look(fd.Get(), "", AT_EMPTY_PATH, status) || !IsPlainFile(status)) {
+    Fail(SystemErrorNumber::kAccessDenied);
+    return UniqueFd();
+  }
+  return fd;
+}
+
+bool WriteAll(int fd, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = Retry([&] { return write(fd, bytes.data(), bytes.size()); });
+    if (written < 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+std::unique_ptr<os::ReadFile> MakeReadFile(UniqueFd fd) { return std::make_unique<PosixReadFile>(std::move(fd)); }
+std::unique_ptr<os::AppendFile> MakeAppendFile(UniqueFd fd) { return std::make_unique<PosixAppendFile>(std::move(fd)); }
+
+}  // namespace ovs::posix

@@ -1,0 +1,58 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "os/PendingError.h"
+#include "os/ReplaceFile.h"
+#include "os/posix/PosixErrors.h"
+#include "os/posix/PosixOpenFile.h"
+#include "os/posix/PosixPath.h"
+
+namespace ovs::os {
+
+namespace {
+
+using posix::UniqueFd;
+
+// Group and others get their rights only once the owner is right, so that none gains any in between.
+bool TakeRights(int fd, const struct stat& old) {
+  struct stat own {};
+  if (fstat(fd, &own) != 0) return false;
+  const bool sameOwner = own.st_uid == old.st_uid && own.st_gid == old.st_gid;
+  if (!sameOwner && fchown(fd, old.st_uid, old.st_gid) != 0) return false;
+  return fchmod(fd, old.st_mode & 07777) == 0;
+}
+
+}  // namespace
+
+bool ReplaceFileSafely(TextView path, std::string_view bytes) {
+  const auto native = posix::FindNative(path);
+  if (!native) return false;
+  if (native->trailing) return posix::Fail(SystemErrorNumber::kInvalidName);
+  struct stat old {};
+  const bool exists = stat(native->path.c_str(), &old) == 0;
+  if (!exists && errno != ENOENT) return posix::FailErrno(errno);
+  if (exists && !posix::OpenPlainFile(*native, O_WRONLY)) return false;
+  // Behind a link it is the file itself that is replaced.
+  std::string target = native->path;
+  if (char* const real = exists ? realpath(target.c_str(), nullptr) : nullptr; real != nullptr) {
+    target = real;
+    std::free(real);
+  }
+  const std::string beside = target + "." + std::to_string(getpid()) + ".new";
+  const UniqueFd fd(open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
+  if (!fd) return posix::Fail(posix::LookupError(errno, beside));
+  const bool replaced = (!exists || TakeRights(fd.Get(), old)) && posix::WriteAll(fd.Get(), bytes) && fsync(fd.Get()) == 0 &&
+                        rename(beside.c_str(), target.c_str()) == 0;
+  if (replaced) return true;
+  posix::FailErrno(errno);
+  unlink(beside.c_str());
+  return false;
+}
+
+}  // namespace ovs::os

@@ -1,0 +1,21 @@
+#include "os/win32/Win32Handle.h"
+
+#include <windows.h>
+
+namespace ovs {
+
+Handle::Handle(void* handle) noexcept : handle_(handle == INVALID_HANDLE_VALUE ? nullptr : handle) {}
+
+Handle& Handle::operator=(Handle&& other) noexcept {
+  if (this != &other) {
+    Close();
+    handle_ = std::exchange(other.handle_, nullptr);
+  }
+  return *this;
+}
+
+void Handle::Close() noexcept {
+  if (void* const handle = std::exchange(handle_, nullptr)) CloseHandle(handle);
+}
+
+}  // namespace ovs

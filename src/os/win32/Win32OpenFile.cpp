@@ -1,0 +1,153 @@
+#include "os/win32/Win32OpenFile.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <limits>
+
+#include "os/PendingError.h"
+#include "os/win32/Win32Error.h"
+#include "os/win32/Win32Path.h"
+#include "os/win32/Win32Ticks.h"
+
+namespace ovs::win32 {
+
+namespace {
+
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+constexpr std::size_t kLongestPiece = std::size_t{1} << 30;
+
+std::uint64_t Join(DWORD high, DWORD low) { return (static_cast<std::uint64_t>(high) << 32) | low; }
+
+DWORD AccessOf(OpenMode mode) {
+  switch (mode) {
+    case OpenMode::Read:
+      return GENERIC_READ;
+    case OpenMode::Append:
+      return FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE;
+    default:
+      return GENERIC_WRITE;
+  }
+}
+
+bool StampOpen(const Handle& file, os::FileStamp& out) {
+  BY_HANDLE_FILE_INFORMATION info = {};
+  if (!GetFileInformationByHandle(file.Get(), &info)) return FailLast();
+  // Not every file system tells the time of the last change.
+  FILE_BASIC_INFO basic = {};
+  const bool knowsChange = GetFileInformationByHandleEx(file.Get(), FileBasicInfo, &basic, sizeof basic) != 0;
+  out = {.volume = info.dwVolumeSerialNumber,
+         .index = Join(info.nFileIndexHigh, info.nFileIndexLow),
+         .size = Join(info.nFileSizeHigh, info.nFileSizeLow),
+         .modified = TicksOf(info.ftLastWriteTime),
+         .changed = knowsChange ? basic.ChangeTime.QuadPart : 0};
+  return true;
+}
+
+class Win32ReadFile : public os::ReadFile {
+ public:
+  explicit Win32ReadFile(Handle file) : file_(std::move(file)) {}
+
+  bool Stamp(os::FileStamp& out) override { return StampOpen(file_, out); }
+
+  bool ReadAt(std::uint64_t offset, std::span<char> buffer, std::size_t& got) override {
+    got = 0;
+    OVERLAPPED place = {};
+    place.Offset = static_cast<DWORD>(offset);
+    place.OffsetHigh = static_cast<DWORD>(offset >> 32);
+    DWORD read = 0;
+    const auto wanted = static_cast<DWORD>(std::min(buffer.size(), kLongestPiece));
+    if (!::ReadFile(file_.Get(), buffer.data(), wanted, &read, &place)) {
+      const DWORD number = GetLastError();
+      return number == ERROR_HANDLE_EOF || Fail(number);
+    }
+    got = read;
+    return true;
+  }
+
+ private:
+  Handle file_;
+};
+
+class Win32AppendFile : public os::AppendFile {
+ public:
+  explicit Win32AppendFile(Handle file) : file_(std::move(file)) {}
+
+  bool Stamp(os::FileStamp& out) override { return StampOpen(file_, out); }
+
+  bool Append(std::string_view bytes) override {
+    if (bytes.empty()) return true;
+    if (bytes.size() > std::numeric_limits<DWORD>::max()) return Fail(SystemErrorNumber::kFileTooLarge);
+    LARGE_INTEGER before = {};
+    if (!GetFileSizeEx(file_.Get(), &before)) return FailLast();
+    DWORD written = 0;
+    if (!WriteFile(file_.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr)) {
+      FailLast();
+    } else if (written == bytes.size()) {
+      return true;
+    } else {
+      Fail(SystemErrorNumber::kDiskFull);
+    }
+    CutOff(before.QuadPart, written);
+    return false;
+  }
+
+ private:
+  // Nothing is cut when another program has appended as well, in front of the torn piece or behind it. The right to
+  // append alone does not let a file be cut, so it is opened once more; the number of the failed write stays.
+  void CutOff(LONGLONG before, DWORD written) {
+    LARGE_INTEGER size = {};
+    if (written == 0 || !GetFileSizeEx(file_.Get(), &size) || size.QuadPart != before + written) return;
+    const Handle writable(ReOpenFile(file_.Get(), GENERIC_WRITE, kShareAll, 0));
+    if (!writable) return;
+    FILE_END_OF_FILE_INFO end = {};
+    end.EndOfFile.QuadPart = before;
+    SetFileInformationByHandle(writable.Get(), FileEndOfFileInfo, &end, sizeof end);
+  }
+
+  Handle file_;
+};
+
+}  // namespace
+
+Handle OpenPlainFile(TextView path, OpenMode mode) {
+  const auto extended = ExtendedPath(path);
+  if (!extended) return {};
+  if (extended->ends_with(L'\\')) {
+    Fail(SystemErrorNumber::kInvalidName);
+    return {};
+  }
+  const DWORD disposition = mode == OpenMode::Read ? OPEN_EXISTING : OPEN_ALWAYS;
+  Handle file(
+      CreateFileW(extended->c_str(), AccessOf(mode), kShareAll, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file) {
+    FailLast();
+    return file;
+  }
+  if (GetFileType(file.Get()) != FILE_TYPE_DISK) {
+    Fail(SystemErrorNumber::kAccessDenied);
+    return {};
+  }
+  // Emptied only now that it is known to be a file; its attributes stay as they are.
+  if (mode == OpenMode::Replace && !SetEndOfFile(file.Get())) {
+    FailLast();
+    return {};
+  }
+  return file;
+}
+
+bool WriteAll(const Handle& file, std::string_view bytes) {
+  while (!bytes.empty()) {
+    DWORD written = 0;
+    const auto piece = static_cast<DWORD>(std::min(bytes.size(), kLongestPiece));
+    if (!WriteFile(file.Get(), bytes.data(), piece, &written, nullptr)) return FailLast();
+    if (written == 0) return Fail(SystemErrorNumber::kDiskFull);
+    bytes.remove_prefix(written);
+  }
+  return true;
+}
+
+std::unique_ptr<os::ReadFile> MakeReadFile(Handle file) { return std::make_unique<Win32ReadFile>(std::move(file)); }
+std::unique_ptr<os::AppendFile> MakeAppendFile(Handle file) { return std::make_unique<Win32AppendFile>(std::move(file)); }
+
+}  // namespace ovs::win32

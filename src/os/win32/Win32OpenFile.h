@@ -1,0 +1,30 @@
+// Open files of the machine.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string_view>
+
+#include "os/Files.h"
+#include "os/win32/Win32Handle.h"
+
+namespace ovs::win32 {
+
+enum class OpenMode {
+  Read,     // an existing file
+  Append,   // appending alone; a missing file is created
+  Replace,  // writing; a missing file is created, an existing one emptied
+};
+
+// Opens a plain file of a disk, shared for reading, writing and deleting. What is none (a folder, pipe, device) is refused
+// with number 5. An empty owner when it fails, the number recorded.
+[[nodiscard]] Handle OpenPlainFile(TextView path, OpenMode mode);
+
+// Writes all bytes at the file position. False when that fails, the number recorded.
+[[nodiscard]] bool WriteAll(const Handle& file, std::string_view bytes);
+
+[[nodiscard]] std::unique_ptr<os::ReadFile> MakeReadFile(Handle file);
+// `file` is open for appending alone, so that each write of it goes to the end, wherever that is by then.
+[[nodiscard]] std::unique_ptr<os::AppendFile> MakeAppendFile(Handle file);
+
+}  // namespace ovs::win32

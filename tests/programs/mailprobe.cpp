@@ -1,0 +1,174 @@
+// Sends mails through the message object for tests: each line of standard input is a request (JSON, UTF-8), each line of
+// standard output its answer.
+//
+// A request: "set" (properties of vtxEmail by name), "store" (text of a settings file), "attachments" (native paths), "zip",
+// "useChilkat", "app" (application folder, a native path). All may be missing.
+#include <chrono>
+#include <iostream>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "base/Encoding.h"
+#include "config/ckCrypt_Config.h"
+#include "diag/App_Debug.h"
+#include "mail/engines/os/MailMachine.h"
+#include "mail/message/vtxEmail.h"
+#include "os/Clock.h"
+#include "os/CommandLine.h"
+#include "os/Crypto.h"
+#include "os/System.h"
+#include "platform/DebugEnvironment.h"
+
+namespace {
+
+using namespace ovs;
+using nlohmann::json;
+
+// Answers nothing and notes what it was asked.
+class NotingUser final : public MailUser {
+ public:
+  int Box(TextView text, TextView /*caption*/, std::uint32_t /*flags*/) override { return Note("box: ", text), 0; }
+  void StatusNotice(TextView text) override { Note("notice: ", text); }
+  std::optional<Text> InputBox(TextView title, TextView /*prompt*/, TextView /*defaultText*/) override {
+    Note("input: ", title);
+    return std::nullopt;
+  }
+  bool EditMailSettings() override { return Note("settings", {}), false; }
+  bool StartMailClient(TextView to, TextView /*subject*/, TextView /*body*/) override { return Note("client: ", to), false; }
+  bool ViewLog(TextView caption, TextView /*text*/) override { return Note("log: ", caption), false; }
+
+  std::vector<std::string> asked;
+
+ private:
+  void Note(const std::string& kind, TextView text) { asked.push_back(kind + ToUtf8(text)); }
+};
+
+template <class Value>
+struct Property {
+  const char* name;
+  Value vtxEmail::*member;
+};
+
+constexpr Property<Text> kTexts[] = {
+    {"EmailFrom", &vtxEmail::EmailFrom},       {"EmailReplyTo", &vtxEmail::EmailReplyTo},
+    {"EmailTo", &vtxEmail::EmailTo},           {"EmailCC", &vtxEmail::EmailCC},
+    {"EmailBCC", &vtxEmail::EmailBCC},         {"EmailSubject", &vtxEmail::EmailSubject},
+    {"EmailBody", &vtxEmail::EmailBody},       {"EmailBodyTailMsg", &vtxEmail::EmailBodyTailMsg},
+    {"ZipFileName", &vtxEmail::ZipFileName},   {"ZipFile", &vtxEmail::ZipFile},
+    {"SmtpUsername", &vtxEmail::SmtpUsername}, {"SmtpPassword", &vtxEmail::SmtpPassword},
+    {"SmtpHost", &vtxEmail::SmtpHost},         {"SmtpLoginDomain", &vtxEmail::SmtpLoginDomain},
+};
+
+constexpr Property<std::int32_t> kNumbers[] = {
+    {"SmtpPort", &vtxEmail::SmtpPort},
+    {"SmtpSSLType", &vtxEmail::SmtpSSLType},
+    {"SmtpSSLProtocol", &vtxEmail::SmtpSSLProtocol},
+    {"SmtpAuthMethod", &vtxEmail::SmtpAuthMethod},
+    {"SmtpAutoFix", &vtxEmail::SmtpAutoFix},
+};
+
+constexpr Property<bool> kSwitches[] = {
+    {"AddPriorityHeader", &vtxEmail::AddPriorityHeader},
+    {"EmailBodyAppendTailMsg", &vtxEmail::EmailBodyAppendTailMsg},
+    {"EmailBodyIncludeLogoFile", &vtxEmail::EmailBodyIncludeLogoFile},
+    {"EmailBodyIsHTML", &vtxEmail::EmailBodyIsHTML},
+    {"EmailBodyIsFile", &vtxEmail::EmailBodyIsFile},
+    {"ZipAttachments", &vtxEmail::ZipAttachments},
+    {"RequireAllSettingsForSend", &vtxEmail::RequireAllSettingsForSend},
+    {"ShowSuccessMsgs", &vtxEmail::ShowSuccessMsgs},
+    {"ShowErrorMsgs", &vtxEmail::ShowErrorMsgs},
+};
+
+Text TextOf(const json& value) { return FromUtf8(value.get_ref<const std::string&>()); }
+
+// Every key must be a property: a test that sets what does not exist proves nothing.
+void SetProperty(vtxEmail& mail, const std::string& name, const json& value) {
+  for (const auto& property : kTexts) {
+    if (name == property.name) return void(mail.*property.member = TextOf(value));
+  }
+  for (const auto& property : kNumbers) {
+    if (name == property.name) return void(mail.*property.member = value.get<std::int32_t>());
+  }
+  for (const auto& property : kSwitches) {
+    if (name == property.name) return void(mail.*property.member = value.get<bool>());
+  }
+  throw std::invalid_argument("no such property: " + name);
+}
+
+Text PathOf(const json& value) {
+  const auto path = os::FullPathOfArgument(value.get_ref<const std::string&>());
+  if (!path) throw std::invalid_argument("no such path: " + value.get<std::string>());
+  return *path;
+}
+
+Text FolderOf(const json& request) {
+  const auto app = request.find("app");
+  return app == request.end() ? Text() : PathOf(*app) + u"\\";
+}
+
+json Answer(const vtxEmail& mail, const NotingUser& user) {
+  return {{"log", ToUtf8(mail.LogFullText())},
+          {"failReason", ToUtf8(mail.LogSmtpFailReason())},
+          {"lastError", ToUtf8(mail.LogSmtpLastErrorText())},
+          {"lastStatus", ToUtf8(mail.LogSmtpLastStatus())},
+          {"session", ToUtf8(mail.LogSmtpSession())},
+          {"usedComponent", mail.UsedChilkatSendMethod},
+          {"asked", user.asked}};
+}
+
+json Send(MailEngines& engines, const json& request) {
+  App_FileSystem fileSystem(os::SystemFiles(), os::ThisSystem());
+  App_Env environment(os::ThisSystem(), FolderOf(request));
+  environment.SetAutomaticMode(true);
+  const ckCrypt_Config crypt(os::SystemCrypto());
+  Config_Class store(fileSystem, crypt, environment.ApplicationFolder());
+  if (request.contains("store")) store.LoadString(TextOf(request["store"]));
+  NotingUser user;
+
+  vtxEmail mail({fileSystem, environment, engines, user, &store});
+  mail.ZipAttachments = request.value("zip", false);
+  const json properties = request.value("set", json::object());
+  for (const auto& [name, value] : properties.items()) SetProperty(mail, name, value);
+  const json attachments = request.value("attachments", json::array());
+  for (const json& path : attachments) mail.AddFileAttachment(PathOf(path));
+
+  std::vector<std::string> entries;
+  Diagnostics().SetEntryListener([&](TextView entry) { entries.push_back(ToUtf8(entry)); });
+  const auto start = std::chrono::steady_clock::now();
+  const bool sent = mail.SendEmail(request.value("useChilkat", false));
+  const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;
+  Diagnostics().SetEntryListener(nullptr);
+
+  json answer = Answer(mail, user);
+  answer["sent"] = sent;
+  answer["debug"] = entries;
+  answer["seconds"] = passed.count();
+  return answer;
+}
+
+void Serve() {
+  Diagnostics().Attach(SystemDebugPorts(), {});
+  Diagnostics().SetSwitches({.verbose = true});
+  const std::unique_ptr<MailEngines> engines =
+      SystemMailEngines({os::SystemFiles(), os::SystemClock(), os::ThisSystem(), os::SystemCrypto()});
+  engines->Start();
+  for (std::string line; std::getline(std::cin, line);) {
+    const json answer = Send(*engines, json::parse(line));
+    std::cout << answer.dump(-1, ' ', /*ensure_ascii=*/true, json::error_handler_t::replace) << "\n" << std::flush;
+  }
+}
+
+}  // namespace
+
+int main() {
+  try {
+    Serve();
+    return 0;
+  } catch (const std::exception& error) {
+    std::cerr << "mailprobe: " << error.what() << "\n";
+    return 2;
+  }
+}

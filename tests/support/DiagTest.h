@@ -1,0 +1,83 @@
+// The diagnostics of one test in the place of the process-wide ones, with everything they need from the machine.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "base/Encoding.h"
+#include "diag/App_Debug.h"
+#include "diag/PendingErrorKeeper.h"
+#include "diag/PendingRuntimeError.h"
+#include "os/PendingError.h"
+#include "platform/FileContent.h"
+#include "support/FakeClock.h"
+#include "support/FakeSystem.h"
+#include "support/FaultyFiles.h"
+#include "support/MemoryFiles.h"
+
+namespace ovs {
+
+// A multimedia timer that goes on by one at each reading.
+class Ticker final : public os::PeriodTimer {
+ public:
+  bool Periods(std::uint32_t& minimum, std::uint32_t& maximum) override {
+    minimum = period;
+    maximum = 1000;
+    return known;
+  }
+  bool Begin(std::uint32_t asked) override {
+    open += asked == period ? 1 : 100;
+    return true;
+  }
+  bool End(std::uint32_t asked) override {
+    open -= asked == period ? 1 : 100;
+    return true;
+  }
+  std::uint32_t Now() override { return ++now; }
+
+  bool known = true;
+  std::uint32_t period = 1;
+  std::uint32_t now = 0;
+  int open = 0;  // periods begun and not ended
+};
+
+class DiagTest : public ::testing::Test {
+ protected:
+  DiagTest() {
+    ClearPending();
+    debug.Attach({&files, &clock, &zone, &system, &ticker}, Environment());
+    debug.SetEntryListener([this](TextView entry) { entries.emplace_back(entry); });
+  }
+  ~DiagTest() override { ClearPending(); }
+
+  static void ClearPending() {
+    SetPendingSystemError(0);
+    static_cast<void>(TakePendingRuntimeError());
+  }
+  DebugEnvironment Environment() {
+    return {u"C:\\Data\\", u"Svc", u"OrvantaEventService", u"1", u"PC", {}, {}, [] { return Text(u"Machine report ä"); }};
+  }
+  // The file's bytes; "-" when there is none.
+  std::string OnDisk(TextView path) {
+    const PendingErrorKeeper keeper;
+    std::string bytes;
+    return ReadFileBytes(disk, path, bytes) == ReadOutcome::Ok ? bytes : "-";
+  }
+
+  fakes::MemoryFiles disk;
+  fakes::FaultyFiles files{disk};
+  fakes::FakeClock clock;
+  fakes::FakeTimeZone zone;
+  fakes::FakeSystem system;
+  Ticker ticker;
+  std::vector<Text> entries;
+  App_Debug debug;
+  ScopedDiagnostics scoped{debug};
+};
+
+inline const Text kLogFile = u"C:\\Data\\Debug Logs\\Svc\\OrvantaEventService (1).log";
+inline constexpr TextView kNow = u"03/07/2024 01:05:09 PM ";
+
+}  // namespace ovs

@@ -1,0 +1,77 @@
+// Files and folders in memory, with the contract of the port.
+//
+// Every root ("C:", "\\server\share") exists by itself, all other folders must be created. Names are found without regard
+// to case and kept as first written; a folder lists its entries in the order they were made there. Each change has a time
+// of its own, later than all before. Version numbers, attributes, dates and the file system's name are set by the test.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "os/Files.h"
+#include "os/WindowsPath.h"
+
+namespace ovs::fakes {
+
+class MemoryFiles final : public os::Files {
+ public:
+  bool Info(TextView path, os::FileInfo& out) override;
+  std::unique_ptr<os::ReadFile> OpenRead(TextView path) override;
+  std::unique_ptr<os::AppendFile> OpenAppend(TextView path) override;
+  bool Write(TextView path, std::string_view bytes) override;
+  bool Rename(TextView from, TextView to) override;
+  bool Delete(TextView path) override;
+  bool RemoveDir(TextView path) override;
+  bool CreateDir(TextView path) override;
+  // As the call of that name, it carries Windows-1252 characters only.
+  bool MakeSureDirectoryPathExists(TextView path) override;
+  bool List(TextView folder, std::vector<os::DirEntry>& out) override;
+  bool LongPathName(TextView path, Text& out) override;
+  bool Version(TextView path, os::FileVersion& out) override;
+  bool FileSystemName(TextView root, Text& out) override;
+  bool SetCurrentDir(TextView path) override;
+  // "C:\Temp\", which does not exist at first.
+  bool TempFolder(Text& out) override;
+
+  // These three are false when there is no such file. What is a folder stays one.
+  bool SetAttributes(TextView path, std::uint32_t attributes);
+  bool SetDates(TextView path, os::FileTicks created, os::FileTicks accessed, os::FileTicks modified);
+  bool SetVersion(TextView path, const os::FileVersion& version);
+  void SetFileSystemName(TextView name) { fileSystemName_ = name; }
+
+  struct Node;
+
+ private:
+  using NodePtr = std::shared_ptr<Node>;
+  struct Place {
+    NodePtr folder;  // null when the path is a root
+    NodePtr node;    // null when the last name does not exist
+    Text name;       // the last name, as asked
+    Text onDisk;     // the full path as it is spelled on disk
+    bool trailing = false;
+  };
+
+  NodePtr Root(const Text& name);
+  // Walks to the last name. None when the path is invalid or a folder before the last name is missing.
+  std::optional<Place> Find(TextView path);
+  // The same, for what must exist, and for what must be a folder.
+  std::optional<Place> FindExisting(TextView path);
+  std::optional<Place> FindFolder(TextView path);
+  // The file of that path, made when it is missing; null when it is a folder, read-only or has no folder.
+  NodePtr FileForWriting(TextView path);
+  NodePtr Add(const Place& place, std::uint32_t attributes);
+  bool Remove(const Place& place);
+  [[nodiscard]] os::FileTicks NextTime() { return *now_ += 10'000; }
+
+  std::map<Text, NodePtr> roots_;  // by folded name
+  std::uint64_t lastIndex_ = 0;
+  // Shared with the open files.
+  std::shared_ptr<os::FileTicks> now_ = std::make_shared<os::FileTicks>(133'500'000'000'000'000);
+  Text currentFolder_ = u"C:\\";
+  Text fileSystemName_ = u"NTFS";
+};
+
+}  // namespace ovs::fakes

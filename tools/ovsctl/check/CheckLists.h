@@ -1,0 +1,12 @@
+// The exclusion lists.
+#pragma once
+
+#include "monitor/GlobalExclusions.h"
+#include "ovsctl/check/CheckFindings.h"
+
+namespace ovs {
+
+// What is wrong with the lines of one list; they belong to the file that `findings` is at.
+void CheckList(GlobalExclusions& lists, GlobalExclusions::List list, Findings& findings);
+
+}  // namespace ovs

@@ -1,0 +1,16 @@
+// The settings of the alert e-mail, as a whole.
+#pragma once
+
+#include <span>
+
+#include "config/PlainIni.h"
+#include "ovsctl/check/CheckFindings.h"
+#include "ovsctl/cli/Installation.h"
+
+namespace ovs {
+
+// What the settings of [EmailConfig] lack, or where they do not fit together, when alerts are mailed. What belongs to one
+// value alone is found with the lines. The findings belong to the file that `findings` is at.
+void CheckMailSettings(Installation& installation, const PlainIni& ini, Findings& findings);
+
+}  // namespace ovs

@@ -1,0 +1,168 @@
+#include "ovsctl/check/CheckRules.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/App_Strings.h"
+#include "base/Fold.h"
+#include "monitor/Phrases.h"
+#include "ovsctl/check/CheckValue.h"
+#include "ovsctl/cli/Console.h"
+
+namespace ovs {
+
+namespace {
+
+using App_Strings::StringsMatch;
+
+template <std::size_t N>
+bool AnyOn(const PlainIni& rule, TextView section, const TextView (&names)[N]) {
+  return std::ranges::any_of(names, [&](TextView name) { return ValueOf(rule, section, name) == u"1"; });
+}
+
+// A section of switches of which one must be on.
+template <std::size_t N>
+void CheckSwitches(const CheckedRule& rule, TextView section, const TextView (&names)[N], const std::string& what,
+                   Findings& findings) {
+  const std::string shown = "[" + Console::Shown(section) + "]";
+  if (!rule.content.HasSection(section)) {
+    findings.Error(0, "there is no section " + shown + ", so the rule can never match",
+                   "Add " + shown + " and, for instance, " + Console::Shown(names[0]) + "=1.");
+  } else if (!AnyOn(rule.content, section, names)) {
+    findings.Error(LineOfSection(rule.lines, section), "no " + what + " is on, so the rule can never match",
+                   "Switch one on, for instance " + Console::Shown(names[0]) + "=1.");
+  }
+}
+
+// "\n" or "\r\n" that somebody wrote for a line break. One behind a drive, or beside other backslashes, is of a path.
+bool HasWrittenLineBreak(TextView text) {
+  if (text.find(u"\\r\\n") != TextView::npos || ContainsFolded(text, u"<CRLF>") || ContainsFolded(text, u"<NL>"))
+    return true;
+  const std::size_t at = text.find(u"\\n");
+  if (at == TextView::npos || at == 0 || text[at - 1] == u':') return false;
+  for (std::size_t i = text.find(u'\\'); i != TextView::npos; i = text.find(u'\\', i + 1)) {
+    if (i + 1 >= text.size() || text[i + 1] != u'n') return false;
+  }
+  return true;
+}
+
+void CheckDescription(const CheckedRule& rule, TextView key, TextView text, Findings& findings) {
+  const std::string name = Console::Shown(key);
+  if (HasWildcardEnds(text)) {
+    findings.Warning(rule.LineOf(key), name + " begins or ends with a wildcard, which is looked for as it stands",
+                     "Leave it out: the text is found anywhere in the message.");
+  }
+  if (HasWrittenLineBreak(text)) {
+    findings.Warning(rule.LineOf(key), name + " seems to hold a line break, which is looked for as it stands",
+                     "Take a text that stands within one line of the message.");
+  }
+}
+
+void CheckSource(const CheckedRule& rule, Findings& findings) {
+  const Text& source = rule.conditions.eventSource;
+  if (source.find_first_of(u"*?") != Text::npos) {
+    findings.Error(rule.LineOf(u"EventSource"), "EventSource is " + Quoted(source) + "; there are no wildcards",
+                   "Write the whole name of one source.");
+  } else if (source.find_first_of(u",;|") != Text::npos) {
+    findings.Warning(rule.LineOf(u"EventSource"), "EventSource is " + Quoted(source) + ", which counts as one name",
+                     "Write one rule for each source.");
+  }
+}
+
+// Conditions that no record can meet.
+void CheckContradictions(const CheckedRule& rule, Findings& findings) {
+  const RuleConditions& wanted = rule.conditions;
+  if (!wanted.eventDescEx.empty() && ContainsFolded(wanted.eventDesc, wanted.eventDescEx)) {
+    findings.Error(rule.LineOf(u"EventDescEx"),
+                   "EventDescEx is part of EventDesc (line " + std::to_string(rule.LineOf(u"EventDesc")) +
+                       "), so the rule can never match",
+                   "Take a text for EventDescEx that does not occur in EventDesc.");
+  }
+  if (ContainsFolded(wanted.eventDesc, Phrases::kStop)) {
+    findings.Error(rule.LineOf(u"EventDesc"),
+                   "EventDesc holds the phrase that stops the service; such a record is never tested against rules",
+                   "Take another text.");
+  }
+  if (StringsMatch(wanted.eventSource, u"service control manager") && ContainsFolded(wanted.eventDesc, Phrases::kOwnCrash)) {
+    findings.Error(rule.LineOf(u"EventDesc"),
+                   "EventDesc asks for the report that this service itself crashed; such a record is never tested",
+                   "Let the recovery actions of the service tell you.");
+  }
+}
+
+bool Takes(const Text& wanted, const Text& narrower) { return wanted.empty() || StringsMatch(wanted, narrower); }
+
+// True when every record that `narrow` takes is taken by `wide`.
+bool Covers(const RuleConditions& wide, const RuleConditions& narrow) {
+  if ((narrow.cells & ~wide.cells) != 0) return false;
+  if (!Takes(wide.eventID, narrow.eventID) || !Takes(wide.eventSource, narrow.eventSource)) return false;
+  if (!wide.eventDesc.empty() && !ContainsFolded(narrow.eventDesc, wide.eventDesc)) return false;
+  return wide.eventDescEx.empty() || (!narrow.eventDescEx.empty() && ContainsFolded(wide.eventDescEx, narrow.eventDescEx));
+}
+
+}  // namespace
+
+CheckedRule MakeCheckedRule(std::size_t file, PlainIni content) {
+  CheckedRule rule{file, std::move(content), {}, {}};
+  rule.lines = rule.content.Lines();
+  rule.conditions = ConditionsOf(rule.content);
+  return rule;
+}
+
+void CheckRule(os::Files& files, const CheckedRule& rule, Findings& findings) {
+  findings.ContinueFile(rule.file);
+  CheckIniLines(files, rule.content, RuleKeys(), findings);
+  CheckSwitches(rule, u"LogFile", kRuleLogNames, "log", findings);
+  CheckSwitches(rule, u"EventType", kRuleTypeNames, "event type", findings);
+  CheckSource(rule, findings);
+  CheckDescription(rule, u"EventDesc", rule.conditions.eventDesc, findings);
+  CheckDescription(rule, u"EventDescEx", rule.conditions.eventDescEx, findings);
+  CheckContradictions(rule, findings);
+}
+
+void CheckRuleAgainstLists(const CheckedRule& rule, GlobalExclusions& lists, Findings& findings) {
+  const RuleConditions& wanted = rule.conditions;
+  findings.ContinueFile(rule.file);
+  const auto report = [&](GlobalExclusions::List list, TextView key, TextView value) {
+    const auto line = lists.LineThatExcludes(list, value);
+    findings.Error(rule.LineOf(key),
+                   "no alert of this rule ever comes: " + Console::Shown(GlobalExclusions::FileName(list)) + ", line " +
+                       std::to_string(line ? line->number : 0) + ", excludes its " + Console::Shown(key),
+                   "Remove that line from the list, or the rule.");
+  };
+  // An empty value is never asked for: it would be that of a record without source.
+  if (!wanted.eventID.empty() && lists.CheckGlobalEventIDEx(wanted.eventID)) {
+    report(GlobalExclusions::kIds, u"EventID", wanted.eventID);
+  }
+  if (!wanted.eventSource.empty() && lists.CheckGlobalEventSourceEx(wanted.eventSource)) {
+    report(GlobalExclusions::kSources, u"EventSource", wanted.eventSource);
+  }
+  if (!wanted.eventDesc.empty() && lists.CheckGlobalEventDescEx(wanted.eventDesc)) {
+    report(GlobalExclusions::kTexts, u"EventDesc", wanted.eventDesc);
+  }
+}
+
+void CheckRulesAgainstEachOther(const std::vector<CheckedRule>& rules, Findings& findings) {
+  for (std::size_t i = 0; i < rules.size(); ++i) {
+    const RuleConditions& own = rules[i].conditions;
+    if (own.cells == 0) continue;  // it never matches, which was said
+    for (std::size_t j = 0; j < rules.size(); ++j) {
+      const RuleConditions& other = rules[j].conditions;
+      if (i == j || other.cells == 0 || !Covers(other, own)) continue;
+      const bool same = Covers(own, other);
+      if (same && j > i) continue;  // the later of two equal ones is told
+      findings.ContinueFile(rules[i].file);
+      const std::string& name = findings.NameOf(rules[j].file);
+      if (same) {
+        findings.Error(0, "this rule means the same as " + name + ", so each record gives two alerts",
+                       "Remove one of the two.");
+      } else {
+        findings.Warning(0, "every record of this rule is one of " + name + " as well and gives two alerts",
+                         "Remove this rule, or narrow the other with EventDescEx.");
+      }
+      break;
+    }
+  }
+}
+
+}  // namespace ovs

@@ -1,0 +1,71 @@
+#include "ovsctl/cli/Installation.h"
+
+#include <utility>
+
+#include "base/App_Strings.h"
+#include "diag/App_Debug.h"
+#include "os/Clock.h"
+#include "os/CommandLine.h"
+#include "ovsctl/cli/Console.h"
+#include "platform/App_FilePath.h"
+#include "platform/DebugEnvironment.h"
+
+namespace ovs {
+
+// The machine, but for the program that runs on it.
+class Installation::ServiceSystem final : public os::System {
+ public:
+  explicit ServiceSystem(Text programPath) : programPath_(std::move(programPath)) {}
+
+  std::optional<Text> MessageText(std::uint32_t number) override { return real_.MessageText(number); }
+  void DebugOutput(TextView text) noexcept override { real_.DebugOutput(text); }
+  Text EnvironmentVariable(TextView name) override { return real_.EnvironmentVariable(name); }
+  Text ProgramPath() override { return programPath_; }
+  std::uint32_t ProcessId() override { return real_.ProcessId(); }
+  Text ComputerName() override { return real_.ComputerName(); }
+  Text UserName() override { return real_.UserName(); }
+  Text OsVersion() override { return real_.OsVersion(); }
+  std::vector<Text> LanAddresses() override { return real_.LanAddresses(); }
+  std::uint64_t MemoryInUse() override { return real_.MemoryInUse(); }
+
+ private:
+  os::System& real_ = os::ThisSystem();
+  Text programPath_;
+};
+
+std::optional<Text> TypedPath(const std::string& path) {
+  std::optional<Text> full = os::FullPathOfArgument(path);
+  if (!full) static_cast<void>(Console::Fail("cannot use the path \"" + path + "\""));
+  return full;
+}
+
+std::unique_ptr<Installation> Installation::Open(const std::string& folder) {
+  Diagnostics().Attach(SystemDebugPorts(), {});
+  Text path = App_FilePath::FolderOf(os::ThisSystem().ProgramPath());
+  if (!folder.empty()) {
+    std::optional<Text> typed = TypedPath(folder);
+    if (!typed) return nullptr;
+    path = std::move(*typed);
+  }
+  App_Strings::EnsureStringEndsWith(path, u"\\");
+  if (!App_FileSystem(os::SystemFiles(), os::ThisSystem()).DirExist(path)) {
+    static_cast<void>(Console::Fail("no such folder: " + Console::Shown(path)));
+    return nullptr;
+  }
+  auto system = std::make_unique<ServiceSystem>(path + Text(kServiceProgram));
+  return std::unique_ptr<Installation>(new Installation(std::move(system), path));
+}
+
+Installation::Installation(std::unique_ptr<ServiceSystem> system, TextView applicationFolder)
+    : system_(std::move(system)),
+      fileSystem_(os::SystemFiles(), *system_),
+      ini_(os::SystemFiles()),
+      time_(os::SystemClock(), os::SystemTimeZone(), os::SystemFiles()),
+      environment_(*system_),
+      settings_(PathsOf(applicationFolder)) {
+  ReadDisplaySettings(ini_, settings_);
+}
+
+Installation::~Installation() = default;
+
+}  // namespace ovs

@@ -1,0 +1,139 @@
+#include "ovsctl/explain/Explanation.h"
+
+#include <iterator>
+#include <span>
+#include <utility>
+
+#include "base/App_Strings.h"
+#include "base/Numbers.h"
+#include "monitor/Phrases.h"
+#include "monitor/RuleFile.h"
+#include "os/Clock.h"
+#include "os/FolderWatch.h"
+
+namespace ovs {
+
+namespace {
+
+Text KeysThatAreOn(RuleReader& rule, TextView section, std::span<const TextView> keys) {
+  Text on;
+  for (const TextView key : keys) {
+    if (rule.Read(section, key) == u"1") on += (on.empty() ? u"" : u", ") + Text(key);
+  }
+  return on;
+}
+
+Text FromUtf8Name(std::string_view name) { return Text(name.begin(), name.end()); }
+
+void DescribeFailure(RuleReader& rule, RuleCondition failed, const EventRecord& record, RuleOutcome& out) {
+  switch (failed) {
+    case RuleCondition::Log:
+      out.ruleSays = KeysThatAreOn(rule, u"LogFile", kRuleLogNames);
+      out.recordHas = record.logfile;
+      return;
+    case RuleCondition::Type:
+      out.ruleSays = KeysThatAreOn(rule, u"EventType", kRuleTypeNames);
+      out.recordHas = record.type + u" (" + NumberText(record.eventType) + u")";
+      return;
+    case RuleCondition::EventID:
+      out.recordHas = record.eventCode;
+      break;
+    case RuleCondition::EventSource:
+      out.recordHas = record.sourceName;
+      break;
+    case RuleCondition::EventDesc:
+    case RuleCondition::EventDescEx:
+      break;  // the message is long, and at hand
+  }
+  out.ruleSays = rule.Read(u"EventDetail", FromUtf8Name(NameOf(failed)));
+}
+
+}  // namespace
+
+std::string_view NameOf(RuleCondition condition) {
+  switch (condition) {
+    case RuleCondition::Log:
+      return "Log";
+    case RuleCondition::Type:
+      return "Type";
+    case RuleCondition::EventID:
+      return "EventID";
+    case RuleCondition::EventSource:
+      return "EventSource";
+    case RuleCondition::EventDesc:
+      return "EventDesc";
+    case RuleCondition::EventDescEx:
+      return "EventDescEx";
+  }
+  return {};
+}
+
+Explainer::Explainer(Installation& installation, TextView onlyRule)
+    : installation_(installation),
+      onlyRule_(onlyRule),
+      exclusions_(installation.FileSystem(), problems_, installation.Settings().rulesFolder),
+      book_({installation.FileSystem().Files(), os::SystemFolderWatcher(), os::SystemClock(), installation.Ini(), problems_,
+             exclusions_},
+            installation.Settings()) {}
+
+std::size_t Explainer::RuleCount() {
+  book_.Refresh();
+  std::size_t count = 0;
+  for (std::uint32_t i = 0; i < book_.RuleCount(); ++i) count += IsAsked(book_.RuleAt(i)) ? 1U : 0U;
+  return count;
+}
+
+bool Explainer::IsAsked(const RuleBook::Rule& rule) const {
+  return onlyRule_.empty() || App_Strings::StringsMatch(RuleName(rule.path), onlyRule_);
+}
+
+RuleOutcome Explainer::Ask(const RuleBook::Rule& rule, const EventRecord& record) {
+  RuleOutcome out{.name = RuleName(rule.path), .usable = rule.usable, .failed = {}, .ruleSays = {}, .recordHas = {}};
+  if (!rule.usable) return out;
+  RuleFileReader reader(installation_.Ini(), rule.path, rule.content);
+  out.failed = FirstFailedCondition(reader, record);
+  if (out.failed) DescribeFailure(reader, *out.failed, record, out);
+  return out;
+}
+
+std::optional<HidingLine> Explainer::FindHidingLine(const EventRecord& record) {
+  const auto list = exclusions_.ExcludedBy(record.eventCode, record.sourceName, record.message);
+  if (!list) return std::nullopt;
+  const TextView values[] = {record.eventCode, record.sourceName, record.message};
+  auto line = exclusions_.LineThatExcludes(*list, values[*list]).value_or(GlobalExclusions::Line());
+  return HidingLine{Text(GlobalExclusions::FileName(*list)), line.number, std::move(line.text)};
+}
+
+Explanation Explainer::Explain(const EventRecord& record) {
+  Explanation out;
+  book_.Refresh();
+  out.diskCheckIsOn = book_.DiskEventsOn();
+  if (Phrases::HasStopPhrase(record.message)) {
+    out.kind = Explanation::Kind::StopPhrase;
+    return out;
+  }
+  if (Phrases::IsOwnCrash(record)) {
+    out.kind = Explanation::Kind::OwnCrash;
+    return out;
+  }
+  out.disk = CheckForDiskEvent(record.sourceName, record.message);
+  out.hiddenBy = FindHidingLine(record);
+  if (out.diskCheckIsOn && IsDiskEvent(out.disk)) {
+    out.kind = Explanation::Kind::DiskEvent;
+    if (!out.hiddenBy) out.alerts.push_back(installation_.Settings().diskEventsRuleName);
+    return out;
+  }
+  std::vector<RuleOutcome> others;
+  for (std::uint32_t i = 0; i < book_.RuleCount(); ++i) {
+    if (!IsAsked(book_.RuleAt(i))) continue;
+    RuleOutcome outcome = Ask(book_.RuleAt(i), record);
+    (outcome.Matches() ? out.rules : others).push_back(std::move(outcome));
+  }
+  out.rules.insert(out.rules.end(), std::make_move_iterator(others.begin()), std::make_move_iterator(others.end()));
+  for (const RuleOutcome& rule : out.rules) {
+    if (rule.Matches() && !out.hiddenBy) out.alerts.push_back(rule.name);
+  }
+  return out;
+}
+
+}  // namespace ovs

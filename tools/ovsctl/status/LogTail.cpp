@@ -1,0 +1,58 @@
+#include "ovsctl/status/LogTail.h"
+
+#include <algorithm>
+#include <memory>
+#include <string>
+
+#include "base/App_Strings.h"
+#include "base/Encoding.h"
+
+namespace ovs {
+
+namespace {
+
+constexpr std::uint64_t kEnd = std::uint64_t{64} * 1024;  // even, so that UTF-16 is not cut within a unit
+
+bool ReadAll(os::ReadFile& file, std::uint64_t offset, std::string& bytes) {
+  std::size_t done = 0;
+  std::size_t got = 1;
+  while (done < bytes.size() && got != 0) {
+    if (!file.ReadAt(offset + done, std::span(bytes).subspan(done), got)) return false;
+    done += got;
+  }
+  bytes.resize(done);
+  return true;
+}
+
+// Where a UTF-8 character begins: what the cut left of one would make the rest look like another encoding.
+std::size_t FirstCharacter(std::string_view bytes) {
+  constexpr std::size_t kLongestRest = 3;
+  std::size_t i = 0;
+  while (i < std::min(kLongestRest, bytes.size()) && (static_cast<unsigned char>(bytes[i]) & 0xC0) == 0x80) ++i;
+  return i;
+}
+
+FileEncoding EncodingOf(std::string_view head, std::string_view end) {
+  if (head.starts_with(MarkOf(FileEncoding::Utf16Le))) return FileEncoding::Utf16Le;
+  return IsValidUtf8(end.substr(FirstCharacter(end))) ? FileEncoding::Utf8 : FileEncoding::Windows1252;
+}
+
+}  // namespace
+
+std::vector<Text> LastLines(os::Files& files, TextView path, std::size_t most) {
+  const auto file = files.OpenRead(path);
+  os::FileStamp stamp;
+  if (!file || !file->Stamp(stamp)) return {};
+  const std::uint64_t start = stamp.size > kEnd ? (stamp.size - kEnd) & ~std::uint64_t{1} : 0;
+  std::string head(3, '\0');
+  std::string bytes(static_cast<std::size_t>(stamp.size - start), '\0');
+  if (!ReadAll(*file, 0, head) || !ReadAll(*file, start, bytes)) return {};
+  const FileEncoding encoding = EncodingOf(head, bytes);
+  std::vector<Text> lines = App_Strings::Split(start == 0 ? DecodeFile(bytes) : DecodeBytes(bytes, encoding), kCrLf);
+  if (start != 0 && !lines.empty()) lines.erase(lines.begin());
+  std::erase(lines, Text());
+  if (lines.size() > most) lines.erase(lines.begin(), lines.end() - static_cast<std::ptrdiff_t>(most));
+  return lines;
+}
+
+}  // namespace ovs
