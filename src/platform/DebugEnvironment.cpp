@@ -17,12 +17,12 @@ DebugEnvironment DebugEnvironmentOf(const App_Env& environment, App_FileSystem& 
   return out;
 }
 
-DebugPorts SystemDebugPorts() {
-  return {.files = &os::SystemFiles(),
-          .clock = &os::SystemClock(),
-          .timeZone = &os::SystemTimeZone(),
-          .system = &os::ThisSystem(),
-          .periodTimer = &os::SystemPeriodTimer()};
+DebugPorts DebugPortsOf(const os::Machine& machine) {
+  return {.files = &machine.files,
+          .clock = &machine.clock,
+          .timeZone = &machine.timeZone,
+          .system = &machine.system,
+          .periodTimer = &machine.periodTimer};
 }
 
 }  // namespace ovs

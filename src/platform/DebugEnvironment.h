@@ -2,6 +2,7 @@
 #pragma once
 
 #include "diag/App_Debug.h"
+#include "os/Machine.h"
 #include "platform/App_Env.h"
 #include "platform/App_FileSystem.h"
 
@@ -10,7 +11,7 @@ namespace ovs {
 // `fileSystem` must outlive the diagnostics' use of the result. The environment report is left to the composer.
 [[nodiscard]] DebugEnvironment DebugEnvironmentOf(const App_Env& environment, App_FileSystem& fileSystem);
 
-// The machine's own ports.
-[[nodiscard]] DebugPorts SystemDebugPorts();
+// The ports that the diagnostics use.
+[[nodiscard]] DebugPorts DebugPortsOf(const os::Machine& machine);
 
 }  // namespace ovs

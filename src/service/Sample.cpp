@@ -4,6 +4,8 @@
 #include "diag/App_Debug.h"
 #include "diag/MExceptionHandler.h"
 #include "diag/Proc.h"
+#include "mail/message/MailUser.h"
+#include "mail/message/modEmailSvc.h"
 
 namespace ovs {
 
@@ -43,14 +45,15 @@ void Sample::Main() {
 
 void Sample::RunMain(Proc& proc) {
   proc.Run([&] {
-    ServiceHost& host = parts_.host;
+    ServiceHost& host = peers_.host;
     if (host.AnotherInstanceRuns()) return;
     const bool isWindowsNT = host.IsWindowsNT();
     host.CreateEvents();
     if (!isWindowsNT) {
-      parts_.prompt.Show(u"This program is only for Windows NT/2000/XP/2003.", parts_.environment.Title(), kBoxFlags);
+      modules_.machine.prompt.Show(u"This program is only for Windows NT/2000/XP/2003.", modules_.environment.Title(),
+                                   kBoxFlags);
     } else if (!host.StartAsService()) {
-      parts_.prompt.Show(u"This program must be started as a service.", parts_.environment.Title(), kBoxFlags);
+      modules_.machine.prompt.Show(u"This program must be started as a service.", modules_.environment.Title(), kBoxFlags);
     } else {
       RunService();
       host.ReportServiceState(ServiceState::Stopped);
@@ -61,21 +64,39 @@ void Sample::RunMain(Proc& proc) {
 }
 
 void Sample::RunService() {
-  parts_.environment.SetAutomaticMode(true);
-  parts_.host.ReportServiceState(ServiceState::Running);
-  RegisterLogChannels(parts_.registry);
+  modules_.environment.SetAutomaticMode(true);
+  peers_.host.ReportServiceState(ServiceState::Running);
+  RegisterLogChannels(modules_.registry);
   // Subscribed before the rest of the start-up: records that arrive meanwhile wait in the source.
-  parts_.source.Connect();
+  peers_.source.Connect();
   InitApp();
   Diagnostics().InitDebug(Diagnostics().Switches(), false, {});
   StartMailEngines();
   InitConfig();
-  MonitorSettings settings = PathsOf(parts_.environment.ApplicationFolder());
-  ReadDisplaySettings(parts_.ini, settings);
+  RunMonitor();
+}
+
+void Sample::RunMonitor() {
+  MonitorSettings settings = PathsOf(modules_.environment.ApplicationFolder());
+  ReadDisplaySettings(modules_.ini, settings);
   std::uint32_t failReason = 0;
-  parts_.fileSystem.EnsureDirExists(settings.rulesFolder, failReason);
-  EventLogFiles log(parts_.fileSystem, settings);
-  modFilterEvents filter({parts_.fileSystem, parts_.ini, parts_.time, parts_.mailer, log, parts_.clock, parts_.watcher},
+  modules_.fileSystem.EnsureDirExists(settings.rulesFolder, failReason);
+  PlainMailUser user(modules_.machine.prompt);
+  modEmailSvc mailer({.ini = modules_.ini,
+                      .registry = modules_.registry,
+                      .fileSystem = modules_.fileSystem,
+                      .environment = modules_.environment,
+                      .engines = peers_.mailEngines,
+                      .user = user,
+                      .store = [this] { return store_.get(); }});
+  EventLogFiles log(modules_.fileSystem, settings);
+  modFilterEvents filter({.fileSystem = modules_.fileSystem,
+                          .ini = modules_.ini,
+                          .time = modules_.time,
+                          .mailer = mailer,
+                          .log = log,
+                          .clock = modules_.machine.clock,
+                          .watcher = modules_.machine.folderWatcher},
                          settings);
   Debug::dLog(kNoProc, u"Entering Main Service Loop");
   MainLoop(filter);
@@ -84,7 +105,7 @@ void Sample::RunService() {
 void Sample::InitApp() {
   Proc proc(u"Sample", u"InitApp", ProcKind::Sub);
   proc.Run([&] {
-    const App_Env& environment = parts_.environment;
+    const App_Env& environment = modules_.environment;
     proc.Log(environment.AppTitle_VersionForced() + u" started from " + environment.ApplicationFolder() + u" as " +
              environment.ProgramName() + u", process " + environment.ProcessIdText());
   });
@@ -93,11 +114,11 @@ void Sample::InitApp() {
 // A machine that cannot mail still writes its logs.
 void Sample::StartMailEngines() {
   Proc proc(u"Sample", u"StartMailEngines", ProcKind::Sub);
-  proc.Run([&] { parts_.mailEngines.Start(); });
+  proc.Run([&] { peers_.mailEngines.Start(); });
 }
 
 void Sample::InitConfig() {
-  store_ = Config_Init(parts_.fileSystem, parts_.environment, parts_.crypt, {.bStartedAsService = true});
+  store_ = Config_Init(modules_.fileSystem, modules_.environment, modules_.crypt, {.bStartedAsService = true});
   LoadDebugSettings(store_.get(), true);
   MExceptionHandler::InstallExceptionHandler(0);
 }
@@ -105,10 +126,10 @@ void Sample::InitConfig() {
 void Sample::MainLoop(modFilterEvents& filter) {
   for (;;) {
     if (filter.StopPhraseSeen()) {
-      if (parts_.host.WaitForStopControl(kStopSliceMilliseconds)) return;
+      if (peers_.host.WaitForStopControl(kStopSliceMilliseconds)) return;
       continue;
     }
-    filter.FindEvents(ToEventRecord(parts_.source.NextEvent()));
+    filter.FindEvents(ToEventRecord(peers_.source.NextEvent()));
   }
 }
 

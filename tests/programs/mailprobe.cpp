@@ -150,7 +150,7 @@ json Send(MailEngines& engines, const json& request) {
 }
 
 void Serve() {
-  Diagnostics().Attach(SystemDebugPorts(), {});
+  Diagnostics().Attach(DebugPortsOf(os::ThisMachine()), {});
   Diagnostics().SetSwitches({.verbose = true});
   const std::unique_ptr<MailEngines> engines =
       SystemMailEngines({os::SystemFiles(), os::SystemClock(), os::ThisSystem(), os::SystemCrypto()});

@@ -8,22 +8,10 @@
 #include <string>
 
 #include "diag/App_Debug.h"
-#include "mail/message/MailUser.h"
-#include "mail/message/modEmailSvc.h"
-#include "os/Crypto.h"
-#include "os/MemoryRegistry.h"
-#include "platform/DebugEnvironment.h"
-#include "platform/FileContent.h"
-#include "service/EnvironmentReport.h"
-#include "service/Sample.h"
-#include "support/FakeClock.h"
+#include "service/EventService.h"
 #include "support/FakeMailEngines.h"
-#include "support/FakePrompt.h"
-#include "support/FakeSystem.h"
-#include "support/FakeWatcher.h"
-#include "support/FaultyPorts.h"
-#include "support/MemoryFiles.h"
 #include "support/ServiceDoubles.h"
+#include "support/TestMachine.h"
 
 namespace ovs {
 namespace {
@@ -51,49 +39,23 @@ constexpr std::string_view kStoreAfter[] = {"Email.SMTP.Password=<ev~>883E9B7D24
 class ServiceRun {
  public:
   explicit ServiceRun(bool dump) {
-    system.programPath = u"C:\\Orvanta\\OrvantaEventService.exe";
-    for (const TextView folder : {u"C:\\Orvanta", u"C:\\Orvanta\\Config", u"C:\\Orvanta\\Config\\Rules"})
-      files.CreateDir(folder);
-    for (const auto& [name, bytes] : kFiles) files.Write(u"C:\\Orvanta\\" + Text(name), bytes);
-    files.Write(u"C:\\Orvanta\\" + Text(kStore), kStoreBefore);
-    if (dump) files.Write(u"C:\\Orvanta\\Dump_Debug.cfg", "Debug.ProcDump=1\r\n");
-    TakePendingSystemError();
+    machine.system.programPath = u"C:\\Orvanta\\OrvantaEventService.exe";
+    for (const auto& [name, bytes] : kFiles) machine.Put(u"C:\\Orvanta\\" + Text(name), bytes);
+    machine.Put(u"C:\\Orvanta\\" + Text(kStore), kStoreBefore);
+    if (dump) machine.Put(u"C:\\Orvanta\\Dump_Debug.cfg", "Debug.ProcDump=1\r\n");
     for (const char* message : kMessages) source.records.push_back(Raw(FromUtf8(message)));
     source.records.push_back(Raw(u"orvanta - stopping event service..."));
   }
 
-  void Fail(std::uint64_t call, std::uint32_t number) { order.FailCall(call, number); }
+  void Fail(std::uint64_t call, std::uint32_t number) { machine.files.FailCall(call, number); }
 
   void Go() {
     debug.SetEntryListener([this](TextView entry) { entries.emplace_back(entry); });
-    App_Env environment(system);
-    App_FileSystem fileSystem(order, system);
-    App_Registry registry(faultyRegistry);
-    App_Common ini(order);
-    App_Time time(clock, faultyZone, order);
-    const ckCrypt_Config crypt(os::SystemCrypto());
-    PlainMailUser user(prompt);
-    const Sample* running = nullptr;
-    modEmailSvc mailer(
-        {ini, registry, fileSystem, environment, faultyEngines, user, [&] { return running ? running->Store() : nullptr; }});
-    Sample service(
-        {host, source, prompt, environment, registry, fileSystem, ini, crypt, time, clock, watcher, faultyEngines, mailer});
-    running = &service;
-    DebugEnvironment debugEnvironment = DebugEnvironmentOf(environment, fileSystem);
-    debugEnvironment.environmentReport = [&] {
-      return EnvironmentReport({environment, fileSystem, [&] { return service.ProgramSettings(); }});
-    };
-    debug.Attach({.files = &order, .clock = &clock, .timeZone = &faultyZone, .system = &system}, debugEnvironment);
-    service.Main();
-    debug.CleanupDebug();
+    EventService(machine.Ports(), {.host = host, .source = source, .mailEngines = faultyEngines}).Run();
     debug.SetEntryListener({});
   }
 
-  std::string Content(TextView name) {
-    std::string bytes;
-    ReadFileBytes(files, u"C:\\Orvanta\\" + Text(name), bytes);
-    return bytes;
-  }
+  std::string Content(TextView name) { return machine.Content(u"C:\\Orvanta\\" + Text(name)); }
 
   // What must hold whatever failed; `faults` calls were told to.
   void Check(std::size_t faults) {
@@ -126,25 +88,16 @@ class ServiceRun {
   App_Debug debug;
   ScopedDiagnostics scoped{debug};
   std::vector<Text> entries;
-  fakes::MemoryFiles files;
-  fakes::FaultyFiles order{files};
-  fakes::FakeSystem system;
-  fakes::FakeClock clock;
-  fakes::FakeTimeZone zone;
-  fakes::FaultyTimeZone faultyZone{order, zone};
-  fakes::FakePrompt prompt;
+  fakes::TestMachine machine;
   fakes::FakeMailEngines engines;
-  fakes::FaultyEngines faultyEngines{order, engines};
-  fakes::FakeWatcher watcher;
-  MemoryRegistry registry_;
-  fakes::FaultyRegistry faultyRegistry{order, registry_};
+  fakes::FaultyEngines faultyEngines{machine.files, engines};
 };
 
 std::uint64_t CallsOfARun(bool dump) {
   ServiceRun run(dump);
   run.Go();
   run.Check(0);
-  return run.order.Calls();
+  return run.machine.files.Calls();
 }
 
 constexpr std::uint32_t kNumbers[] = {SystemErrorNumber::kDiskFull, SystemErrorNumber::kSharingViolation,

@@ -5,76 +5,28 @@
 #include <string>
 
 #include "diag/App_Debug.h"
-#include "os/Crypto.h"
-#include "os/MemoryRegistry.h"
-#include "os/PendingError.h"
-#include "platform/DebugEnvironment.h"
-#include "platform/FileContent.h"
-#include "service/EnvironmentReport.h"
-#include "support/FakeClock.h"
+#include "service/EventService.h"
 #include "support/FakeMailEngines.h"
-#include "support/FakeMailer.h"
-#include "support/FakePrompt.h"
-#include "support/FakeSystem.h"
-#include "support/FakeWatcher.h"
-#include "support/FaultyFiles.h"
-#include "support/MemoryFiles.h"
 #include "support/ServiceDoubles.h"
+#include "support/TestMachine.h"
 
 namespace ovs {
 namespace {
 
 class SampleTest : public ::testing::Test {
  protected:
-  SampleTest() { system.programPath = u"C:\\Orvanta\\OrvantaEventService.exe"; }
+  SampleTest() { machine.system.programPath = u"C:\\Orvanta\\OrvantaEventService.exe"; }
 
-  void RunMain() {
-    App_Env environment(system);
-    App_FileSystem fileSystem(faulty, system);
-    App_Registry registryHelper(registry);
-    App_Common ini(faulty);
-    App_Time time(clock, zone, faulty);
-    fakes::FakeMailer mailer;
-    const ckCrypt_Config crypt(os::SystemCrypto());
-    Sample service(
-        {host, source, prompt, environment, registryHelper, fileSystem, ini, crypt, time, clock, watcher, engines, mailer});
-    DebugEnvironment debugEnvironment = DebugEnvironmentOf(environment, fileSystem);
-    debugEnvironment.environmentReport = [&] {
-      return EnvironmentReport({environment, fileSystem, [&] { return service.ProgramSettings(); }});
-    };
-    debug.Attach({.files = &faulty, .clock = &clock, .timeZone = &zone, .system = &system}, debugEnvironment);
-    service.Main();
-    debug.CleanupDebug();
-  }
-
-  void Put(TextView name, const std::string& bytes) {
-    for (const TextView folder : {u"C:\\Orvanta", u"C:\\Orvanta\\Config", u"C:\\Orvanta\\Config\\Rules"})
-      files.CreateDir(folder);
-    ASSERT_TRUE(files.Write(u"C:\\Orvanta\\" + Text(name), bytes)) << PendingSystemError();
-    TakePendingSystemError();
-  }
-
-  std::string Content(TextView path) {
-    std::string bytes;
-    ReadFileBytes(files, path, bytes);
-    TakePendingSystemError();
-    return bytes;
-  }
+  void RunMain() { EventService(machine.Ports(), {.host = host, .source = source, .mailEngines = engines}).Run(); }
+  void Put(TextView name, const std::string& bytes) { machine.Put(u"C:\\Orvanta\\" + Text(name), bytes); }
 
   Journal journal;
   JournalHost host{journal};
   JournalSource source{journal};
   App_Debug debug;
   ScopedDiagnostics scoped{debug};
-  fakes::MemoryFiles files;
-  fakes::FaultyFiles faulty{files};
-  fakes::FakeSystem system;
-  fakes::FakeClock clock;
-  fakes::FakeTimeZone zone;
-  fakes::FakePrompt prompt;
+  fakes::TestMachine machine;
   fakes::FakeMailEngines engines;
-  fakes::FakeWatcher watcher;
-  MemoryRegistry registry;
 };
 
 TEST_F(SampleTest, StartsInOrderAndStopsWithBothKeys) {
@@ -83,10 +35,10 @@ TEST_F(SampleTest, StartsInOrderAndStopsWithBothKeys) {
   RunMain();
   EXPECT_EQ(journal, (Journal{"create events", "dispatcher", "state 4", "connect", "next", "next", "wait 3000", "wait 3000",
                               "wait 3000", "state 1", "finish dispatcher", "close events"}));
-  EXPECT_TRUE(prompt.shown.empty());
+  EXPECT_TRUE(machine.prompt.shown.empty());
   EXPECT_EQ(engines.started, 1);
   os::FileInfo info;
-  EXPECT_TRUE(files.Info(u"C:\\Orvanta\\Config\\Rules", info));
+  EXPECT_TRUE(machine.disk.Info(u"C:\\Orvanta\\Config\\Rules", info));
 }
 
 constexpr TextView kLog = u"C:\\Orvanta\\Data\\Debug Logs\\OrvantaEventService\\OrvantaEventService (4711)";
@@ -101,9 +53,9 @@ TEST_F(SampleTest, DebugSettingsFromAFileGiveLogAndDumpsWithoutSecrets) {
   Put(u"Config\\Rules\\A.DAT", "[LogFile]\r\nSystem=1\r\n[EventType]\r\nInfo=1\r\n");
   source.records = {Raw(u"something"), Raw(u"orvanta - stopping event service...")};
   RunMain();
-  const std::string log = Content(Text(kLog) + u".log");
-  const std::string environment = Content(Text(kLog) + u" Dump_Env.log");
-  const std::string dump = Content(Text(kLog) + u" Dump_Proc.log");
+  const std::string log = machine.Content(Text(kLog) + u".log");
+  const std::string environment = machine.Content(Text(kLog) + u" Dump_Env.log");
+  const std::string dump = machine.Content(Text(kLog) + u" Dump_Proc.log");
   EXPECT_NE(log.find("Entering Main Service Loop"), std::string::npos);
   EXPECT_NE(environment.find("SMTPPassword=***"), std::string::npos) << environment;
   EXPECT_NE(environment.find("SMTPServer=mail"), std::string::npos);
@@ -118,17 +70,17 @@ TEST_F(SampleTest, SecondInstanceDoesNothing) {
   host.anotherInstance = true;
   RunMain();
   EXPECT_TRUE(journal.empty());
-  EXPECT_TRUE(prompt.shown.empty());
+  EXPECT_TRUE(machine.prompt.shown.empty());
 }
 
 TEST_F(SampleTest, StartedByHandItSaysSoAndConnectsToNothing) {
   host.underControlManager = false;
   RunMain();
   EXPECT_EQ(journal, (Journal{"create events", "dispatcher", "close events"}));
-  ASSERT_EQ(prompt.shown.size(), 1u);
-  EXPECT_EQ(prompt.shown[0].text, u"This program must be started as a service.");
-  EXPECT_EQ(prompt.shown[0].caption, u"Orvanta Event Service");
-  EXPECT_EQ(prompt.shown[0].flags, 65600u);
+  ASSERT_EQ(machine.prompt.shown.size(), 1u);
+  EXPECT_EQ(machine.prompt.shown[0].text, u"This program must be started as a service.");
+  EXPECT_EQ(machine.prompt.shown[0].caption, u"Orvanta Event Service");
+  EXPECT_EQ(machine.prompt.shown[0].flags, 65600u);
 }
 
 TEST_F(SampleTest, AnErrorOfTheSourceEndsMainWithoutAStoppedReport) {
@@ -145,7 +97,7 @@ TEST_F(SampleTest, AnErrorOfTheSourceEndsMainWithoutAStoppedReport) {
 TEST_F(SampleTest, ChannelKeysAreMadeOnceAndExistingOnesLeftAlone) {
   constexpr TextView kDefender =
       u"SYSTEM\\CurrentControlSet\\services\\eventlog\\Microsoft-Windows-Windows Defender/Operational";
-  App_Registry helper(registry);
+  App_Registry helper(machine.keys);
   RegisterLogChannels(helper);
   EXPECT_TRUE(helper.RegKeyExist(os::RootKey::LocalMachine, kDefender));
   EXPECT_TRUE(helper.RegKeyExist(

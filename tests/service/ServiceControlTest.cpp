@@ -10,17 +10,10 @@
 #include <thread>
 
 #include "diag/App_Debug.h"
-#include "os/Crypto.h"
-#include "os/MemoryRegistry.h"
-#include "service/Sample.h"
-#include "support/FakeClock.h"
+#include "service/EventService.h"
 #include "support/FakeMailEngines.h"
-#include "support/FakeMailer.h"
-#include "support/FakePrompt.h"
-#include "support/FakeSystem.h"
-#include "support/FakeWatcher.h"
-#include "support/MemoryFiles.h"
 #include "support/ServiceDoubles.h"
+#include "support/TestMachine.h"
 
 namespace ovs {
 namespace {
@@ -95,24 +88,9 @@ TEST(ServiceControl, ControlsComeWhileRecordsAreHandled) {
   ThreadedHost host;
   App_Debug debug;
   const ScopedDiagnostics scoped(debug);
-  fakes::MemoryFiles files;
-  fakes::FakeSystem system;
-  fakes::FakeClock clock;
-  fakes::FakeTimeZone zone;
-  fakes::FakePrompt prompt;
+  fakes::TestMachine machine;
   fakes::FakeMailEngines engines;
-  fakes::FakeMailer mailer;
-  fakes::FakeWatcher watcher;
-  MemoryRegistry registry;
-  App_Env environment(system);
-  App_FileSystem fileSystem(files, system);
-  App_Registry registryHelper(registry);
-  App_Common ini(files);
-  App_Time time(clock, zone, files);
-  const ckCrypt_Config crypt(os::SystemCrypto());
-  Sample service(
-      {host, source, prompt, environment, registryHelper, fileSystem, ini, crypt, time, clock, watcher, engines, mailer});
-  service.Main();
+  EventService(machine.Ports(), {.host = host, .source = source, .mailEngines = engines}).Run();
   EXPECT_TRUE(source.records.empty());
   const auto count = [&](ServiceState state) { return std::ranges::count(host.sent, state); };
   EXPECT_EQ(host.sent.size(), 1004u);

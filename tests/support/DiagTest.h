@@ -13,35 +13,12 @@
 #include "os/PendingError.h"
 #include "platform/FileContent.h"
 #include "support/FakeClock.h"
+#include "support/FakePeriodTimer.h"
 #include "support/FakeSystem.h"
 #include "support/FaultyFiles.h"
 #include "support/MemoryFiles.h"
 
 namespace ovs {
-
-// A multimedia timer that goes on by one at each reading.
-class Ticker final : public os::PeriodTimer {
- public:
-  bool Periods(std::uint32_t& minimum, std::uint32_t& maximum) override {
-    minimum = period;
-    maximum = 1000;
-    return known;
-  }
-  bool Begin(std::uint32_t asked) override {
-    open += asked == period ? 1 : 100;
-    return true;
-  }
-  bool End(std::uint32_t asked) override {
-    open -= asked == period ? 1 : 100;
-    return true;
-  }
-  std::uint32_t Now() override { return ++now; }
-
-  bool known = true;
-  std::uint32_t period = 1;
-  std::uint32_t now = 0;
-  int open = 0;  // periods begun and not ended
-};
 
 class DiagTest : public ::testing::Test {
  protected:
@@ -71,7 +48,7 @@ class DiagTest : public ::testing::Test {
   fakes::FakeClock clock;
   fakes::FakeTimeZone zone;
   fakes::FakeSystem system;
-  Ticker ticker;
+  fakes::FakePeriodTimer ticker;
   std::vector<Text> entries;
   App_Debug debug;
   ScopedDiagnostics scoped{debug};

@@ -33,6 +33,23 @@ class Installation::ServiceSystem final : public os::System {
   Text programPath_;
 };
 
+namespace {
+
+os::Machine MachineWith(os::System& system) {
+  const os::Machine real = os::ThisMachine();
+  return {.files = real.files,
+          .folderWatcher = real.folderWatcher,
+          .registry = real.registry,
+          .clock = real.clock,
+          .timeZone = real.timeZone,
+          .system = system,
+          .periodTimer = real.periodTimer,
+          .prompt = real.prompt,
+          .crypto = real.crypto};
+}
+
+}  // namespace
+
 std::optional<Text> TypedPath(const std::string& path) {
   std::optional<Text> full = os::FullPathOfArgument(path);
   if (!full) static_cast<void>(Console::Fail("cannot use the path \"" + path + "\""));
@@ -40,7 +57,7 @@ std::optional<Text> TypedPath(const std::string& path) {
 }
 
 std::unique_ptr<Installation> Installation::Open(const std::string& folder) {
-  Diagnostics().Attach(SystemDebugPorts(), {});
+  Diagnostics().Attach(DebugPortsOf(os::ThisMachine()), {});
   Text path = App_FilePath::FolderOf(os::ThisSystem().ProgramPath());
   if (!folder.empty()) {
     std::optional<Text> typed = TypedPath(folder);
@@ -57,13 +74,8 @@ std::unique_ptr<Installation> Installation::Open(const std::string& folder) {
 }
 
 Installation::Installation(std::unique_ptr<ServiceSystem> system, TextView applicationFolder)
-    : system_(std::move(system)),
-      fileSystem_(os::SystemFiles(), *system_),
-      ini_(os::SystemFiles()),
-      time_(os::SystemClock(), os::SystemTimeZone(), os::SystemFiles()),
-      environment_(*system_),
-      settings_(PathsOf(applicationFolder)) {
-  ReadDisplaySettings(ini_, settings_);
+    : system_(std::move(system)), modules_(MachineWith(*system_)), settings_(PathsOf(applicationFolder)) {
+  ReadDisplaySettings(modules_.ini, settings_);
 }
 
 Installation::~Installation() = default;

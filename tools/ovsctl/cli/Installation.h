@@ -5,11 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "config/App_Common.h"
 #include "monitor/MonitorSettings.h"
-#include "platform/App_Env.h"
-#include "platform/App_FileSystem.h"
-#include "platform/App_Time.h"
+#include "service/Modules.h"
 
 namespace ovs {
 
@@ -26,11 +23,12 @@ class Installation {
 
   // Paths, and the display settings as they are in the main settings file at this moment.
   [[nodiscard]] const MonitorSettings& Settings() const { return settings_; }
-  [[nodiscard]] App_FileSystem& FileSystem() { return fileSystem_; }
-  [[nodiscard]] App_Common& Ini() { return ini_; }
-  [[nodiscard]] App_Time& Time() { return time_; }
   // What the service itself would see: its application folder and its program's name.
-  [[nodiscard]] App_Env& Environment() { return environment_; }
+  [[nodiscard]] Modules& Parts() { return modules_; }
+  [[nodiscard]] App_FileSystem& FileSystem() { return modules_.fileSystem; }
+  [[nodiscard]] App_Common& Ini() { return modules_.ini; }
+  [[nodiscard]] App_Time& Time() { return modules_.time; }
+  [[nodiscard]] App_Env& Environment() { return modules_.environment; }
 
  private:
   class ServiceSystem;
@@ -38,10 +36,7 @@ class Installation {
   Installation(std::unique_ptr<ServiceSystem> system, TextView applicationFolder);
 
   std::unique_ptr<ServiceSystem> system_;
-  App_FileSystem fileSystem_;
-  App_Common ini_;
-  App_Time time_;
-  App_Env environment_;
+  Modules modules_;
   MonitorSettings settings_;
 };
 

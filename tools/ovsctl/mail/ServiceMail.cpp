@@ -16,14 +16,13 @@ int MessagePrompt::Show(TextView text, TextView /*caption*/, std::uint32_t /*fla
 }
 
 ServiceMail::ServiceMail(Installation& installation)
-    : crypt_(os::SystemCrypto()),
-      store_(Config_Init(installation.FileSystem(), installation.Environment(), crypt_, {.bNoReleaseSave = true})),
-      registry_(os::SystemRegistry()),
+    : store_(Config_Init(installation.FileSystem(), installation.Environment(), installation.Parts().crypt,
+                         {.bNoReleaseSave = true})),
       real_(SystemMailEngines({os::SystemFiles(), os::SystemClock(), os::ThisSystem(), os::SystemCrypto()})),
       engines_(*real_),
       user_(prompt_),
-      module_({installation.Ini(), registry_, installation.FileSystem(), installation.Environment(), engines_, user_,
-               [this] { return store_.get(); }}) {
+      module_({installation.Ini(), installation.Parts().registry, installation.FileSystem(), installation.Environment(),
+               engines_, user_, [this] { return store_.get(); }}) {
   installation.Environment().SetAutomaticMode(true);
   engines_.Start();
 }

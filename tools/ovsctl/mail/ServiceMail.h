@@ -32,9 +32,7 @@ class ServiceMail {
   [[nodiscard]] std::vector<ObservedMail> TakeMails() { return engines_.TakeMails(); }
 
  private:
-  ckCrypt_Config crypt_;
   std::unique_ptr<Config_Class> store_;
-  App_Registry registry_;
   std::unique_ptr<MailEngines> real_;
   ObservedEngines engines_;
   MessagePrompt prompt_;

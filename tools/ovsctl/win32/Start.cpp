@@ -32,7 +32,7 @@ int FailToStay(SC_HANDLE service) {
 }  // namespace
 
 int RunStart(unsigned waitSeconds) {
-  Diagnostics().Attach(SystemDebugPorts(), {});
+  Diagnostics().Attach(DebugPortsOf(os::ThisMachine()), {});
   const ServiceHandle service = OpenEventService(SERVICE_QUERY_STATUS | SERVICE_QUERY_CONFIG | SERVICE_START);
   if (!service) return FailAt("the service cannot be started");
   if (StateOf(service.get()) == SERVICE_STOP_PENDING) {

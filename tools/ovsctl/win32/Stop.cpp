@@ -82,7 +82,7 @@ int AwaitStop(SC_HANDLE service, const StopOptions& options) {
 }  // namespace
 
 int RunStop(const StopOptions& options) {
-  Diagnostics().Attach(SystemDebugPorts(), {});
+  Diagnostics().Attach(DebugPortsOf(os::ThisMachine()), {});
   const DWORD rights = SERVICE_QUERY_STATUS | SERVICE_QUERY_CONFIG | (options.control ? SERVICE_STOP : 0);
   const ServiceHandle service = OpenEventService(rights);
   if (!service) return FailAt("the service cannot be stopped");

@@ -41,7 +41,7 @@ Text DebugLogOf(Installation& installation, std::uint32_t processId) {
   DebugEnvironment environment = DebugEnvironmentOf(installation.Environment(), installation.FileSystem());
   environment.instanceNumber = NumberText(processId);
   App_Debug names;
-  names.Attach(SystemDebugPorts(), std::move(environment));
+  names.Attach(DebugPortsOf(os::ThisMachine()), std::move(environment));
   return names.DebugLogGetLogFileVar({}, {}, {}, false);
 }
 
@@ -170,7 +170,7 @@ int CheckService(const os::ServiceEntry& service) {
 }  // namespace
 
 int RunTestAlert(const TestAlertOptions& options) {
-  Diagnostics().Attach(SystemDebugPorts(), {});
+  Diagnostics().Attach(DebugPortsOf(os::ThisMachine()), {});
   const os::ServiceEntry service = os::LookAtService();
   if (const int result = CheckService(service)) return result;
   const std::string folder =

@@ -1,0 +1,32 @@
+// A multimedia timer that is set.
+#pragma once
+
+#include "os/System.h"
+
+namespace ovs::fakes {
+
+// A multimedia timer that goes on by one at each reading.
+class FakePeriodTimer final : public os::PeriodTimer {
+ public:
+  bool Periods(std::uint32_t& minimum, std::uint32_t& maximum) override {
+    minimum = period;
+    maximum = 1000;
+    return known;
+  }
+  bool Begin(std::uint32_t asked) override {
+    open += asked == period ? 1 : 100;
+    return true;
+  }
+  bool End(std::uint32_t asked) override {
+    open -= asked == period ? 1 : 100;
+    return true;
+  }
+  std::uint32_t Now() override { return ++now; }
+
+  bool known = true;
+  std::uint32_t period = 1;
+  std::uint32_t now = 0;
+  int open = 0;  // periods begun and not ended
+};
+
+}  // namespace ovs::fakes
