@@ -56,7 +56,6 @@ Text App_Common::ReadINI(const PlainIni& content, TextView sFile, TextView sSect
 }
 
 IniLoad App_Common::LoadIni(TextView sFile, PlainIni& out) {
-  constexpr TextView kWhat = u"Cannot use settings file";
   std::string bytes;
   const ReadOutcome outcome = ReadFileBytes(files_, sFile, bytes);
   if (outcome == ReadOutcome::Missing) {
@@ -64,12 +63,12 @@ IniLoad App_Common::LoadIni(TextView sFile, PlainIni& out) {
     return IniLoad::Missing;
   }
   if (outcome != ReadOutcome::Ok) {
-    problems_.Report(kWhat, sFile, DescribeReadOutcome(outcome, TakePendingSystemError()));
+    problems_.Report(FileKind::SettingsFile, sFile, DescribeReadOutcome(outcome, TakePendingSystemError()));
     return outcome == ReadOutcome::Failed ? IniLoad::Refused : IniLoad::Unusable;
   }
   Text text = DecodeFile(bytes);
   if (text.find(u'\0') != Text::npos) {
-    problems_.Report(kWhat, sFile, u"it is not text (it holds NUL characters)");
+    problems_.Report(FileKind::SettingsFile, sFile, u"it is not text (it holds NUL characters)");
     return IniLoad::Unusable;
   }
   problems_.Clear(sFile);

@@ -13,7 +13,7 @@ namespace ovs {
 enum class IniLoad {
   Ok,
   Missing,   // no such file
-  Unusable,  // a folder, too large or not text; the reason is in the debug log, here and in the next case
+  Unusable,  // a folder, too large or not text; Problems() tells why, here and in the next case
   Refused,   // by the system, perhaps for a moment only
 };
 
@@ -31,6 +31,9 @@ class App_Common {
 
   // Reads a file once for many keys. An unusable file is reported once, until it can be used again or its reason changes.
   IniLoad LoadIni(TextView sFile, PlainIni& out);
+
+  // Of the files that were read here.
+  [[nodiscard]] const FileProblems& Problems() const { return problems_; }
 
  private:
   void NoteWideFormat(class Proc& proc, TextView sFile);

@@ -1,24 +1,44 @@
-// Reports a file that cannot be used once, not once per record: again only after it was usable in between, or when the
-// reason changes. Shared by everything that reads files for every record.
+// The files that cannot be used at present, and why. Each is reported once, not once per record: again only after it was
+// usable in between, or when the reason changes. Shared by everything that reads files for every record.
 #pragma once
 
 #include <map>
+#include <vector>
 
 #include "base/Text.h"
 
 namespace ovs {
 
+enum class FileKind { SettingsFile, RuleFile, ExclusionList, RulesFolder };
+
+struct FileProblem {
+  FileKind kind;
+  Text path;
+  Text reason;
+
+  bool operator==(const FileProblem&) const = default;
+  // The words of the debug log, such as "Cannot use rule file [<path>]: <reason>".
+  [[nodiscard]] Text Sentence() const;
+};
+
+// One thread.
 class FileProblems {
  public:
-  // Writes one debug line "<what> [<path>]: <reason>" unless the same reason was the last one reported for this path.
-  void Report(TextView what, TextView path, TextView reason);
-  // The file was usable.
+  // Writes the problem's sentence to the debug log unless the same reason was the last one reported for this path.
+  void Report(FileKind kind, TextView path, TextView reason);
+  // The file was usable, or is gone.
   void Clear(TextView path);
+  // In the order of their paths: those that were reported and not cleared since.
+  [[nodiscard]] std::vector<FileProblem> Current() const;
 
  private:
+  struct Known {
+    FileKind kind;
+    Text reason;
+  };
   // Bounds the memory against a folder whose files come and go under new names for months.
   static constexpr std::size_t kMaxRemembered = 4096;
-  std::map<Text, Text, std::less<>> reasonByPath_;
+  std::map<Text, Known, std::less<>> byPath_;
 };
 
 }  // namespace ovs

@@ -36,18 +36,17 @@ void GlobalExclusions::Forget() {
 }
 
 std::optional<std::vector<Text>> GlobalExclusions::Lines(List list) {
-  constexpr TextView kWhat = u"Cannot use exclusion list";
   const Text& path = paths_[list];
   std::vector<Text> lines;
   std::string bytes;
   const ReadOutcome outcome = ReadFileBytes(files_.Files(), path, bytes);
   if (outcome != ReadOutcome::Ok && outcome != ReadOutcome::Missing) {
-    problems_.Report(kWhat, path, DescribeReadOutcome(outcome, TakePendingSystemError()));
+    problems_.Report(FileKind::ExclusionList, path, DescribeReadOutcome(outcome, TakePendingSystemError()));
     return outcome == ReadOutcome::Failed ? std::nullopt : std::optional(lines);
   }
   const Text text = DecodeFile(bytes);
   if (text.find(u'\0') != Text::npos) {
-    problems_.Report(kWhat, path, u"it is not text (it holds NUL characters)");
+    problems_.Report(FileKind::ExclusionList, path, u"it is not text (it holds NUL characters)");
     return lines;
   }
   problems_.Clear(path);

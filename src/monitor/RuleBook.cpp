@@ -107,7 +107,7 @@ void RuleBook::LookAtRules() {
     case FolderLook::Outcome::Failed:
       // The rules that are known go on serving.
       mustLook_ = true;
-      parts_.problems.Report(u"Cannot list rules folder", settings_.rulesFolder,
+      parts_.problems.Report(FileKind::RulesFolder, settings_.rulesFolder,
                              DescribeReadOutcome(ReadOutcome::Failed, TakePendingSystemError()));
       return;
   }

@@ -75,7 +75,7 @@ void modFilterEvents::CheckRules(const EventRecord& record) {
   search.AddFileMask(u"*.DAT");
   search.StartSearch();
   for (const Text& folder : search.MatchingDirsOnDisk()) {
-    if (App_Strings::StringEndsWith(folder, u".DAT")) problems_.Report(u"Cannot use rule file", folder, u"it is a folder");
+    if (App_Strings::StringEndsWith(folder, u".DAT")) problems_.Report(FileKind::RuleFile, folder, u"it is a folder");
   }
   for (const Text& path : search.MatchingFilesOnDisk()) {
     if (!App_Strings::TrimBlanks(path).empty()) CheckRule(path, record);
