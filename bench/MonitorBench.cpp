@@ -4,6 +4,8 @@
 #include "RealFolder.h"
 #include "Workload.h"
 #include "base/Encoding.h"
+#include "monitor/AlertSink.h"
+#include "monitor/Rule.h"
 #include "monitor/modFilterEvents.h"
 #include "os/FolderWatch.h"
 #include "support/FakeMailer.h"
@@ -20,9 +22,9 @@ class StoppedClock final : public os::Clock {
 };
 
 // Counts alerts in place of writing them.
-class CountingLog final : public AlertLog {
+class CountingSink final : public AlertSink {
  public:
-  void Write(const Alert& /*alert*/) override { ++alerts; }
+  void OnAlert(const Alert& /*alert*/) override { ++alerts; }
   std::uint64_t alerts = 0;
 };
 
@@ -35,10 +37,18 @@ enum class Freshness {
 class Monitor {
  public:
   Monitor(Freshness freshness, RealFolder& folder) : Monitor(freshness, folder, counting) {}
-  Monitor(Freshness freshness, RealFolder& folder, AlertLog& log)
-      : filter({folder.FileSystem(), ini, time, mailer, log, ClockOf(freshness), WatcherOf(freshness)}, folder.Settings()) {}
+  Monitor(Freshness freshness, RealFolder& folder, AlertSink& sink)
+      : action(ini, mailer, folder.Settings()),
+        alerts({action, sink}),
+        filter({.fileSystem = folder.FileSystem(),
+                .ini = ini,
+                .time = time,
+                .clock = ClockOf(freshness),
+                .watcher = WatcherOf(freshness),
+                .alerts = alerts},
+               folder.Settings()) {}
 
-  CountingLog counting;
+  CountingSink counting;
 
  private:
   os::Clock& ClockOf(Freshness freshness) {
@@ -55,6 +65,8 @@ class Monitor {
   App_Common ini{os::SystemFiles()};
   App_Time time{os::SystemClock(), os::SystemTimeZone(), os::SystemFiles()};
   fakes::FakeMailer mailer;
+  AlertAction action;
+  AlertSequence alerts;
 
  public:
   modFilterEvents filter;

@@ -4,7 +4,8 @@
 #include "LongRunning.h"
 #include "RealFolder.h"
 #include "base/Encoding.h"
-#include "events/RecordTime.h"
+#include "events/EventRecord.h"
+#include "monitor/AlertSink.h"
 #include "monitor/modFilterEvents.h"
 #include "os/FolderWatch.h"
 #include "support/FakeMailer.h"
@@ -53,7 +54,14 @@ void YearsOfAlerts(benchmark::State& state) {
   os::SystemFiles().Write(folder.Settings().eventLogRuleNamesPath, OldNameLines(time));
   EventLogFiles log(folder.FileSystem(), folder.Settings());
   fakes::FakeMailer mailer;
-  modFilterEvents filter({folder.FileSystem(), ini, time, mailer, log, os::SystemClock(), os::SystemFolderWatcher()},
+  AlertAction action(ini, mailer, folder.Settings());
+  AlertSequence sinks({action, log});
+  modFilterEvents filter({.fileSystem = folder.FileSystem(),
+                          .ini = ini,
+                          .time = time,
+                          .clock = os::SystemClock(),
+                          .watcher = os::SystemFolderWatcher(),
+                          .alerts = sinks},
                          folder.Settings());
   EventRecord record{1, u"Error", u"7", u"src", u"The device has a bad block.", u"System", {}};
   const auto alerts = [&](int from, int to) {

@@ -3,8 +3,8 @@
 
 #include "BenchDiagnostics.h"
 #include "config/App_Common.h"
+#include "monitor/AlertSink.h"
 #include "monitor/modFilterEvents.h"
-#include "support/FakeMailer.h"
 #include "support/FakeSystem.h"
 #include "support/FakeWatcher.h"
 #include "support/MemoryFiles.h"
@@ -54,11 +54,16 @@ class Engine {
   App_FileSystem fileSystem_{files_, system_};
   App_Common ini_{files_};
   App_Time time_{os::SystemClock(), os::SystemTimeZone(), files_};
-  fakes::FakeMailer mailer_;
   fakes::FakeWatcher watcher_;
   const MonitorSettings settings_ = PathsOf(u"C:\\App\\");
   EventLogFiles log_{fileSystem_, settings_};
-  modFilterEvents filter_{FilterParts{fileSystem_, ini_, time_, mailer_, log_, os::SystemClock(), watcher_}, settings_};
+  modFilterEvents filter_{{.fileSystem = fileSystem_,
+                           .ini = ini_,
+                           .time = time_,
+                           .clock = os::SystemClock(),
+                           .watcher = watcher_,
+                           .alerts = log_},
+                          settings_};
 };
 
 void SoakRecords(benchmark::State& state) {

@@ -1,71 +1,52 @@
-// The rule engine: any rule file, lists, settings and record, by its quick way and by the one that reads everything for
-// every record. Both must decide alike, and what the index is for must never cost an alert.
+// The rule engine: any rule file, lists, settings and record, by its quick way and by the one that tests everything for
+// every record. Both must decide alike: the index must never cost an alert.
 #include <cstdint>
 #include <cstdlib>
 #include <vector>
 
 #include "Pieces.h"
 #include "diag/App_Debug.h"
-#include "monitor/modFilterEvents.h"
-#include "support/FakeClock.h"
 #include "support/FakeMailer.h"
-#include "support/FakeSystem.h"
-#include "support/FakeWatcher.h"
-#include "support/MemoryFiles.h"
+#include "support/MonitorFolder.h"
 
 namespace {
 
 using namespace ovs;
 
-class Counter final : public AlertLog {
- public:
-  void Write(const Alert& alert) override { names.emplace_back(alert.ruleName); }
-  std::vector<Text> names;
-};
-
 struct Outcome {
-  std::vector<Text> names;
+  std::string log;
+  std::string names;
   std::vector<Text> mails;
   bool stopped = false;
   bool operator==(const Outcome&) const = default;
 };
 
-struct Machine {
-  explicit Machine(fuzz::Pieces pieces) {
-    for (const TextView folder : {u"C:\\App", u"C:\\App\\Config", u"C:\\App\\Config\\Rules"}) files.CreateDir(folder);
-    for (const TextView name :
-         {u"Config\\Orvanta.ini", u"Config\\Rules\\A.DAT", u"Config\\Rules\\B.dat",
-          u"Config\\Rules\\GlobalExclusion_EventDesc_List.txt", u"Config\\Rules\\GlobalExclusion_EventID_List.txt",
-          u"Config\\Rules\\GlobalExclusion_EventSource_List.txt"}) {
-      const std::string_view bytes = pieces.Next();
-      if (!bytes.empty()) files.Write(u"C:\\App\\" + Text(name), bytes);
-    }
+void Fill(MonitorFolder& folder, fuzz::Pieces pieces) {
+  for (const TextView name :
+       {u"Config\\Orvanta.ini", u"Config\\Rules\\A.DAT", u"Config\\Rules\\B.dat",
+        u"Config\\Rules\\GlobalExclusion_EventDesc_List.txt", u"Config\\Rules\\GlobalExclusion_EventID_List.txt",
+        u"Config\\Rules\\GlobalExclusion_EventSource_List.txt"}) {
+    const std::string_view bytes = pieces.Next();
+    if (!bytes.empty()) folder.Put(name, bytes);
   }
+}
 
-  Outcome Handle(const EventRecord& record, bool traced) {
-    App_Debug debug;
-    const ScopedDiagnostics scoped(debug);
-    debug.SetSwitches({.verbose = traced});
-    fakes::FakeMailer mailer;
-    Counter log;
-    App_FileSystem fileSystem(files, system);
-    App_Common ini(files);
-    App_Time time(clock, zone, files);
-    fakes::FakeWatcher watcher;
-    MonitorSettings settings = PathsOf(u"C:\\App\\");
-    ReadDisplaySettings(ini, settings);
-    modFilterEvents engine({fileSystem, ini, time, mailer, log, clock, watcher}, settings);
-    engine.FindEvents(record);
-    Outcome outcome{std::move(log.names), {}, engine.StopPhraseSeen()};
-    for (const auto& mail : mailer.mails) outcome.mails.push_back(mail.subject + mail.body);
-    return outcome;
-  }
-
-  fakes::MemoryFiles files;
-  fakes::FakeSystem system;
-  fakes::FakeClock clock;
-  fakes::FakeTimeZone zone;
-};
+Outcome Handle(const EventRecord& record, const fuzz::Pieces& pieces, bool traced) {
+  App_Debug debug;
+  const ScopedDiagnostics scoped(debug);
+  debug.SetSwitches({.verbose = traced});
+  MonitorFolder folder;
+  Fill(folder, pieces);
+  fakes::FakeMailer mailer;
+  ServiceEngine engine(folder, mailer);
+  engine.Handle(record);
+  Outcome outcome{folder.Content(u"EventLogs.txt"),
+                  folder.Content(u"EventLogs_RuleNamesOnly.txt"),
+                  {},
+                  engine.Filter().StopPhraseSeen()};
+  for (const auto& mail : mailer.mails) outcome.mails.push_back(mail.subject + mail.body);
+  return outcome;
+}
 
 EventRecord RecordOf(fuzz::Pieces& pieces) {
   EventRecord record;
@@ -84,7 +65,6 @@ EventRecord RecordOf(fuzz::Pieces& pieces) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::Pieces pieces(data, size);
   const EventRecord record = RecordOf(pieces);
-  Machine machine(pieces);
-  if (machine.Handle(record, false) != machine.Handle(record, true)) std::abort();
+  if (Handle(record, pieces, false) != Handle(record, pieces, true)) std::abort();
   return 0;
 }

@@ -4,7 +4,7 @@
 #include <cstdlib>
 
 #include "base/Encoding.h"
-#include "events/RecordTime.h"
+#include "events/EventRecord.h"
 #include "support/FakeClock.h"
 #include "support/MemoryFiles.h"
 

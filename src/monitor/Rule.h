@@ -1,11 +1,12 @@
-// What a rule file means. This is the one definition; everything faster than it must agree with it.
+// A rule file: how it is read and what it means. This is the one definition; everything faster than it must agree with it.
 #pragma once
 
 #include <cstdint>
 #include <optional>
 
 #include "base/Text.h"
-#include "config/PlainIni.h"
+#include "config/App_Common.h"
+#include "config/FileProblems.h"
 #include "events/EventRecord.h"
 
 namespace ovs {
@@ -49,5 +50,21 @@ enum class RuleCondition { Log, Type, EventID, EventSource, EventDesc, EventDesc
 [[nodiscard]] inline bool RuleMatches(RuleReader& rule, const EventRecord& record) {
   return !FirstFailedCondition(rule, record);
 }
+
+// Reads a rule file; replaces `out`. A file that cannot be used is reported once, either to `problems` or to those of `ini`.
+// Ok only when a record can match: a file without a section [LogFile] counts as unusable.
+[[nodiscard]] IniLoad LoadRuleFile(App_Common& ini, FileProblems& problems, TextView path, PlainIni& out);
+
+// A rule file that was read: all its keys are of one moment. What it is made of must outlive it.
+class RuleFileReader final : public RuleReader {
+ public:
+  RuleFileReader(App_Common& ini, TextView path, const PlainIni& content) : ini_(ini), path_(path), content_(content) {}
+  Text Read(TextView section, TextView key) override { return ini_.ReadINI(content_, path_, section, key); }
+
+ private:
+  App_Common& ini_;
+  TextView path_;
+  const PlainIni& content_;
+};
 
 }  // namespace ovs

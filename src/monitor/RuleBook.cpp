@@ -3,21 +3,23 @@
 #include <algorithm>
 #include <array>
 #include <unordered_map>
+#include <utility>
 
 #include "diag/App_Debug.h"
 #include "diag/Proc.h"
-#include "monitor/Phrases.h"
-#include "monitor/RuleFile.h"
+#include "monitor/Rule.h"
 #include "os/PendingError.h"
 #include "platform/FileContent.h"
 #include "platform/FileMask.h"
 
+// Why an edit counts from the next record on: a watch is made before the files are looked at, so whatever happens after the
+// look is news, and whatever was complete before it is seen by the look itself. A look finds every file whose identity, size
+// or times are others than before, and reads a file again that is so young that its times could not tell (FolderLook). Lists
+// are forgotten whenever anything in their folder changed. Without news the window bounds how late the look comes.
+
 namespace ovs {
 
 namespace {
-
-constexpr std::uint64_t kShortestWindow = 50;
-constexpr std::uint64_t kWindowPerCost = 10;
 
 bool IsRuleFile(TextView name) { return MatchesMask(name, u"*.DAT"); }
 
@@ -32,88 +34,80 @@ Text FolderOf(TextView path) { return Text(path.substr(0, path.rfind(u'\\'))); }
 RuleBook::RuleBook(const RuleBookParts& parts, const MonitorSettings& settings)
     : parts_(parts),
       settings_(settings),
-      rulesFolder_(parts.files, parts.clock, settings.rulesFolder, IsRulesEntry),
-      configFolder_(parts.files, parts.clock, FolderOf(settings.configIniPath), IsSettingsFile),
+      exclusions_(parts.fileSystem, problems_, settings.rulesFolder),
+      rulesFolder_(parts.fileSystem.Files(), parts.clock, settings.rulesFolder, IsRulesEntry),
+      configFolder_(parts.fileSystem.Files(), parts.clock, FolderOf(settings.configIniPath), IsSettingsFile),
       index_(IndexOf({})) {}
 
-// What fails is tried again at once a few times, for it may be a moment's trouble, and then once a window: what lasts, such
-// as a share that is away, must not cost every record its time.
+RuleTiming::News RuleBook::News() const {
+  if (!watch_) return RuleTiming::News::None;
+  return parts_.watcher.IsExact() ? RuleTiming::News::Exact : RuleTiming::News::Slow;
+}
+
 void RuleBook::Refresh() {
-  constexpr int kTriesAtOnce = 3;
   const std::uint64_t now = parts_.clock.Milliseconds();
-  if ((mustLook_ && failedLooks_ < kTriesAtOnce) || now - lastLook_ >= window_) {
-    LookAtAll();
-    failedLooks_ = mustLook_ ? failedLooks_ + 1 : 0;
-  } else if (watch_ && (parts_.watcher.IsExact() || now != lastAsked_)) {
-    lastAsked_ = now;
-    if (watch_->Take() != os::FolderNews::None) LookAtAll();
-  }
-  if (!anyRefused_) {
-    failedRetries_ = 0;
-  } else if (failedRetries_ < kTriesAtOnce || now - lastRetry_ >= window_) {
-    lastRetry_ = now;
-    ++failedRetries_;
-    RetryRefused();
-  }
+  const RuleTiming::Step step = timing_.Next(now, News());
+  const bool hasNews = step == RuleTiming::Step::AskForNews && watch_->Take() != os::FolderNews::None;
+  if (step == RuleTiming::Step::LookAtAll || hasNews) LookAtAll();
+  if (timing_.RetryIsDue(now, anyRefused_)) RetryRefused();
 }
 
 void RuleBook::LookAtAll() {
   Proc proc(u"RuleBook", u"LookAtAll", ProcKind::Sub);
   const std::uint64_t start = parts_.clock.Milliseconds();
+  bool finished = false;
   bool complete = false;
-  mustLook_ = false;
   proc.Run([&] {
-    // Whatever happens from here on is news. A new watch each time: the old one may watch a folder that was moved away
-    // since, together with the one above it.
+    // A new watch each time: the old one may watch a folder that was moved away since, together with the one above it.
     const Text folders[] = {rulesFolder_.Folder(), configFolder_.Folder()};
     watch_ = parts_.watcher.Watch(folders);
-    LookAtSettings();
-    LookAtRules();
-    complete = true;
+    const bool hasSettings = LookAtSettings();
+    const bool hasRules = LookAtRules();
+    complete = hasSettings && hasRules;
+    finished = true;
   });
-  if (!complete) LookAtAllAnew();
-  lastLook_ = parts_.clock.Milliseconds();
-  window_ = std::max(kShortestWindow, (lastLook_ - start) * kWindowPerCost);
+  if (!finished) ForgetLooks();
+  timing_.Looked(start, parts_.clock.Milliseconds(), complete);
 }
 
-// What was seen has not been taken over.
-void RuleBook::LookAtAllAnew() {
+// For when the folders were seen, but what is in them was not taken over.
+void RuleBook::ForgetLooks() {
   rulesFolder_.Forget();
   configFolder_.Forget();
-  mustLook_ = true;
 }
 
-void RuleBook::LookAtSettings() {
+// False when the system refused, as for the next function.
+bool RuleBook::LookAtSettings() {
   const FolderLook::Outcome outcome = configFolder_.Look();
-  if (outcome == FolderLook::Outcome::Same) return;
-  if (outcome == FolderLook::Outcome::Failed) {
-    mustLook_ = true;
-    TakePendingSystemError();
-  }
+  if (outcome == FolderLook::Outcome::Same) return true;
+  if (outcome == FolderLook::Outcome::Failed) TakePendingSystemError();
   PlainIni content;
-  if (parts_.ini.LoadIni(settings_.configIniPath, content) == IniLoad::Refused) mustLook_ = true;
-  diskEventsOn_ = parts_.ini.ReadINI(content, settings_.configIniPath, u"Monitoring", u"DiskEvents") == u"1";
+  const IniLoad load = parts_.ini.LoadIni(settings_.configIniPath, content);
+  mainSettings_ = std::move(content);
+  // The next look has to find the file new, though it may not have changed by then.
+  if (load == IniLoad::Refused) configFolder_.Forget();
+  return outcome != FolderLook::Outcome::Failed && load != IniLoad::Refused;
 }
 
-void RuleBook::LookAtRules() {
+bool RuleBook::LookAtRules() {
   switch (rulesFolder_.Look()) {
     case FolderLook::Outcome::Same:
-      return;
+      break;
     case FolderLook::Outcome::Changed:
-      parts_.problems.Clear(settings_.rulesFolder);
-      parts_.exclusions.Forget();
-      TakeRules();
-      return;
+      problems_.Clear(settings_.rulesFolder);
+      exclusions_.Forget();
+      ReadChangedRules();
+      break;
     case FolderLook::Outcome::Failed:
       // The rules that are known go on serving.
-      mustLook_ = true;
-      parts_.problems.Report(FileKind::RulesFolder, settings_.rulesFolder,
-                             DescribeReadOutcome(ReadOutcome::Failed, TakePendingSystemError()));
-      return;
+      problems_.Report(FileKind::RulesFolder, settings_.rulesFolder,
+                       DescribeReadOutcome(ReadOutcome::Failed, TakePendingSystemError()));
+      return false;
   }
+  return true;
 }
 
-void RuleBook::TakeRules() {
+void RuleBook::ReadChangedRules() {
   std::unordered_map<TextView, Known*> before;
   for (Known& known : rules_) before.emplace(TextView(known.rule.path).substr(settings_.rulesFolder.size() + 1), &known);
   std::vector<Known> now;
@@ -121,15 +115,16 @@ void RuleBook::TakeRules() {
   bool anyRefused = false;
   for (const FolderLook::Entry& entry : rulesFolder_.Entries()) {
     if (!IsRuleFile(entry.name)) continue;
-    const auto found = before.find(entry.name);
-    const bool isKnown = found != before.end();
-    Known known = isKnown ? *found->second : Known{{settings_.rulesFolder + u"\\" + entry.name, {}, true}, {}, false};
+    const auto found = before.extract(entry.name);
+    const bool isKnown = !found.empty();
+    Known known = isKnown ? *found.mapped() : Known{{settings_.rulesFolder + u"\\" + entry.name, {}, true}, {}, false};
     if (entry.isNew || known.refused) changed = Load(known) || changed;
     changed = changed || !isKnown || now.size() >= rules_.size() || rules_[now.size()].rule.path != known.rule.path;
     anyRefused = anyRefused || known.refused;
     now.push_back(std::move(known));
   }
   changed = changed || now.size() != rules_.size();
+  for (const auto& [name, known] : before) problems_.Clear(known->rule.path);
   // Both change or none does: the index knows the rules by their numbers.
   if (changed) index_ = IndexOf(now);
   rules_ = std::move(now);
@@ -137,9 +132,9 @@ void RuleBook::TakeRules() {
   mustBuild_ = false;
 }
 
-// Reads the file; true when the rule means something else than before. What cannot be used matches nothing.
+// Reads the file; true when the rule means something else than before. A file that cannot be used matches nothing.
 bool RuleBook::Load(Known& known) {
-  const IniLoad outcome = LoadRuleFile(parts_.ini, parts_.problems, known.rule.path, known.rule.content);
+  const IniLoad outcome = LoadRuleFile(parts_.ini, problems_, known.rule.path, known.rule.content);
   known.refused = outcome == IniLoad::Refused;
   known.rule.usable = outcome == IniLoad::Ok;
   RuleConditions conditions = outcome == IniLoad::Ok ? ConditionsOf(known.rule.content) : RuleConditions();
@@ -150,7 +145,7 @@ bool RuleBook::Load(Known& known) {
 
 void RuleBook::RetryRefused() {
   Proc proc(u"RuleBook", u"RetryRefused", ProcKind::Sub);
-  bool complete = false;
+  bool finished = false;
   proc.Run([&] {
     bool anyRefused = false;
     for (Known& known : rules_) {
@@ -160,9 +155,30 @@ void RuleBook::RetryRefused() {
     if (mustBuild_) index_ = IndexOf(rules_);
     mustBuild_ = false;
     anyRefused_ = anyRefused;
-    complete = true;
+    finished = true;
   });
-  if (!complete) LookAtAllAnew();
+  if (finished) return;
+  ForgetLooks();
+  timing_.LookAgain();
+}
+
+RecordHints RuleBook::Find(const EventRecord& record, RuleIndex::Scratch& scratch) const {
+  index_.Find(record, scratch);
+  return {.mayBeStopPhrase = RuleIndex::Phrase(scratch, kStopPhrase),
+          .mayBeOwnCrash = RuleIndex::Phrase(scratch, kOwnCrashPhrase),
+          .mayBeDiskEvent = RuleIndex::Phrase(scratch, kFakeDiskPhrase) || IsDiskSource(record.sourceName)};
+}
+
+bool RuleBook::DiskEventsOn() const { return IsOn(MonitorSwitch::DiskEvents, parts_.ini, settings_, mainSettings_); }
+
+std::vector<FileProblem> RuleBook::Problems() const {
+  std::vector<FileProblem> all = problems_.Current();
+  for (FileProblem& problem : parts_.ini.Problems().Current()) {
+    const bool isRule = std::ranges::any_of(rules_, [&](const Known& known) { return known.rule.path == problem.path; });
+    if (isRule) problem.kind = FileKind::RuleFile;
+    if (isRule || problem.path == settings_.configIniPath) all.push_back(std::move(problem));
+  }
+  return all;
 }
 
 std::size_t RuleBook::MemoryInUse() const {

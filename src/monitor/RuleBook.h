@@ -1,13 +1,12 @@
 // The rule files, exclusion lists and the disk check's switch as they are on disk, kept in memory and read again when they
 // change.
 //
-// What the user sees is as if all of it were read for every record. Refresh, called before each record, proves the memory
-// fresh: by news from the folders, and by looking at every file when the last such look is older than the freshness window
-// (50 ms, or ten times what a look costs). Where news are exact a change that was complete before Refresh always counts;
-// elsewhere it does so after the window at the latest, and always after a pause longer than it.
+// The user sees it as if all of it were read for every record. Refresh, called before each record, proves the memory fresh:
+// by news from the folders, and by looking at every file when the last such look is older than the freshness window (see
+// RuleTiming.h). Where news are exact an edit that was complete before Refresh always counts; elsewhere it does so a second
+// later at the latest.
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -16,23 +15,25 @@
 #include "config/FileProblems.h"
 #include "monitor/GlobalExclusions.h"
 #include "monitor/MonitorSettings.h"
+#include "monitor/RecordKind.h"
 #include "monitor/RuleIndex.h"
+#include "monitor/RuleTiming.h"
 #include "os/Clock.h"
 #include "os/FolderWatch.h"
+#include "platform/App_FileSystem.h"
 #include "platform/FolderLook.h"
 
 namespace ovs {
 
 // What a rule book works with; all must outlive it.
 struct RuleBookParts {
-  os::Files& files;
-  os::FolderWatcher& watcher;
-  os::Clock& clock;
+  App_FileSystem& fileSystem;
   App_Common& ini;
-  FileProblems& problems;
-  GlobalExclusions& exclusions;
+  os::Clock& clock;
+  os::FolderWatcher& watcher;
 };
 
+// Belongs to one thread.
 class RuleBook {
  public:
   struct Rule {
@@ -40,55 +41,58 @@ class RuleBook {
     PlainIni content;
     bool usable = true;  // false: the file was reported and matches nothing
   };
-  // Numbers of the phrases that the index looks for in every message.
-  enum Phrase : std::uint32_t { kStopPhrase, kOwnCrashPhrase, kFakeDiskPhrase };
 
   RuleBook(const RuleBookParts& parts, const MonitorSettings& settings);
 
+  // Errors are reported; what was known before them goes on serving.
   void Refresh();
 
-  // Candidates among the rules for a record, see RuleIndex.
-  void Find(const EventRecord& record, RuleIndex::Scratch& scratch) const { index_.Find(record, scratch); }
+  // Fills scratch.rules with the numbers of the rules that may match (see RuleIndex) and tells which kinds the record may be
+  // of.
+  RecordHints Find(const EventRecord& record, RuleIndex::Scratch& scratch) const;
   // By a number that Find gave, or by the place in the order of the folder; the reference is good until the next Refresh.
   [[nodiscard]] const Rule& RuleAt(std::uint32_t number) const { return rules_[number].rule; }
-  [[nodiscard]] std::size_t RuleCount() const { return rules_.size(); }
-  [[nodiscard]] bool DiskEventsOn() const { return diskEventsOn_; }
+  [[nodiscard]] std::uint32_t RuleCount() const { return static_cast<std::uint32_t>(rules_.size()); }
+  [[nodiscard]] bool DiskEventsOn() const;
+  [[nodiscard]] GlobalExclusions& Exclusions() { return exclusions_; }
+  // The files among these that cannot be used at present, and the rules folder when it cannot be listed.
+  [[nodiscard]] std::vector<FileProblem> Problems() const;
   // Heap memory of rules and index in bytes, roughly.
   [[nodiscard]] std::size_t MemoryInUse() const;
 
  private:
+  // Numbers of the phrases that the index looks for in every message.
+  enum Phrase : std::uint32_t { kStopPhrase, kOwnCrashPhrase, kFakeDiskPhrase };
+
   struct Known {
     Rule rule;
     RuleConditions conditions;
     bool refused = false;  // the system would not let it be read; tried again
   };
 
+  [[nodiscard]] RuleTiming::News News() const;
   void LookAtAll();
-  void LookAtAllAnew();
-  void LookAtRules();
-  void LookAtSettings();
-  void TakeRules();
+  [[nodiscard]] bool LookAtRules();
+  [[nodiscard]] bool LookAtSettings();
+  void ForgetLooks();
+  void ReadChangedRules();
   [[nodiscard]] bool Load(Known& known);
   void RetryRefused();
   [[nodiscard]] static RuleIndex IndexOf(const std::vector<Known>& rules);
 
   RuleBookParts parts_;
   MonitorSettings settings_;
+  FileProblems problems_;
+  GlobalExclusions exclusions_;
+  RuleTiming timing_;
   std::unique_ptr<os::FolderWatch> watch_;  // of both folders; null where the system sends no news
   FolderLook rulesFolder_;
   FolderLook configFolder_;
+  PlainIni mainSettings_;
   std::vector<Known> rules_;  // in the order of the folder
   RuleIndex index_;
-  bool diskEventsOn_ = false;
-  bool mustLook_ = true;
   bool mustBuild_ = false;  // a rule has changed and the index does not know
   bool anyRefused_ = false;
-  std::uint64_t lastLook_ = 0;  // when all was looked at, and when news were asked for; milliseconds of the clock
-  std::uint64_t lastAsked_ = 0;
-  std::uint64_t window_ = 0;
-  int failedLooks_ = 0;  // in a row
-  int failedRetries_ = 0;
-  std::uint64_t lastRetry_ = 0;  // of refused files
 };
 
 }  // namespace ovs

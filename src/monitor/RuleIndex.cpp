@@ -84,6 +84,10 @@ std::size_t RuleIndex::ByText::MemoryInUse() const {
   return entries_.capacity() * sizeof(entries_.front()) + starts_.capacity() * sizeof(std::uint32_t);
 }
 
+// No rule is lost. Each rule is filed in exactly one place, by a condition that it has: its event ID, else its text, else
+// its source, else under every cell to which it is open. A record that fulfils the rule fulfils that condition too, so Find
+// comes across the rule there: equal texts (StringsMatch) trim and fold alike and so have one hash, the text set finds every
+// text that ContainsFolded finds, and a cell is passed over only when no rule filed there is open to it.
 RuleIndex::RuleIndex(std::vector<RuleConditions> rules, std::span<const TextView> phrases)
     : rules_(std::move(rules)), phraseCount_(static_cast<std::uint32_t>(phrases.size())) {
   std::vector<TextSet::Member> texts;
@@ -130,7 +134,8 @@ void RuleIndex::Find(const EventRecord& record, Scratch& scratch) const {
   if (scratch.rules.size() > 1) std::ranges::sort(scratch.rules);
 }
 
-// The texts of rules without an ID have been found already.
+// All conditions of the rule, by the functions by which RuleMatches tests them, so that what passes here matches; only a
+// text by which the rule was filed is not looked for again, for it has been found.
 bool RuleIndex::MayMatch(std::uint32_t number, std::uint32_t cell, const EventRecord& record) const {
   const RuleConditions& rule = rules_[number];
   if ((rule.cells >> cell & 1) == 0) return false;

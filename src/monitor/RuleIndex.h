@@ -1,5 +1,5 @@
 // Picks, out of any number of rules, those that a record can match. RuleMatches (Rule.h) is what a rule means; the index
-// never leaves out a rule that RuleMatches would let pass.
+// never leaves out a rule that RuleMatches would let pass. One thread at a time for each scratch.
 #pragma once
 
 #include <array>
@@ -17,7 +17,8 @@
 
 namespace ovs {
 
-// The conditions of one rule file. A cell is a pair of one of the six logs and one of the five types.
+// The conditions of one rule file, read as RuleMatches reads them. A cell is a pair of one of the six logs and one of the
+// five types.
 struct RuleConditions {
   std::uint32_t cells = 0;  // a bit for each cell that the rule is open to
   Text eventID;

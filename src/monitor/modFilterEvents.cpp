@@ -1,24 +1,27 @@
 #include "monitor/modFilterEvents.h"
 
-#include "base/App_Strings.h"
+#include <numeric>
+
 #include "diag/App_Debug.h"
 #include "diag/Proc.h"
-#include "events/RecordTime.h"
-#include "monitor/AlertText.h"
-#include "monitor/DiskEvent.h"
-#include "monitor/Phrases.h"
+#include "monitor/RecordKind.h"
 #include "monitor/Rule.h"
-#include "monitor/RuleFile.h"
-#include "platform/FS_DirList.h"
 
 namespace ovs {
+
+namespace {
+
+bool DiagnosticsWantEverything() {
+  const DebugSwitches& switches = Diagnostics().Switches();
+  return switches.verbose || switches.procDump;
+}
+
+}  // namespace
 
 modFilterEvents::modFilterEvents(const FilterParts& parts, const MonitorSettings& settings)
     : parts_(parts),
       settings_(settings),
-      exclusions_(parts.fileSystem, problems_, settings.rulesFolder),
-      book_({parts.fileSystem.Files(), parts.watcher, parts.clock, parts.ini, problems_, exclusions_}, settings),
-      action_(parts.ini, parts.mailer, settings.configIniPath) {}
+      book_({.fileSystem = parts.fileSystem, .ini = parts.ini, .clock = parts.clock, .watcher = parts.watcher}, settings) {}
 
 void modFilterEvents::FindEvents(const EventRecord& record) {
   Proc proc(u"modFilterEvents", u"FindEvents", ProcKind::Sub);
@@ -29,85 +32,71 @@ void modFilterEvents::FindEvents(const EventRecord& record) {
   proc.ByVal(u"sMessage", record.message);
   proc.ByVal(u"sLogfile", record.logfile);
   proc.ByVal(u"sTimeGenerated", record.timeGenerated);
-  proc.Run([&] {
-    const DebugSwitches& switches = Diagnostics().Switches();
-    if (switches.verbose || switches.procDump) {
-      FindEventsTraced(record);
-    } else {
-      FindEventsQuickly(record);
-    }
-  });
+  proc.Run([&] { Decide(record); });
 }
 
-void modFilterEvents::FindEventsTraced(const EventRecord& record) {
-  exclusions_.Forget();
-  if (Phrases::HasStopPhrase(record.message)) {
-    ++stopPhrases_;
-    return;
-  }
-  if (Phrases::IsOwnCrash(record)) return;
-  const bool diskCheck = parts_.ini.ReadINI(settings_.configIniPath, u"Monitoring", u"DiskEvents") == u"1";
-  if (diskCheck && FindDiskEvents(record)) return;
-  CheckRules(record);
-}
-
-void modFilterEvents::FindEventsQuickly(const EventRecord& record) {
+void modFilterEvents::Decide(const EventRecord& record) {
   book_.Refresh();
-  book_.Find(record, scratch_);
-  if (RuleIndex::Phrase(scratch_, RuleBook::kStopPhrase)) {
-    ++stopPhrases_;
-    return;
+  RecordHints hints = book_.Find(record, scratch_);
+  if (DiagnosticsWantEverything()) {
+    hints = {};
+    scratch_.rules.resize(book_.RuleCount());
+    std::iota(scratch_.rules.begin(), scratch_.rules.end(), 0u);
   }
-  if (RuleIndex::Phrase(scratch_, RuleBook::kOwnCrashPhrase) && Phrases::IsOwnCrash(record)) return;
-  const bool mayBeDiskEvent = RuleIndex::Phrase(scratch_, RuleBook::kFakeDiskPhrase) || IsDiskSource(record.sourceName);
-  if (book_.DiskEventsOn() && mayBeDiskEvent && FindDiskEvents(record)) return;
-  for (const std::uint32_t number : scratch_.rules) {
-    const RuleBook::Rule& rule = book_.RuleAt(number);
-    Check(rule.path, &rule.content, record);
-  }
-}
-
-void modFilterEvents::CheckRules(const EventRecord& record) {
-  FS_DirList search(parts_.fileSystem.Files());
-  search.IncludeDirs = true;
-  search.RecursionLevel = 0;
-  search.AddSearchPath(settings_.rulesFolder);
-  search.AddFileMask(u"*.DAT");
-  search.StartSearch();
-  for (const Text& folder : search.MatchingDirsOnDisk()) {
-    if (App_Strings::StringEndsWith(folder, u".DAT")) problems_.Report(FileKind::RuleFile, folder, u"it is a folder");
-  }
-  for (const Text& path : search.MatchingFilesOnDisk()) {
-    if (!App_Strings::TrimBlanks(path).empty()) CheckRule(path, record);
+  switch (KindOf(record, hints, [&] { return book_.DiskEventsOn() && FindDiskEvents(record); })) {
+    case RecordKind::StopPhrase:
+      ++stopPhrases_;
+      return;
+    case RecordKind::OwnCrash:
+    case RecordKind::DiskEvent:
+      return;
+    case RecordKind::Ordinary:
+      for (const std::uint32_t number : scratch_.rules) CheckRule(book_.RuleAt(number), record);
+      return;
   }
 }
 
-void modFilterEvents::CheckRule(TextView ruleFile, const EventRecord& record) { Check(ruleFile, nullptr, record); }
-
-// Without `content` the file is read.
-void modFilterEvents::Check(TextView ruleFile, const PlainIni* content, const EventRecord& record) {
+void modFilterEvents::CheckRule(const RuleBook::Rule& rule, const EventRecord& record) {
   Proc proc(u"modFilterEvents", u"CheckRule", ProcKind::Sub);
-  proc.ByVal(u"sRuleFile", ruleFile);
+  proc.ByVal(u"sRuleFile", rule.path);
   proc.ByVal(u"sEventCode", record.eventCode);
   proc.ByVal(u"sSourceName", record.sourceName);
   proc.ByVal(u"sLogfile", record.logfile);
   proc.Run([&] {
-    PlainIni own;
-    if (content == nullptr && LoadRuleFile(parts_.ini, problems_, ruleFile, own) != IniLoad::Ok) return;
-    RuleFileReader reader(parts_.ini, ruleFile, content == nullptr ? own : *content);
-    if (!RuleMatches(reader, record)) return;
-    const Text ruleName = RuleName(ruleFile);
-    if (IsHidden(ruleName, record, false)) return;
-    const Text timeText = RecordTimeText(parts_.time, record.timeGenerated, settings_.display);
-    action_.DoAction(AlertText::RuleAlert(timeText, ruleName, record), false);
-    parts_.log.Write({record, ruleName, timeText, AlertText::RuleLogEntry(timeText, ruleName, record), false});
+    if (!rule.usable) return;
+    RuleFileReader reader(parts_.ini, rule.path, rule.content);
+    if (RuleMatches(reader, record)) Raise(AlertKind::Rule, RuleName(rule.path), record);
   });
 }
 
-bool modFilterEvents::IsHidden(TextView ruleName, const EventRecord& record, bool isDiskAlert) {
-  const auto list = exclusions_.ExcludedBy(record.eventCode, record.sourceName, record.message);
-  if (list) parts_.log.Hidden({record, ruleName, *list, isDiskAlert});
-  return list.has_value();
+// True when the record is a disk event, whether or not an exclusion then hid its alert.
+bool modFilterEvents::FindDiskEvents(const EventRecord& record) {
+  Proc proc(u"modFilterEvents", u"FindDiskEvents", ProcKind::Function);
+  proc.ByVal(u"sType", record.type);
+  proc.ByVal(u"sEventCode", record.eventCode);
+  proc.ByVal(u"sSourceName", record.sourceName);
+  proc.ByVal(u"sMessage", record.message);
+  proc.ByVal(u"sLogfile", record.logfile);
+  proc.ByVal(u"sTimeGenerated", record.timeGenerated);
+  bool isDiskEvent = false;
+  proc.Run([&] {
+    isDiskEvent = IsDiskEvent(CheckForDiskEvent(record.sourceName, record.message));
+    if (isDiskEvent) Raise(AlertKind::Disk, settings_.diskEventsRuleName, record);
+  });
+  proc.Result(isDiskEvent);
+  return isDiskEvent;
+}
+
+// Unless an exclusion list hides it.
+void modFilterEvents::Raise(AlertKind kind, TextView ruleName, const EventRecord& record) {
+  if (const auto list = book_.Exclusions().ExcludedBy(record.eventCode, record.sourceName, record.message)) {
+    parts_.alerts.OnHidden({.kind = kind, .ruleName = ruleName, .record = record, .list = *list});
+  } else {
+    parts_.alerts.OnAlert({.kind = kind,
+                           .ruleName = Text(ruleName),
+                           .record = record,
+                           .timeText = RecordTimeText(parts_.time, record.timeGenerated, settings_.display)});
+  }
 }
 
 std::vector<Text> modFilterEvents::RuleNames() {
@@ -123,25 +112,9 @@ bool modFilterEvents::DiskEventsOn() {
   return book_.DiskEventsOn();
 }
 
-bool modFilterEvents::FindDiskEvents(const EventRecord& record) {
-  Proc proc(u"modFilterEvents", u"FindDiskEvents", ProcKind::Function);
-  proc.ByVal(u"sType", record.type);
-  proc.ByVal(u"sEventCode", record.eventCode);
-  proc.ByVal(u"sSourceName", record.sourceName);
-  proc.ByVal(u"sMessage", record.message);
-  proc.ByVal(u"sLogfile", record.logfile);
-  proc.ByVal(u"sTimeGenerated", record.timeGenerated);
-  bool isDiskEvent = false;
-  proc.Run([&] {
-    isDiskEvent = IsDiskEvent(record.sourceName, record.message);
-    const Text& ruleName = settings_.diskEventsRuleName;
-    if (!isDiskEvent || IsHidden(ruleName, record, true)) return;
-    const Text timeText = RecordTimeText(parts_.time, record.timeGenerated, settings_.display);
-    action_.DoAction(AlertText::DiskAlert(timeText, ruleName, record), true);
-    parts_.log.Write({record, ruleName, timeText, AlertText::DiskLogEntry(timeText, ruleName, record), true});
-  });
-  proc.Result(isDiskEvent);
-  return isDiskEvent;
+std::vector<FileProblem> modFilterEvents::Problems() {
+  book_.Refresh();
+  return book_.Problems();
 }
 
 }  // namespace ovs

@@ -1,7 +1,7 @@
 // The service composed: every part built from one machine, run from the first line to the last dump.
 #pragma once
 
-#include "events/EventSource.h"
+#include "events/EventRecord.h"
 #include "mail/engines/MailComponent.h"
 #include "service/Modules.h"
 #include "service/ServiceHost.h"

@@ -6,6 +6,7 @@
 #include "diag/Proc.h"
 #include "mail/message/MailUser.h"
 #include "mail/message/modEmailSvc.h"
+#include "monitor/AlertSink.h"
 
 namespace ovs {
 
@@ -89,14 +90,15 @@ void Sample::RunMonitor() {
                       .engines = peers_.mailEngines,
                       .user = user,
                       .store = [this] { return store_.get(); }});
+  AlertAction action(modules_.ini, mailer, settings);
   EventLogFiles log(modules_.fileSystem, settings);
+  AlertSequence alerts({action, log});
   modFilterEvents filter({.fileSystem = modules_.fileSystem,
                           .ini = modules_.ini,
                           .time = modules_.time,
-                          .mailer = mailer,
-                          .log = log,
                           .clock = modules_.machine.clock,
-                          .watcher = modules_.machine.folderWatcher},
+                          .watcher = modules_.machine.folderWatcher,
+                          .alerts = alerts},
                          settings);
   Debug::dLog(kNoProc, u"Entering Main Service Loop");
   MainLoop(filter);

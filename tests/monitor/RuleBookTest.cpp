@@ -4,15 +4,18 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cctype>
 #include <random>
+#include <sstream>
 #include <thread>
 
+#include "base/Encoding.h"
 #include "base/Numbers.h"
+#include "diag/App_Debug.h"
+#include "monitor/Rule.h"
+#include "os/PendingError.h"
 #include "platform/App_FilePath.h"
-#include "platform/FS_DirList.h"
-#include "support/FakeClock.h"
-#include "support/FakeWatcher.h"
-#include "support/PlatformTest.h"
+#include "support/MonitorFolder.h"
 
 namespace ovs {
 namespace {
@@ -41,94 +44,115 @@ std::vector<Text> Matches(RuleBook& book, TextView message) {
 
 using Names = std::vector<Text>;
 
-class RuleBookTest : public PlatformTest {
+class RuleBookTest : public ::testing::Test {
  protected:
-  RuleBookTest() {
-    for (const TextView folder : {u"C:\\App", u"C:\\App\\Config", u"C:\\App\\Config\\Rules"}) memory.CreateDir(folder);
-    Put(u"C:\\App\\Config\\Rules\\A.DAT", RuleWith("alpha"));
-  }
+  RuleBookTest() : scoped_(debug) { folder.Rule(u"A.DAT", RuleWith("alpha")); }
 
-  const MonitorSettings settings = PathsOf(u"C:\\App\\");
-  fakes::FakeClock clock;
-  fakes::FakeWatcher watcher;
-  App_Common ini{files};
-  FileProblems problems;
-  GlobalExclusions exclusions{fileSystem, problems, settings.rulesFolder};
-  RuleBook book{{files, watcher, clock, ini, problems, exclusions}, settings};
+  App_Debug debug;
+  ScopedDiagnostics scoped_;
+  MonitorFolder folder;
+  RuleBook book{folder.BookParts(), PathsOf(u"C:\\App\\")};
 };
 
 TEST_F(RuleBookTest, NewsCountAtOnceTheRestAfterTheWindow) {
   EXPECT_EQ(Matches(book, u"alpha beta"), Names{u"A"});
-  watcher.news = os::FolderNews::None;
-  Put(u"C:\\App\\Config\\Rules\\B.dat", RuleWith("beta"));
-  Put(u"C:\\App\\Config\\Orvanta.ini", "[Monitoring]\r\nDiskEvents=1\r\n");
-  const std::uint64_t calls = files.Calls();
-  clock.Advance(49);
+  folder.watcher.news = os::FolderNews::None;
+  folder.Rule(u"B.dat", RuleWith("beta"));
+  folder.Monitoring("DiskEvents=1\r\n");
+  const std::uint64_t calls = folder.files.Calls();
+  folder.clock.Advance(49);
   EXPECT_EQ(Matches(book, u"alpha beta"), Names{u"A"}) << "nothing told of the new file";
-  EXPECT_EQ(files.Calls(), calls) << "within the window no file is looked at";
-  clock.Advance(1);
+  EXPECT_EQ(folder.files.Calls(), calls) << "within the window no file is looked at";
+  folder.clock.Advance(1);
   EXPECT_EQ(Matches(book, u"alpha beta"), (Names{u"A", u"B"}));
   EXPECT_TRUE(book.DiskEventsOn());
   for (const os::FolderNews news : {os::FolderNews::Changed, os::FolderNews::Lost}) {
-    memory.Delete(u"C:\\App\\Config\\Rules\\B.dat");
-    watcher.news = news;
+    folder.DeleteRule(u"B.dat");
+    folder.watcher.news = news;
     EXPECT_EQ(Matches(book, u"alpha beta"), Names{u"A"});
-    Put(u"C:\\App\\Config\\Rules\\B.dat", RuleWith("beta"));
+    folder.Rule(u"B.dat", RuleWith("beta"));
     EXPECT_EQ(Matches(book, u"alpha beta"), (Names{u"A", u"B"}));
   }
 }
 
-TEST_F(RuleBookTest, CostlyNewsAreAskedForOnceATick) {
-  watcher.exact = false;
-  watcher.news = os::FolderNews::None;
-  Matches(book, u"");
-  const int asked = watcher.asked;
-  for (int i = 0; i < 100; ++i) Matches(book, u"");
-  EXPECT_LE(watcher.asked, asked + 2);
-  clock.Advance(1);
-  for (int i = 0; i < 100; ++i) Matches(book, u"");
-  EXPECT_LE(watcher.asked, asked + 4);
-}
-
-TEST_F(RuleBookTest, FilesThatAreRefusedComeBackAndNoRuleIsLostMeanwhile) {
-  files.FailPath(u"A.DAT", SystemErrorNumber::kSharingViolation);
+TEST_F(RuleBookTest, RefusedFilesComeBackAndProblemsTellOfThemMeanwhile) {
+  folder.files.FailPath(u"A.DAT", SystemErrorNumber::kSharingViolation);
   EXPECT_EQ(Matches(book, u"alpha"), Names{});
-  files.Heal();
-  watcher.news = os::FolderNews::None;
+  ASSERT_EQ(book.Problems().size(), 1u);
+  EXPECT_TRUE(book.Problems()[0].Sentence().starts_with(u"Cannot use rule file [C:\\App\\Config\\Rules\\A.DAT]: "));
+  folder.files.Heal();
+  folder.watcher.news = os::FolderNews::None;
   EXPECT_EQ(Matches(book, u"alpha"), Names{u"A"}) << "tried again without news and before the window";
-  files.FailPath(u"A.DAT", SystemErrorNumber::kSharingViolation);
-  memory.Delete(u"C:\\App\\Config\\Rules\\A.DAT");
-  Put(u"C:\\App\\Config\\Rules\\A.DAT", RuleWith("alpha"));
-  clock.Advance(50);
-  for (int i = 0; i < 5; ++i) Matches(book, u"alpha");
-  const std::uint64_t calls = files.Calls();
-  for (int i = 0; i < 100; ++i) Matches(book, u"alpha");
-  EXPECT_EQ(files.Calls(), calls) << "what stays refused is not asked for with every record";
-  files.Heal();
-  clock.Advance(50);
-  EXPECT_EQ(Matches(book, u"alpha"), Names{u"A"});
-  watcher.news = os::FolderNews::Changed;
-  files.FailPath(u"Rules", SystemErrorNumber::kAccessDenied);
+  folder.watcher.news = os::FolderNews::Changed;
+  folder.files.FailPath(u"Rules", SystemErrorNumber::kAccessDenied);
   EXPECT_EQ(Matches(book, u"alpha"), Names{u"A"}) << "a folder that cannot be listed leaves what is known";
-  EXPECT_TRUE(Logged(u"Cannot list rules folder"));
-  files.Heal();
-  memory.Delete(u"C:\\App\\Config\\Rules\\A.DAT");
-  memory.RemoveDir(u"C:\\App\\Config\\Rules");
+  ASSERT_EQ(book.Problems().size(), 1u);
+  EXPECT_EQ(book.Problems()[0].kind, FileKind::RulesFolder);
+  folder.files.Heal();
+  folder.DeleteRule(u"A.DAT");
+  folder.memory.RemoveDir(u"C:\\App\\Config\\Rules");
   EXPECT_EQ(Matches(book, u"alpha"), Names{});
-  memory.CreateDir(u"C:\\App\\Config\\Rules");
-  Put(u"C:\\App\\Config\\Rules\\A.DAT", RuleWith("alpha"));
+  folder.memory.CreateDir(u"C:\\App\\Config\\Rules");
+  folder.Rule(u"A.DAT", RuleWith("alpha"));
   EXPECT_EQ(Matches(book, u"alpha"), Names{u"A"});
+  EXPECT_TRUE(book.Problems().empty());
 }
 
 TEST_F(RuleBookTest, AThousandRulesTakeLittleMemory) {
   constexpr int kRules = 1000;
   for (int i = 0; i < kRules; ++i) {
-    Put(u"C:\\App\\Config\\Rules\\Rule " + NumberText(i) + u".DAT",
+    folder.Rule(
+        u"Rule " + NumberText(i) + u".DAT",
         RuleWith("a text of some forty characters, number " + std::to_string(i)) + "[Note]\r\n" + std::string(200, 'n'));
   }
   Matches(book, u"");
   EXPECT_EQ(book.RuleCount(), kRules + 1u);
   EXPECT_LE(book.MemoryInUse(), kRules * 4096u);
+}
+
+// Calls in a row, each made of the clock's time, the news (n none, s slow, e exact), the step to come (. nothing, ? ask for
+// news, L look at all) and, of a look that takes time, how long it takes; "!" when part of it is refused.
+TEST(RuleTiming, LooksNewsAndRetries) {
+  struct {
+    const char* what;
+    const char* calls;
+  } const runs[] = {
+      {"a window of 50 ms at least", "0nL 49n. 50nL"},
+      {"exact news with every record, slow ones once a tick", "0eL 1e? 1e? 2s? 2s. 3s?"},
+      {"ten times the cost, from its end on", "0nL20 219n. 220nL"},
+      {"a second at most", "0nL200 1199n. 1200nL90000 92199n. 92200nL"},
+      {"refused three times at once, then once a window", "0nL! 0nL! 0nL! 1e? 49n. 50nL! 99n. 100nL 149n. 150nL"},
+      {"a clock that is set back", "5000nL 10nL 11n."},
+  };
+  for (const auto& run : runs) {
+    RuleTiming timing;
+    std::istringstream calls(run.calls);
+    std::uint64_t now = 0;
+    for (char news = 0, step = 0; calls >> now >> news >> step;) {
+      const auto found = timing.Next(now, news == 'n'   ? RuleTiming::News::None
+                                          : news == 's' ? RuleTiming::News::Slow
+                                                        : RuleTiming::News::Exact);
+      ASSERT_EQ(".?L"[static_cast<int>(found)], step) << run.what << ", at " << now;
+      if (step != 'L') continue;
+      std::uint64_t cost = 0;
+      if (std::isdigit(calls.peek()) != 0) calls >> cost;
+      const bool complete = calls.peek() != '!';
+      if (!complete) calls.get();
+      timing.Looked(now, now + cost, complete);
+    }
+    EXPECT_TRUE(calls.eof()) << run.what;
+  }
+  RuleTiming timing;
+  timing.Looked(0, 0, true);
+  struct {
+    std::uint64_t now;
+    bool anyRefused;
+    bool due;
+  } const retries[] = {{1, false, false}, {1, true, true},  {1, true, true},   {2, true, true},    {3, true, false},
+                       {51, true, false}, {52, true, true}, {53, true, false}, {54, false, false}, {54, true, true}};
+  for (const auto& each : retries) EXPECT_EQ(timing.RetryIsDue(each.now, each.anyRefused), each.due) << each.now;
+  timing.LookAgain();
+  EXPECT_EQ(timing.Next(55, RuleTiming::News::None), RuleTiming::Step::LookAtAll);
 }
 
 // Real time for the files' ages, a clock of the test's own for the window.
@@ -149,9 +173,8 @@ class RealRuleBookTest : public ::testing::Test {
     settings = PathsOf(root);
     std::uint32_t reason = 0;
     EXPECT_TRUE(fileSystem.EnsureDirExists(settings.rulesFolder, reason)) << reason;
-    exclusions = std::make_unique<GlobalExclusions>(fileSystem, problems, settings.rulesFolder);
-    book = std::make_unique<RuleBook>(RuleBookParts{files, os::SystemFolderWatcher(), clock, ini, problems, *exclusions},
-                                      settings);
+    book = std::make_unique<RuleBook>(
+        RuleBookParts{.fileSystem = fileSystem, .ini = ini, .clock = clock, .watcher = os::SystemFolderWatcher()}, settings);
   }
   ~RealRuleBookTest() override {
     book.reset();
@@ -185,10 +208,8 @@ class RealRuleBookTest : public ::testing::Test {
   os::Files& files = os::SystemFiles();
   App_FileSystem fileSystem{files, os::ThisSystem()};
   App_Common ini{files};
-  FileProblems problems;
   Text root;
   MonitorSettings settings;
-  std::unique_ptr<GlobalExclusions> exclusions;
   TestClock clock;
   std::unique_ptr<RuleBook> book;
 };
@@ -224,8 +245,8 @@ TEST_F(RealRuleBookTest, EachRecordSeesEveryEditThatWasCompleteBefore) {
     Names found = Matches(*book, message);
     std::ranges::sort(found);
     ASSERT_EQ(found, expected) << "after edit " << i;
-    ASSERT_EQ(exclusions->CheckGlobalEventDescEx(u"with " + excluded), excluded != u"nothing") << i;
-    ASSERT_FALSE(exclusions->CheckGlobalEventDescEx(u"with word 99"));
+    ASSERT_EQ(book->Exclusions().CheckGlobalEventDescEx(u"with " + excluded), excluded != u"nothing") << i;
+    ASSERT_FALSE(book->Exclusions().CheckGlobalEventDescEx(u"with word 99"));
   }
 }
 

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "base/RuntimeError.h"
-#include "events/EventSource.h"
+#include "events/EventRecord.h"
 #include "service/ServiceHost.h"
 
 namespace ovs {

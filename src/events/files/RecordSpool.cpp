@@ -4,7 +4,7 @@
 
 #include "base/Numbers.h"
 #include "base/RuntimeError.h"
-#include "events/RecordTime.h"
+#include "events/EventRecord.h"
 
 namespace ovs {
 

@@ -5,7 +5,7 @@
 #include <functional>
 #include <string>
 
-#include "events/RawRecord.h"
+#include "events/EventRecord.h"
 #include "os/Files.h"
 
 namespace ovs {

@@ -1,5 +1,5 @@
 #include "base/RuntimeError.h"
-#include "events/os/LiveRecords.h"
+#include "events/LiveRecords.h"
 
 namespace ovs::os {
 

@@ -3,7 +3,6 @@
 #include <optional>
 
 #include "base/RuntimeError.h"
-#include "events/win32/WmiRecord.h"
 #include "os/win32/ComApartment.h"
 
 namespace ovs {
@@ -14,6 +13,17 @@ using win32::AutomationObject;
 using win32::ObjectOf;
 
 constexpr TextView kQuery = u"Select * From __InstanceCreationEvent Where TargetInstance isa 'Win32_NTLogEvent'";
+
+struct ToRaw {
+  RawValue operator()(win32::AutomationDate value) const { return DateValue{value.days}; }
+  RawValue operator()(const AutomationObject& value) const { return ObjectValue{value.TypeName()}; }
+  template <class Plain>
+  RawValue operator()(const Plain& value) const {
+    return value;
+  }
+};
+
+RawValue Property(const AutomationObject& record, TextView name) { return std::visit(ToRaw(), record.Get(name)); }
 
 }  // namespace
 
@@ -37,6 +47,17 @@ RawRecord WmiEventSource::NextEvent() {
   if (!state_->source) throw RuntimeError(RuntimeErrorNumber::kInternal, u"NextEvent before Connect");
   const AutomationObject event = ObjectOf(state_->source->Call(u"NextEvent"), u"NextEvent");
   return win32::WmiRecord(ObjectOf(event.Get(u"TargetInstance"), u"TargetInstance"));
+}
+
+RawRecord win32::WmiRecord(const AutomationObject& record) {
+  // In this order.
+  return {.eventType = Property(record, u"EventType"),
+          .type = Property(record, u"Type"),
+          .eventCode = Property(record, u"EventCode"),
+          .sourceName = Property(record, u"SourceName"),
+          .message = Property(record, u"Message"),
+          .logfile = Property(record, u"Logfile"),
+          .timeGenerated = Property(record, u"TimeGenerated")};
 }
 
 }  // namespace ovs

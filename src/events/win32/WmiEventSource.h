@@ -3,7 +3,8 @@
 
 #include <memory>
 
-#include "events/EventSource.h"
+#include "events/EventRecord.h"
+#include "os/win32/Automation.h"
 
 namespace ovs {
 
@@ -26,3 +27,13 @@ class WmiEventSource final : public EventSource {
 };
 
 }  // namespace ovs
+
+namespace ovs::win32 {
+
+// Leads to the services object, with the privilege that Security-log records need.
+inline constexpr TextView kWmiMoniker = u"winmgmts:{(Security)}\\\\.\\root\\cimv2";
+
+// The values of a Win32_NTLogEvent object, read by one property call each. Throws RuntimeError.
+[[nodiscard]] RawRecord WmiRecord(const AutomationObject& record);
+
+}  // namespace ovs::win32

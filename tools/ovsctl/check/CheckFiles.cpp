@@ -7,7 +7,7 @@
 #include "base/Fold.h"
 #include "config/Config_Class.h"
 #include "config/ckCrypt_Config.h"
-#include "monitor/RuleFile.h"
+#include "monitor/Rule.h"
 #include "os/Crypto.h"
 #include "os/PendingError.h"
 #include "ovsctl/check/CheckLists.h"

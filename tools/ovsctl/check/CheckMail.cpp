@@ -93,7 +93,7 @@ class MailSettings {
 void CheckMailSettings(Installation& installation, const PlainIni& ini, Findings& findings) {
   MailSettings settings(ini, findings);
   settings.CheckConnection();
-  if (ValueOf(ini, u"Monitoring", u"EventEmails") != u"1") return;
+  if (!IsOn(MonitorSwitch::EventEmails, installation.Ini(), installation.Settings(), ini)) return;
   settings.CheckComplete();
   ServiceMail mail(installation);
   if (!mail.Module().AlertCopies().empty()) return;

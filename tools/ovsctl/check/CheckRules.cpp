@@ -5,7 +5,7 @@
 
 #include "base/App_Strings.h"
 #include "base/Fold.h"
-#include "monitor/Phrases.h"
+#include "monitor/RecordKind.h"
 #include "ovsctl/check/CheckValue.h"
 #include "ovsctl/cli/Console.h"
 

@@ -3,10 +3,13 @@
 #include <optional>
 
 #include "base/Encoding.h"
-#include "events/RecordTime.h"
+#include "events/EventRecord.h"
 #include "events/files/Records.h"
+#include "os/Clock.h"
+#include "os/FolderWatch.h"
 #include "ovsctl/cli/Command.h"
 #include "ovsctl/cli/Console.h"
+#include "ovsctl/cli/Installation.h"
 #include "ovsctl/explain/ExplainReport.h"
 #include "ovsctl/live/LiveFailure.h"
 
@@ -19,7 +22,13 @@ constexpr std::uint64_t kMostUnlessAll = 20;
 class Explaining {
  public:
   Explaining(Installation& installation, const ExplainOptions& options)
-      : installation_(installation), options_(options), explainer_(installation, FromUtf8(options.rule)) {}
+      : installation_(installation),
+        options_(options),
+        explainer_({.fileSystem = installation.FileSystem(),
+                    .ini = installation.Ini(),
+                    .clock = os::SystemClock(),
+                    .watcher = os::SystemFolderWatcher()},
+                   installation.Settings(), FromUtf8(options.rule)) {}
 
   int Run() {
     if (explainer_.RuleCount() == 0 && !options_.rule.empty()) {

@@ -6,7 +6,7 @@
 #include "base/App_Strings.h"
 #include "base/Encoding.h"
 #include "events/files/Records.h"
-#include "monitor/Phrases.h"
+#include "monitor/RecordKind.h"
 #include "ovsctl/cli/Console.h"
 
 namespace ovs {
@@ -16,7 +16,6 @@ namespace {
 using Console::Shown;
 using Console::Style;
 using Console::Styled;
-using Kind = Explanation::Kind;
 
 constexpr std::size_t kLongestValue = 60;
 constexpr std::size_t kLongestName = 40;
@@ -124,7 +123,7 @@ std::string ResultText(const Explanation& explanation) {
                                                                     " alerts: " + JoinedNames(explanation.alerts));
   }
   const bool wouldAlert =
-      explanation.kind == Kind::DiskEvent || std::ranges::any_of(explanation.rules, &RuleOutcome::Matches);
+      explanation.kind == RecordKind::DiskEvent || std::ranges::any_of(explanation.rules, &RuleOutcome::Matches);
   return wouldAlert ? Styled(Style::Bad, "no alert, it is excluded") : "no alert";
 }
 
@@ -139,15 +138,15 @@ nlohmann::ordered_json RuleJson(const RuleOutcome& rule) {
   return json;
 }
 
-const char* KindName(Kind kind) {
+const char* KindName(RecordKind kind) {
   switch (kind) {
-    case Kind::StopPhrase:
+    case RecordKind::StopPhrase:
       return "stop phrase";
-    case Kind::OwnCrash:
+    case RecordKind::OwnCrash:
       return "own crash";
-    case Kind::DiskEvent:
+    case RecordKind::DiskEvent:
       return "disk event";
-    case Kind::ForTheRules:
+    case RecordKind::Ordinary:
       break;
   }
   return "rules";
@@ -158,14 +157,15 @@ const char* KindName(Kind kind) {
 std::string ExplanationText(const ExplainedRecord& explained) {
   const Explanation& explanation = explained.explanation;
   const std::string header = Header(explained);
-  if (explanation.kind == Kind::StopPhrase) {
+  if (explanation.kind == RecordKind::StopPhrase) {
     return header + "\n  Stop phrase: with this record the service ends the handling of records\n  Result: no alert";
   }
-  if (explanation.kind == Kind::OwnCrash) {
+  if (explanation.kind == RecordKind::OwnCrash) {
     return header + "\n  Own crash: the service does not alert to its own crash\n  Result: no alert";
   }
-  const std::string rules = explanation.kind == Kind::DiskEvent ? "\n  Rules: not asked, the disk check has taken the record"
-                                                                : RuleLines(explanation.rules);
+  const std::string rules = explanation.kind == RecordKind::DiskEvent
+                                ? "\n  Rules: not asked, the disk check has taken the record"
+                                : RuleLines(explanation.rules);
   return header + DiskLine(explanation) + rules + ExclusionLine(explanation) + "\n  Result: " + ResultText(explanation);
 }
 

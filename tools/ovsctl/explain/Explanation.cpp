@@ -6,10 +6,7 @@
 
 #include "base/App_Strings.h"
 #include "base/Numbers.h"
-#include "monitor/Phrases.h"
-#include "monitor/RuleFile.h"
-#include "os/Clock.h"
-#include "os/FolderWatch.h"
+#include "monitor/Rule.h"
 
 namespace ovs {
 
@@ -68,13 +65,8 @@ std::string_view NameOf(RuleCondition condition) {
   return {};
 }
 
-Explainer::Explainer(Installation& installation, TextView onlyRule)
-    : installation_(installation),
-      onlyRule_(onlyRule),
-      exclusions_(installation.FileSystem(), problems_, installation.Settings().rulesFolder),
-      book_({installation.FileSystem().Files(), os::SystemFolderWatcher(), os::SystemClock(), installation.Ini(), problems_,
-             exclusions_},
-            installation.Settings()) {}
+Explainer::Explainer(const RuleBookParts& parts, const MonitorSettings& settings, TextView onlyRule)
+    : ini_(parts.ini), diskEventsRuleName_(settings.diskEventsRuleName), onlyRule_(onlyRule), book_(parts, settings) {}
 
 std::size_t Explainer::RuleCount() {
   book_.Refresh();
@@ -90,17 +82,17 @@ bool Explainer::IsAsked(const RuleBook::Rule& rule) const {
 RuleOutcome Explainer::Ask(const RuleBook::Rule& rule, const EventRecord& record) {
   RuleOutcome out{.name = RuleName(rule.path), .usable = rule.usable, .failed = {}, .ruleSays = {}, .recordHas = {}};
   if (!rule.usable) return out;
-  RuleFileReader reader(installation_.Ini(), rule.path, rule.content);
+  RuleFileReader reader(ini_, rule.path, rule.content);
   out.failed = FirstFailedCondition(reader, record);
   if (out.failed) DescribeFailure(reader, *out.failed, record, out);
   return out;
 }
 
 std::optional<HidingLine> Explainer::FindHidingLine(const EventRecord& record) {
-  const auto list = exclusions_.ExcludedBy(record.eventCode, record.sourceName, record.message);
+  const auto list = book_.Exclusions().ExcludedBy(record.eventCode, record.sourceName, record.message);
   if (!list) return std::nullopt;
   const TextView values[] = {record.eventCode, record.sourceName, record.message};
-  auto line = exclusions_.LineThatExcludes(*list, values[*list]).value_or(GlobalExclusions::Line());
+  auto line = book_.Exclusions().LineThatExcludes(*list, values[*list]).value_or(GlobalExclusions::Line());
   return HidingLine{Text(GlobalExclusions::FileName(*list)), line.number, std::move(line.text)};
 }
 
@@ -108,21 +100,21 @@ Explanation Explainer::Explain(const EventRecord& record) {
   Explanation out;
   book_.Refresh();
   out.diskCheckIsOn = book_.DiskEventsOn();
-  if (Phrases::HasStopPhrase(record.message)) {
-    out.kind = Explanation::Kind::StopPhrase;
-    return out;
-  }
-  if (Phrases::IsOwnCrash(record)) {
-    out.kind = Explanation::Kind::OwnCrash;
-    return out;
-  }
-  out.disk = CheckForDiskEvent(record.sourceName, record.message);
+  out.kind = KindOf(record, {}, [&] {
+    out.disk = CheckForDiskEvent(record.sourceName, record.message);
+    return out.diskCheckIsOn && IsDiskEvent(out.disk);
+  });
+  if (out.kind == RecordKind::StopPhrase || out.kind == RecordKind::OwnCrash) return out;
   out.hiddenBy = FindHidingLine(record);
-  if (out.diskCheckIsOn && IsDiskEvent(out.disk)) {
-    out.kind = Explanation::Kind::DiskEvent;
-    if (!out.hiddenBy) out.alerts.push_back(installation_.Settings().diskEventsRuleName);
-    return out;
+  if (out.kind == RecordKind::DiskEvent) {
+    if (!out.hiddenBy) out.alerts.push_back(diskEventsRuleName_);
+  } else {
+    AskRules(record, out);
   }
+  return out;
+}
+
+void Explainer::AskRules(const EventRecord& record, Explanation& out) {
   std::vector<RuleOutcome> others;
   for (std::uint32_t i = 0; i < book_.RuleCount(); ++i) {
     if (!IsAsked(book_.RuleAt(i))) continue;
@@ -133,7 +125,6 @@ Explanation Explainer::Explain(const EventRecord& record) {
   for (const RuleOutcome& rule : out.rules) {
     if (rule.Matches() && !out.hiddenBy) out.alerts.push_back(rule.name);
   }
-  return out;
 }
 
 }  // namespace ovs

@@ -6,11 +6,10 @@
 #include <vector>
 
 #include "events/EventRecord.h"
-#include "monitor/DiskEvent.h"
 #include "monitor/GlobalExclusions.h"
+#include "monitor/RecordKind.h"
 #include "monitor/Rule.h"
 #include "monitor/RuleBook.h"
-#include "ovsctl/cli/Installation.h"
 
 namespace ovs {
 
@@ -33,9 +32,7 @@ struct HidingLine {
 };
 
 struct Explanation {
-  enum class Kind { StopPhrase, OwnCrash, DiskEvent, ForTheRules };
-
-  Kind kind = Kind::ForTheRules;
+  RecordKind kind = RecordKind::Ordinary;
   bool diskCheckIsOn = false;
   DiskFinding disk = DiskFinding::NoDiskSource;
   std::optional<HidingLine> hiddenBy;  // an exclusion: no alert whatever matches
@@ -45,8 +42,8 @@ struct Explanation {
 
 class Explainer {
  public:
-  // Looks at the rule of that name only when it is not empty.
-  Explainer(Installation& installation, TextView onlyRule);
+  // When `onlyRule` is not empty, only the rule of that name is looked at.
+  Explainer(const RuleBookParts& parts, const MonitorSettings& settings, TextView onlyRule);
 
   // At this moment, unusable ones among them.
   [[nodiscard]] std::size_t RuleCount();
@@ -54,13 +51,13 @@ class Explainer {
 
  private:
   [[nodiscard]] bool IsAsked(const RuleBook::Rule& rule) const;
+  void AskRules(const EventRecord& record, Explanation& out);
   [[nodiscard]] RuleOutcome Ask(const RuleBook::Rule& rule, const EventRecord& record);
   [[nodiscard]] std::optional<HidingLine> FindHidingLine(const EventRecord& record);
 
-  Installation& installation_;
+  App_Common& ini_;
+  Text diskEventsRuleName_;
   Text onlyRule_;
-  FileProblems problems_;
-  GlobalExclusions exclusions_;
   RuleBook book_;
 };
 

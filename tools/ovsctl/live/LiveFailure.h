@@ -3,7 +3,7 @@
 
 #include "base/RuntimeError.h"
 #include "base/Text.h"
-#include "events/os/LiveRecords.h"
+#include "events/LiveRecords.h"
 
 namespace ovs {
 

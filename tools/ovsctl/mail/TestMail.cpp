@@ -112,7 +112,7 @@ void PrintJson(const std::vector<ObservedMail>& mails, bool session) {
 
 // The alerts themselves may go elsewhere, or nowhere.
 void SayWhereAlertsGo(Installation& installation, modEmailSvc& module) {
-  const bool on = installation.Ini().ReadINI(installation.Settings().configIniPath, u"Monitoring", u"EventEmails") == u"1";
+  const bool on = IsOn(MonitorSwitch::EventEmails, installation.Ini(), installation.Settings());
   if (!on) Console::Say("Alerts are not mailed at present: EventEmails in [Monitoring] is not 1.");
   const std::vector<modEmailSvc::Copy> copies = module.AlertCopies();
   for (const modEmailSvc::Copy& copy : copies) {

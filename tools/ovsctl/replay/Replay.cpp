@@ -11,6 +11,7 @@
 #include "base/Encoding.h"
 #include "diag/App_Debug.h"
 #include "events/files/Records.h"
+#include "monitor/AlertSink.h"
 #include "monitor/modFilterEvents.h"
 #include "os/FolderWatch.h"
 #include "ovsctl/cli/Command.h"
@@ -120,9 +121,8 @@ std::optional<Input> InputOf(const ReplayOptions& options) {
 
 // False when nothing may be sent; the reason was said.
 bool MaySend(const ReplayOptions& options, Installation& installation, ServiceMail& mail) {
-  const MonitorSettings& settings = installation.Settings();
   const std::vector<modEmailSvc::Copy> copies = mail.Module().AlertCopies();
-  if (installation.Ini().ReadINI(settings.configIniPath, u"Monitoring", u"EventEmails") != u"1" || copies.empty()) {
+  if (!IsOn(MonitorSwitch::EventEmails, installation.Ini(), installation.Settings()) || copies.empty()) {
     static_cast<void>(Console::Fail("with these settings no alert is mailed; run without --send-mails to see why"));
     return false;
   }
@@ -149,7 +149,15 @@ class Run {
         files_(installation.FileSystem(), installation.Settings()),
         statistics_(options.writeLogs ? &files_ : nullptr),
         mailer_(statistics_, mail, options.sendMails),
-        filter_(PartsWith(statistics_, mailer_), installation.Settings()) {}
+        action_(installation.Ini(), mailer_, installation.Settings()),
+        alerts_({action_, statistics_}),
+        filter_({.fileSystem = installation.FileSystem(),
+                 .ini = installation.Ini(),
+                 .time = installation.Time(),
+                 .clock = os::SystemClock(),
+                 .watcher = os::SystemFolderWatcher(),
+                 .alerts = alerts_},
+                installation.Settings()) {}
 
   // False when there was nothing to read from, which was said.
   bool Read(const Input& input) {
@@ -212,11 +220,6 @@ class Run {
   }
 
  private:
-  [[nodiscard]] FilterParts PartsWith(AlertLog& log, AlertMailer& mailer) const {
-    return {installation_.FileSystem(), installation_.Ini(),      installation_.Time(), mailer, log,
-            os::SystemClock(),          os::SystemFolderWatcher()};
-  }
-
   // Past records hold a stop phrase for every stop of the service; replay goes on behind them.
   void Take(const RawRecord& raw, Progress& progress) {
     constexpr std::uint64_t kLiveRecordsAtOnce = 256;
@@ -233,6 +236,8 @@ class Run {
   EventLogFiles files_;
   ReplayStatistics statistics_;
   ReplayMailer mailer_;
+  AlertAction action_;
+  AlertSequence alerts_;
   modFilterEvents filter_;
   RecordReadResult result_;
   std::vector<EventRecord> kept_;

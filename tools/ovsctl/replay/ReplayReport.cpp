@@ -5,7 +5,7 @@
 #include <tuple>
 
 #include "base/Numbers.h"
-#include "events/RecordTime.h"
+#include "events/EventRecord.h"
 #include "ovsctl/cli/Console.h"
 
 namespace ovs {
@@ -130,7 +130,7 @@ ReplayReport MakeReplayReport(const ReplayStatistics& statistics, const ReplayFa
   report.stopPhrases = facts.stopPhrases;
   report.alerts = statistics.Alerts();
   report.diskCheckOn = facts.diskCheckOn;
-  report.emailsOn = installation.Ini().ReadINI(settings.configIniPath, u"Monitoring", u"EventEmails") == u"1";
+  report.emailsOn = IsOn(MonitorSwitch::EventEmails, installation.Ini(), settings);
   report.mailsOfAlert = facts.mailsOfAlert;
   report.mailsIfOn = report.alerts * report.mailsOfAlert.size();
   if (!statistics.Span().isEmpty) {

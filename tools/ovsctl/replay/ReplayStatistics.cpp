@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "base/App_Strings.h"
-#include "events/RecordTime.h"
+#include "events/EventRecord.h"
 #include "monitor/Rule.h"
 
 namespace ovs {
@@ -76,8 +76,8 @@ void ReplayStatistics::Take(const EventRecord& record) {
   ++source_->records;
 }
 
-void ReplayStatistics::Write(const Alert& alert) {
-  RuleStatistics& rule = rules_[{alert.isDiskAlert, Text(alert.ruleName)}];
+void ReplayStatistics::OnAlert(const Alert& alert) {
+  RuleStatistics& rule = rules_[{alert.kind == AlertKind::Disk, Text(alert.ruleName)}];
   if (rule.matches == 0) rule.sample = SampleOf(alert.record);
   ++rule.matches;
   ++alerts_;
@@ -90,12 +90,12 @@ void ReplayStatistics::Write(const Alert& alert) {
     rule.busiest.Add(minute);
     rule.line.Add(minute);
   }
-  if (next_ != nullptr) next_->Write(alert);
+  if (next_ != nullptr) next_->OnAlert(alert);
 }
 
-void ReplayStatistics::Hidden(const HiddenAlert& alert) {
+void ReplayStatistics::OnHidden(const HiddenAlert& alert) {
   ++hidden_[alert.list];
-  ++rules_[{alert.isDiskAlert, Text(alert.ruleName)}].hidden[alert.list];
+  ++rules_[{alert.kind == AlertKind::Disk, Text(alert.ruleName)}].hidden[alert.list];
 }
 
 }  // namespace ovs

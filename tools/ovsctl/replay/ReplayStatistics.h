@@ -7,7 +7,7 @@
 #include <optional>
 #include <utility>
 
-#include "monitor/AlertLog.h"
+#include "monitor/Alert.h"
 #include "ovsctl/replay/ReplayTally.h"
 
 namespace ovs {
@@ -42,20 +42,20 @@ struct RuleStatistics {
   AlertSample sample;
 };
 
-class ReplayStatistics final : public AlertLog {
+class ReplayStatistics final : public AlertSink {
  public:
   // A rule's name, and whether it stands for the disk check.
   using RuleKey = std::pair<bool, Text>;
 
   // `next`, when there is one, writes down what is counted.
-  explicit ReplayStatistics(AlertLog* next) : next_(next) {}
+  explicit ReplayStatistics(AlertSink* next) : next_(next) {}
 
   // Each record, before the rule engine gets it; it must live until the engine is done with it.
   void Take(const EventRecord& record);
-  // An alert was handed to e-mail; its Write follows.
+  // An alert was handed to e-mail; its OnAlert follows.
   void AlertMailed() { mailed_ = true; }
-  void Write(const Alert& alert) override;
-  void Hidden(const HiddenAlert& alert) override;
+  void OnAlert(const Alert& alert) override;
+  void OnHidden(const HiddenAlert& alert) override;
 
   [[nodiscard]] std::uint64_t Records() const { return records_; }
   [[nodiscard]] std::uint64_t Alerts() const { return alerts_; }
@@ -68,7 +68,7 @@ class ReplayStatistics final : public AlertLog {
   [[nodiscard]] const std::map<RuleKey, RuleStatistics>& Rules() const { return rules_; }
 
  private:
-  AlertLog* next_;
+  AlertSink* next_;
   std::uint64_t records_ = 0;
   std::uint64_t alerts_ = 0;
   std::uint64_t otherLogs_ = 0;

@@ -4,9 +4,7 @@
 
 #include "base/App_Strings.h"
 #include "config/Config_Init.h"
-#include "config/FileProblems.h"
 #include "diag/App_Debug.h"
-#include "monitor/AlertAction.h"
 #include "monitor/GlobalExclusions.h"
 #include "monitor/RuleBook.h"
 #include "os/Clock.h"
@@ -48,14 +46,14 @@ class Remarks {
 // As for the first record after a start.
 void LookAtRules(Installation& installation, StatusFacts& facts) {
   const Remarks remarks(facts.problems);
-  FileProblems problems;
-  GlobalExclusions exclusions(installation.FileSystem(), problems, installation.Settings().rulesFolder);
-  RuleBook book({installation.FileSystem().Files(), os::SystemFolderWatcher(), os::SystemClock(), installation.Ini(),
-                 problems, exclusions},
+  RuleBook book({.fileSystem = installation.FileSystem(),
+                 .ini = installation.Ini(),
+                 .clock = os::SystemClock(),
+                 .watcher = os::SystemFolderWatcher()},
                 installation.Settings());
   book.Refresh();
   for (const auto list : {GlobalExclusions::kIds, GlobalExclusions::kSources, GlobalExclusions::kTexts}) {
-    static_cast<void>(exclusions.Lines(list));
+    static_cast<void>(book.Exclusions().Lines(list));
   }
   facts.ruleFiles = book.RuleCount();
   facts.diskEvents = book.DiskEventsOn();
@@ -72,7 +70,7 @@ void LookAtMail(Installation& installation, StatusFacts& facts) {
   std::vector<Text> lacks;
   {
     const Remarks remarks(lacks);
-    facts.eventEmails = AlertAction::MailsAlerts(installation.Ini(), installation.Settings().configIniPath);
+    facts.eventEmails = IsOn(MonitorSwitch::EventEmails, installation.Ini(), installation.Settings());
     facts.copies = mail.Module().AlertCopies();
     facts.route = mail.Module().RouteOfMails();
   }

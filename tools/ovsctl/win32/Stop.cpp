@@ -1,6 +1,6 @@
 #include "ovsctl/win32/Stop.h"
 
-#include "monitor/Phrases.h"
+#include "monitor/RecordKind.h"
 #include "os/PendingError.h"
 #include "os/System.h"
 #include "os/win32/Win32Error.h"

@@ -9,7 +9,7 @@
 #include "base/Numbers.h"
 #include "diag/App_Debug.h"
 #include "monitor/GlobalExclusions.h"
-#include "monitor/Phrases.h"
+#include "monitor/RecordKind.h"
 #include "os/Crypto.h"
 #include "ovsctl/cli/Command.h"
 #include "ovsctl/cli/Console.h"
@@ -56,7 +56,7 @@ int SendsNothing(std::string_view why) { return Console::Fail("the test record w
 // What in the settings keeps a disk alert from being raised; kDone when nothing does.
 int CheckSettings(Installation& installation, TextView text) {
   const MonitorSettings& settings = installation.Settings();
-  if (installation.Ini().ReadINI(settings.configIniPath, u"Monitoring", u"DiskEvents") != u"1") {
+  if (!IsOn(MonitorSwitch::DiskEvents, installation.Ini(), settings)) {
     return SendsNothing("DiskEvents is not 1 in section [Monitoring] of " + Console::Shown(settings.configIniPath));
   }
   FileProblems problems;
@@ -92,9 +92,7 @@ class Trial {
 
   // The mails are sent before the alert is logged, so their outcome is known by then.
   int TellMails() {
-    const bool on =
-        installation_.Ini().ReadINI(installation_.Settings().configIniPath, u"Monitoring", u"EventEmails") == u"1";
-    if (!on) {
+    if (!IsOn(MonitorSwitch::EventEmails, installation_.Ini(), installation_.Settings())) {
       Console::Print("Mail:   none is sent, EventEmails is not 1 in section [Monitoring].");
       return kDone;
     }

@@ -12,7 +12,7 @@
 #include "base/App_Strings.h"
 #include "base/Encoding.h"
 #include "base/RuntimeError.h"
-#include "events/RecordTime.h"
+#include "events/EventRecord.h"
 #include "events/files/Records.h"
 #include "events/win32/WmiEventSource.h"
 #include "ovsctl/cli/Command.h"

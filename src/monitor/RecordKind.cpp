@@ -1,17 +1,21 @@
-#include "monitor/DiskEvent.h"
+#include "monitor/RecordKind.h"
 
 #include <algorithm>
 #include <initializer_list>
 
 #include "base/App_Strings.h"
 #include "base/Fold.h"
-#include "monitor/Phrases.h"
 
 namespace ovs {
 
 namespace {
 
 constexpr TextView kDrivers[] = {u"Disk", u"DMIO", u"Chkdsk"};
+
+bool IsOwnCrash(const EventRecord& record) {
+  return App_Strings::StringsMatch(record.sourceName, u"service control manager") &&
+         ContainsFolded(record.message, Phrases::kOwnCrash);
+}
 
 bool ContainsAny(TextView text, std::initializer_list<TextView> parts) {
   return std::ranges::any_of(parts, [&](TextView part) { return ContainsFolded(text, part); });
@@ -38,12 +42,19 @@ DiskFinding CheckBySource(TextView sourceName, TextView message) {
 
 }  // namespace
 
-bool IsDiskSource(TextView sourceName) { return IsDriver(sourceName) || IsFileSystem(sourceName); }
+RecordKind KindOf(const EventRecord& record, const RecordHints& hints, const std::function<bool()>& isDiskEvent) {
+  if (hints.mayBeStopPhrase && ContainsFolded(record.message, Phrases::kStop)) return RecordKind::StopPhrase;
+  if (hints.mayBeOwnCrash && IsOwnCrash(record)) return RecordKind::OwnCrash;
+  if (hints.mayBeDiskEvent && isDiskEvent()) return RecordKind::DiskEvent;
+  return RecordKind::Ordinary;
+}
 
 DiskFinding CheckForDiskEvent(TextView sourceName, TextView message) {
   const DiskFinding finding = CheckBySource(sourceName, message);
   if (IsDiskEvent(finding) || !ContainsFolded(message, Phrases::kFakeDisk)) return finding;
   return DiskFinding::TestPhrase;
 }
+
+bool IsDiskSource(TextView sourceName) { return IsDriver(sourceName) || IsFileSystem(sourceName); }
 
 }  // namespace ovs

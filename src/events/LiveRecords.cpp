@@ -1,4 +1,4 @@
-#include "events/LiveQuery.h"
+#include "events/LiveRecords.h"
 
 #include "base/Encoding.h"
 #include "base/Numbers.h"
