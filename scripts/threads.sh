@@ -10,7 +10,7 @@ say "ThreadSanitizer"
 targets=(base_tests diag_tests monitor_tests service_tests mail_tests)
 build native-tsan "${targets[@]}"
 # A fault of the processor is none of the threads'; the others would take minutes and have one thread.
-without='*Fault*:MExceptionHandler*:MemoryTest*:*/MemoryTest*:RuleIndexTest*'
+without='*Fault*:MExceptionHandler*:MemoryTest*:*/MemoryTest*:Decisions*'
 for target in "${targets[@]}"; do
   printf '%s ... ' "$target"
   TSAN_OPTIONS=halt_on_error=1:exitcode=66 quietly "build/logs/tsan-$target.log" "build/native-tsan/bin/$target" --gtest_filter="-$without"

@@ -90,19 +90,17 @@ bool RuleBook::LookAtSettings() {
 }
 
 bool RuleBook::LookAtRules() {
-  switch (rulesFolder_.Look()) {
-    case FolderLook::Outcome::Same:
-      break;
-    case FolderLook::Outcome::Changed:
-      problems_.Clear(settings_.rulesFolder);
-      exclusions_.Forget();
-      ReadChangedRules();
-      break;
-    case FolderLook::Outcome::Failed:
-      // The rules that are known go on serving.
-      problems_.Report(FileKind::RulesFolder, settings_.rulesFolder,
-                       DescribeReadOutcome(ReadOutcome::Failed, TakePendingSystemError()));
-      return false;
+  const FolderLook::Outcome outcome = rulesFolder_.Look();
+  if (outcome == FolderLook::Outcome::Failed) {
+    // The rules that are known go on serving.
+    problems_.Report(FileKind::RulesFolder, settings_.rulesFolder,
+                     DescribeReadOutcome(ReadOutcome::Failed, TakePendingSystemError()));
+    return false;
+  }
+  problems_.Clear(settings_.rulesFolder);
+  if (outcome == FolderLook::Outcome::Changed) {
+    exclusions_.Forget();
+    ReadChangedRules();
   }
   return true;
 }
