@@ -6,6 +6,7 @@
 #include "base/Text.h"
 #include "config/FileProblems.h"
 #include "config/PlainIni.h"
+#include "config/SettingNames.h"
 #include "os/Files.h"
 
 namespace ovs {
@@ -28,6 +29,16 @@ class App_Common {
 
   // The same out of a file that LoadIni has read; `sFile` is only named in traces.
   Text ReadINI(const PlainIni& content, TextView sFile, TextView sSection, TextView sKey);
+
+  // These read an entry of the table of settings; the last two: whether the switch is on.
+  Text ReadINI(TextView sFile, const SettingName& setting) { return ReadINI(sFile, setting.section, setting.key); }
+  Text ReadINI(const PlainIni& content, TextView sFile, const SettingName& setting) {
+    return ReadINI(content, sFile, setting.section, setting.key);
+  }
+  bool IsOn(TextView sFile, const SettingName& setting) { return ReadINI(sFile, setting) == u"1"; }
+  bool IsOn(const PlainIni& content, TextView sFile, const SettingName& setting) {
+    return ReadINI(content, sFile, setting) == u"1";
+  }
 
   // Reads a file once for many keys. An unusable file is reported once, until it can be used again or its reason changes.
   IniLoad LoadIni(TextView sFile, PlainIni& out);

@@ -19,6 +19,7 @@
 #include "config/Config_FoldedHash.h"
 #include "config/Config_KVP.h"
 #include "config/Config_Value.h"
+#include "config/SettingNames.h"
 #include "platform/App_FileSystem.h"
 
 namespace ovs {
@@ -165,6 +166,12 @@ class Config_Class {
   [[nodiscard]] std::int32_t GetLong(TextView sKey, bool bMinusOneIfMissing = false, Text* sDefFile = nullptr) const;
   // "1" and "2" are true, other texts false, an empty one is the default.
   [[nodiscard]] bool GetBool(TextView sKey, bool bDefault = false, Text* sDefFile = nullptr) const;
+  // The same of an entry of the table of settings.
+  [[nodiscard]] Text GetString(const SettingName& setting) const { return GetString(setting.key); }
+  [[nodiscard]] std::int32_t GetLong(const SettingName& setting, bool bMinusOneIfMissing = false) const {
+    return GetLong(setting.key, bMinusOneIfMissing);
+  }
+  [[nodiscard]] bool GetBool(const SettingName& setting) const { return GetBool(setting.key); }
   // True when the array holds something at the end.
   bool GetStringArray(TextView sKey, std::vector<Text>& arrValue, const StringArrayOptions& options = {},
                       Text* sDefFile = nullptr) const;

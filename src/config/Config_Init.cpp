@@ -16,35 +16,35 @@ void LoadAll(Config_Class& config, const App_Env& environment, bool singleFile) 
 }
 
 void EncryptPasswords(Config_Class& config) {
-  config.Ensure_Encrypted(u"Email.SMTP.Password");
+  config.Ensure_Encrypted(ProgramSettings::kSmtpPassword.key);
   for (const Config_KVP& entry : config.NewEnum()) {
     if (Config_Class::IsSecretKey(entry.Key())) config.Ensure_Encrypted(entry.Key());
   }
 }
 
-void SwitchOn(const Config_Class& config, TextView key, bool& feature) {
-  if (config.GetBool(key)) feature = true;
+void SwitchOn(const Config_Class& config, const SettingName& setting, bool& feature) {
+  if (config.GetBool(setting)) feature = true;
 }
 
 void ReadSwitches(const Config_Class& config, DebugSwitches& switches) {
-  SwitchOn(config, u"Debug.Log.Verbose", switches.verbose);
-  SwitchOn(config, u"Debug.SystemOutput.Enable", switches.systemOutput);
-  if (Text prefix = config.GetString(u"Debug.SystemOutput.Prefix"); !prefix.empty()) {
+  SwitchOn(config, ProgramSettings::kLogVerbose, switches.verbose);
+  SwitchOn(config, ProgramSettings::kSystemOutput, switches.systemOutput);
+  if (Text prefix = config.GetString(ProgramSettings::kSystemOutputPrefix); !prefix.empty()) {
     switches.systemOutputPrefix = std::move(prefix);
   }
-  SwitchOn(config, u"Debug.EnvDump", switches.envDump);
-  SwitchOn(config, u"Debug.ProcDump", switches.procDump);
-  SwitchOn(config, u"Debug.ProcDump.IncompleteOnly", switches.procDumpIncompleteOnly);
-  SwitchOn(config, u"Debug.ProcDump.IncludeProcTimers", switches.procDumpIncludeProcTimers);
-  const std::int32_t eventTypes = config.GetLong(u"Debug.ProcDump.EventTypes", true);
+  SwitchOn(config, ProgramSettings::kEnvDump, switches.envDump);
+  SwitchOn(config, ProgramSettings::kProcDump, switches.procDump);
+  SwitchOn(config, ProgramSettings::kProcDumpIncompleteOnly, switches.procDumpIncompleteOnly);
+  SwitchOn(config, ProgramSettings::kProcDumpIncludeTimers, switches.procDumpIncludeProcTimers);
+  const std::int32_t eventTypes = config.GetLong(ProgramSettings::kProcDumpEventTypes, true);
   if (eventTypes != -1) switches.procDumpEventTypes = eventTypes;
-  SwitchOn(config, u"Debug.PerfTimer.Enable", switches.perfTimer);
+  SwitchOn(config, ProgramSettings::kPerfTimer, switches.perfTimer);
 }
 
 // The switch tells what is the case: on only when the file could be opened.
 void StartRealTime(const Config_Class& config, DebugSwitches& switches) {
   bool wanted = false;
-  SwitchOn(config, u"Debug.Log.RealTime", wanted);
+  SwitchOn(config, ProgramSettings::kLogRealTime, wanted);
   if (!wanted || switches.realTime || !Diagnostics().DebugLogStartRealTime()) return;
   switches.realTime = true;
   Diagnostics().SetSwitches(switches);
@@ -63,7 +63,8 @@ std::unique_ptr<Config_Class> Config_Init(App_FileSystem& fileSystem, App_Env& e
     config->DefaultConfigFile = App_FilePath::JoinPath(environment.ApplicationFolder(), environment.ProgramName() + u".cfg");
     LoadAll(*config, environment, options.bSingleFile);
     EncryptPasswords(*config);
-    if (const Text address = config->GetString(u"Env.WANAddress"); !address.empty()) environment.SetWanAddress(address);
+    if (const Text address = config->GetString(ProgramSettings::kWanAddress); !address.empty())
+      environment.SetWanAddress(address);
     config->SaveOnRelease = !options.bNoReleaseSave && options.bStartedAsService;
     if (options.bLoadDebugSettings) LoadDebugSettings(config.get(), true);
   });

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "base/Text.h"
+#include "config/SettingNames.h"
 
 namespace ovs {
 
@@ -27,6 +28,9 @@ class PlainIni {
   // The value as it stands in the file between its outer white space, quotes included; none when the section or the key
   // is missing or the key has no "=". The view lives as long as this object or a copy of it.
   [[nodiscard]] std::optional<TextView> RawValue(TextView section, TextView key) const;
+  [[nodiscard]] std::optional<TextView> RawValue(const SettingName& setting) const {
+    return RawValue(setting.section, setting.key);
+  }
 
   // A line as it is read; empty ones are none. The views lie within Content().
   struct Line {
