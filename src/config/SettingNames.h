@@ -74,29 +74,32 @@ namespace RuleSettings {
 
 using enum SettingKind;
 
-// The logs that a rule can name, in the order in which a record's log is looked up.
-inline constexpr SettingName kLogs[] = {
+inline constexpr SettingName kEventID{u"EventDetail", u"EventID", EventNumber};
+inline constexpr SettingName kEventSource{u"EventDetail", u"EventSource"};
+inline constexpr SettingName kEventDesc{u"EventDetail", u"EventDesc"};      // a text that must occur
+inline constexpr SettingName kEventDescEx{u"EventDetail", u"EventDescEx"};  // a text that must not
+
+inline constexpr SettingName kAll[] = {
     SettingName{u"LogFile", u"System", Switch},
     SettingName{u"LogFile", u"Application", Switch},
     SettingName{u"LogFile", u"Security", Switch},
     SettingName{u"LogFile", u"Microsoft-Windows-Windows Defender/Operational", Switch},
     SettingName{u"LogFile", u"Microsoft-Windows-Windows Firewall With Advanced Security/Firewall", Switch},
     SettingName{u"LogFile", u"Microsoft-Windows-WindowsUpdateClient/Operational", Switch},
-};
-
-// The types of records.
-inline constexpr SettingName kTypes[] = {
-    SettingName{u"EventType", u"Error", Switch},   SettingName{u"EventType", u"Warning", Switch},
-    SettingName{u"EventType", u"Info", Switch},    SettingName{u"EventType", u"Success", Switch},
+    SettingName{u"EventType", u"Error", Switch},
+    SettingName{u"EventType", u"Warning", Switch},
+    SettingName{u"EventType", u"Info", Switch},
+    SettingName{u"EventType", u"Success", Switch},
     SettingName{u"EventType", u"Failure", Switch},
+    kEventID,
+    kEventSource,
+    kEventDesc,
+    kEventDescEx,
 };
 
-inline constexpr SettingName kEventID{u"EventDetail", u"EventID", EventNumber};
-inline constexpr SettingName kEventSource{u"EventDetail", u"EventSource"};
-inline constexpr SettingName kEventDesc{u"EventDetail", u"EventDesc"};      // a text that must occur
-inline constexpr SettingName kEventDescEx{u"EventDetail", u"EventDescEx"};  // a text that must not
-
-inline constexpr SettingName kDetails[] = {kEventID, kEventSource, kEventDesc, kEventDescEx};
+// The logs that a rule can name, in the order in which a record's log is looked up, and the types of records.
+inline constexpr std::span<const SettingName, 6> kLogs = std::span(kAll).subspan<0, 6>();
+inline constexpr std::span<const SettingName, 5> kTypes = std::span(kAll).subspan<6, 5>();
 
 }  // namespace RuleSettings
 

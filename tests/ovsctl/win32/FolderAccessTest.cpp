@@ -1,6 +1,6 @@
 // Whom an access list lets change what the service runs. The lists are judged in their text form: an emulated system keeps
 // only part of what is set on a folder.
-#include "ovsctl/win32/FolderAccess.h"
+#include "ovsctl/service/win32/FolderAccess.h"
 
 #include <gtest/gtest.h>
 

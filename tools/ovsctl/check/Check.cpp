@@ -1,14 +1,23 @@
-#include "ovsctl/check/Check.h"
-
+// `ovsctl check`: what is wrong with rules, lists and settings, and how to mend it.
+#include <CLI/CLI.hpp>
+#include <memory>
 #include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
 
 #include "ovsctl/check/CheckFiles.h"
-#include "ovsctl/cli/Command.h"
+#include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 
 namespace ovs {
 
 namespace {
+
+struct CheckOptions {
+  std::string applicationFolder;   // as typed
+  std::vector<std::string> files;  // as typed; without any, all of the application folder
+  bool json = false;
+};
 
 using Console::Style;
 
@@ -45,8 +54,7 @@ void PrintJson(const Findings& findings) {
   Console::Print(report.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
 }
 
-}  // namespace
-
+// kDone when nothing is wrong, kFindings when something is, kFailed when nothing could be looked at.
 int RunCheck(const CheckOptions& options) {
   const std::unique_ptr<Installation> installation = Installation::Open(options.applicationFolder);
   if (!installation) return kFailed;
@@ -67,6 +75,25 @@ int RunCheck(const CheckOptions& options) {
   Console::Say(Counted(findings.FileCount(), "file") + " checked: " +
                (clean ? "nothing is wrong" : Counted(errors, "error") + ", " + Counted(warnings, "warning")) + ".");
   return clean ? kDone : kFindings;
+}
+
+}  // namespace
+
+void AddCheckCommand(Program& program) {
+  const auto options = std::make_shared<CheckOptions>();
+  CLI::App* const command =
+      AddCommand(program,
+                 {.name = "check",
+                  .purpose = "Read rules, exclusion lists and settings as the service does, and say what is "
+                             "wrong, where, and how to mend it. Without files: all of the application folder.",
+                  .examples = "ovsctl check\n"
+                              "ovsctl check --app C:\\Orvanta --json\n"
+                              "ovsctl check \"C:\\Orvanta\\Config\\Rules\\Failed logon.DAT\""},
+                 [options] { return RunCheck(*options); });
+  AddAppOption(*command, options->applicationFolder);
+  command->add_flag("--json", options->json, "Print the findings as JSON");
+  command->add_option("files", options->files, "Rule files (.DAT), exclusion lists, Orvanta.ini, .cfg files")
+      ->type_name("FILE");
 }
 
 }  // namespace ovs

@@ -136,7 +136,7 @@ void FilesCheck::CheckMainSettings(TextView path, Need need) {
     return;
   }
   if (!IsUsable(path)) return;
-  CheckIniLines(files_, content, MainSettingKeys(), findings_);
+  CheckIniLines(files_, content, MainSettings::kAll, findings_);
   CheckMailSettings(installation_, content, findings_);
 }
 
@@ -160,7 +160,7 @@ bool FilesCheck::LooksLikeRule(TextView path) {
     return false;
   }
   const PlainIni content(DecodeFile(bytes));
-  return content.HasSection(u"LogFile") || content.HasSection(u"EventType") || content.HasSection(u"EventDetail");
+  return std::ranges::any_of(SectionsOf(RuleSettings::kAll), [&](TextView each) { return content.HasSection(each); });
 }
 
 void FilesCheck::CheckOne(TextView path) {

@@ -58,6 +58,38 @@ TextView NearestName(TextView name, std::span<const TextView> known) {
   return nearest;
 }
 
+const SettingName* FindSetting(std::span<const SettingName> settings, TextView section, TextView key) {
+  const auto found = std::ranges::find_if(
+      settings, [&](const SettingName& each) { return EqualsFolded(each.section, section) && EqualsFolded(each.key, key); });
+  return found == settings.end() ? nullptr : &*found;
+}
+
+std::vector<TextView> SectionsOf(std::span<const SettingName> settings) {
+  std::vector<TextView> sections;
+  for (const SettingName& each : settings) {
+    if (std::ranges::find(sections, each.section) == sections.end()) sections.push_back(each.section);
+  }
+  return sections;
+}
+
+std::vector<TextView> KeysOf(std::span<const SettingName> settings, TextView section) {
+  std::vector<TextView> names;
+  for (const SettingName& each : settings) {
+    if (EqualsFolded(each.section, section)) names.push_back(each.key);
+  }
+  return names;
+}
+
+TextView SectionWith(std::span<const SettingName> settings, TextView key) {
+  TextView section;
+  for (const SettingName& each : settings) {
+    if (!EqualsFolded(each.key, key)) continue;
+    if (!section.empty()) return {};
+    section = each.section;
+  }
+  return section;
+}
+
 std::string Quoted(TextView text) {
   constexpr std::size_t kMost = 60;
   return '"' + Console::Shown(text, kMost) + '"';

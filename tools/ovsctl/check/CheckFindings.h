@@ -1,4 +1,4 @@
-// What `ovsctl check` finds, gathered in the order of the files.
+// The findings of `ovsctl check`, gathered in the order of the files, and the names that a misspelled one may have meant.
 #pragma once
 
 #include <cstddef>
@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "base/Text.h"
+#include "config/SettingNames.h"
 
 namespace ovs {
 
@@ -49,6 +50,15 @@ class Findings {
 [[nodiscard]] std::size_t EditDistance(TextView a, TextView b);
 // The known name that was probably meant; empty when none is near.
 [[nodiscard]] TextView NearestName(TextView name, std::span<const TextView> known);
+
+// In these `settings` is one of the tables of SettingNames.h.
+// Null when there is none; case does not count.
+[[nodiscard]] const SettingName* FindSetting(std::span<const SettingName> settings, TextView section, TextView key);
+// Each once, in the order of the table.
+[[nodiscard]] std::vector<TextView> SectionsOf(std::span<const SettingName> settings);
+[[nodiscard]] std::vector<TextView> KeysOf(std::span<const SettingName> settings, TextView section);
+// The only section that has this key; empty when there is none or more than one.
+[[nodiscard]] TextView SectionWith(std::span<const SettingName> settings, TextView key);
 
 // A text out of a file between quotation marks, safe to show and not long.
 [[nodiscard]] std::string Quoted(TextView text);

@@ -31,7 +31,7 @@ TextView FirstWord(TextView line) { return line.substr(0, line.find_first_of(u" 
 
 class IniLines {
  public:
-  IniLines(os::Files& files, std::span<const KnownKey> known, Findings& findings)
+  IniLines(os::Files& files, std::span<const SettingName> known, Findings& findings)
       : files_(files), known_(known), sections_(SectionsOf(known)), findings_(findings) {}
 
   void Take(const Line& line) {
@@ -68,7 +68,7 @@ class IniLines {
   }
 
   void TakeKey(const Line& line) {
-    const KnownKey* const key = FindKey(known_, section_, line.name);
+    const SettingName* const key = FindSetting(known_, section_, line.name);
     if (!line.value) return TakeLineWithoutValue(line, key);
     CheckPlace(line);
     if (key == nullptr) {
@@ -81,7 +81,7 @@ class IniLines {
       findings_.Error(line.number, Console::Shown(key->key) + " is too long; only the first 8191 characters are read",
                       "Shorten the value.");
     }
-    if (key->kind == ValueKind::Plain) CheckText(*key, value, line.number);
+    if (key->kind == SettingKind::Plain) CheckText(*key, value, line.number);
     CheckValue(files_, {*key, value, line.number}, findings_);
   }
 
@@ -120,7 +120,7 @@ class IniLines {
                     mend);
   }
 
-  void TakeLineWithoutValue(const Line& line, const KnownKey* key) {
+  void TakeLineWithoutValue(const Line& line, const SettingName* key) {
     if (LooksLikeRemark(line.whole)) {
       findings_.Warning(line.number, "this line is a key without a value, not a remark", "Begin remarks with \";\".");
     } else if (line.name.ends_with(u']')) {
@@ -139,7 +139,7 @@ class IniLines {
     if (inSection_) keyLines_.emplace(Fold(line.name), line.number);
   }
 
-  void CheckText(const KnownKey& key, TextView value, std::size_t line) {
+  void CheckText(const SettingName& key, TextView value, std::size_t line) {
     CheckEncoding(value, line, findings_);
     if (value.find(u" ;") == TextView::npos) return;
     findings_.Warning(line, Console::Shown(key.key) + " holds \" ;\", and what stands behind it is part of the value",
@@ -147,7 +147,7 @@ class IniLines {
   }
 
   os::Files& files_;
-  std::span<const KnownKey> known_;
+  std::span<const SettingName> known_;
   std::vector<TextView> sections_;
   Findings& findings_;
   TextView section_;
@@ -158,7 +158,7 @@ class IniLines {
 
 }  // namespace
 
-void CheckIniLines(os::Files& files, const PlainIni& ini, std::span<const KnownKey> known, Findings& findings) {
+void CheckIniLines(os::Files& files, const PlainIni& ini, std::span<const SettingName> known, Findings& findings) {
   IniLines lines(files, known, findings);
   for (const Line& line : ini.Lines()) lines.Take(line);
 }
@@ -170,18 +170,18 @@ std::size_t LineOfSection(std::span<const Line> lines, TextView section) {
   return 0;
 }
 
-std::size_t LineOfKey(std::span<const Line> lines, TextView section, TextView key) {
-  const std::size_t start = LineOfSection(lines, section);
+std::size_t LineOfKey(std::span<const Line> lines, const SettingName& setting) {
+  const std::size_t start = LineOfSection(lines, setting.section);
   for (const Line& line : lines) {
     if (start == 0 || line.number <= start) continue;
     if (line.kind == Line::Kind::Section) break;
-    if (line.kind == Line::Kind::Key && EqualsFolded(line.name, key)) return line.number;
+    if (line.kind == Line::Kind::Key && EqualsFolded(line.name, setting.key)) return line.number;
   }
   return 0;
 }
 
-Text ValueOf(const PlainIni& ini, TextView section, TextView key) {
-  return ProfileValue(ini.RawValue(section, key).value_or(TextView()));
+Text ValueOf(const PlainIni& ini, const SettingName& setting) {
+  return ProfileValue(ini.RawValue(setting).value_or(TextView()));
 }
 
 }  // namespace ovs

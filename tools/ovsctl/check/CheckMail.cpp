@@ -12,7 +12,6 @@ namespace ovs {
 
 namespace {
 
-constexpr TextView kSection = u"EmailConfig";
 constexpr std::int32_t kImplicitPort = 465;
 constexpr std::int32_t kSubmissionPort = 587;
 constexpr std::int32_t kImplicitTls = 1;
@@ -23,33 +22,33 @@ class MailSettings {
 
   void CheckComplete() {
     struct Needed {
-      TextView key;
+      SettingName setting;
       const char* mend;
     };
     static constexpr Needed kNeeded[] = {
-        {u"AdminEmail", "Write the technician's address behind AdminEmail=."},
-        {u"SMTPServer", "Write the mail server's name behind SMTPServer=."},
-        {u"SMTPPort", "Write SMTPPort=587, or what the mail server's keeper says."},
-        {u"SMTPUserName", "Write the account that sends behind SMTPUserName=."},
-        {u"SMTPPassword", "Set the password with \"ovsctl set-password\"."},
+        {MainSettings::kAdminEmail, "Write the technician's address behind AdminEmail=."},
+        {MainSettings::kSmtpServer, "Write the mail server's name behind SMTPServer=."},
+        {MainSettings::kSmtpPort, "Write SMTPPort=587, or what the mail server's keeper says."},
+        {MainSettings::kSmtpUserName, "Write the account that sends behind SMTPUserName=."},
+        {MainSettings::kSmtpPassword, "Set the password with \"ovsctl set-password\"."},
     };
     for (const Needed& each : kNeeded) {
-      if (!Value(each.key).empty()) continue;
-      const std::size_t own = Line(each.key);
-      findings_.Error(own != 0 ? own : LineOfKey(lines_, u"Monitoring", u"EventEmails"),
-                      "no alert can be mailed: [EmailConfig] has no " + Console::Shown(each.key), each.mend);
+      if (!Value(each.setting).empty()) continue;
+      const std::size_t own = Line(each.setting);
+      findings_.Error(own != 0 ? own : LineOfKey(lines_, MainSettings::kEventEmails),
+                      "no alert can be mailed: [EmailConfig] has no " + Console::Shown(each.setting.key), each.mend);
     }
   }
 
   void CheckConnection() {
-    const std::int32_t port = Number(u"SMTPPort", 0);
-    const std::int32_t sslType = Number(u"UseSSL", 0);
-    const std::int32_t autoFix = Number(u"AutoFix", 1);
-    const bool sendsPassword = Number(u"SMTPAuth", 5) != 0;
+    const std::int32_t port = Number(MainSettings::kSmtpPort, 0);
+    const std::int32_t sslType = Number(MainSettings::kUseSsl, 0);
+    const std::int32_t autoFix = Number(MainSettings::kAutoFix, 1);
+    const bool sendsPassword = Number(MainSettings::kSmtpAuth, 5) != 0;
     if (port == 0) return;
     const SmtpPlan plan = PlanConnection(sslType, port, autoFix, sendsPassword);
     const bool secured = plan.implicitTls || plan.startTls == StartTls::Required;
-    const std::size_t line = Line(u"UseSSL") != 0 ? Line(u"UseSSL") : Line(u"SMTPPort");
+    const std::size_t line = Line(MainSettings::kUseSsl) != 0 ? Line(MainSettings::kUseSsl) : Line(MainSettings::kSmtpPort);
     if (sendsPassword && !secured) {
       findings_.Warning(line,
                         plan.startTls == StartTls::Never ? "the password goes over a connection without TLS"
@@ -77,10 +76,10 @@ class MailSettings {
     }
   }
 
-  [[nodiscard]] Text Value(TextView key) const { return ValueOf(ini_, kSection, key); }
-  [[nodiscard]] std::size_t Line(TextView key) const { return LineOfKey(lines_, kSection, key); }
-  [[nodiscard]] std::int32_t Number(TextView key, std::int32_t otherwise) const {
-    return ParseInt32(Value(key)).value_or(otherwise);
+  [[nodiscard]] Text Value(const SettingName& setting) const { return ValueOf(ini_, setting); }
+  [[nodiscard]] std::size_t Line(const SettingName& setting) const { return LineOfKey(lines_, setting); }
+  [[nodiscard]] std::int32_t Number(const SettingName& setting, std::int32_t otherwise) const {
+    return ParseInt32(Value(setting)).value_or(otherwise);
   }
 
   const PlainIni& ini_;
@@ -98,7 +97,7 @@ void CheckMailSettings(Installation& installation, const PlainIni& ini, Findings
   ServiceMail mail(installation);
   if (!mail.Module().AlertCopies().empty()) return;
   const std::vector<PlainIni::Line> lines = ini.Lines();
-  findings.Error(LineOfKey(lines, u"Monitoring", u"EventEmails"), "alerts are mailed, but nobody would get one",
+  findings.Error(LineOfKey(lines, MainSettings::kEventEmails), "alerts are mailed, but nobody would get one",
                  "Write EmailAdminEvents=1 into [EmailOptions], and AdminEmail into [EmailConfig].");
 }
 

@@ -17,9 +17,9 @@ namespace {
 
 using App_Strings::TrimBlanks;
 
-const KnownKey* Find(TextView key) { return FindKey(ProgramSettingKeys(), {}, key); }
+const SettingName* Find(TextView key) { return FindSetting(ProgramSettings::kAll, {}, key); }
 
-TextView Nearest(TextView key) { return NearestName(key, KeysOf(ProgramSettingKeys(), {})); }
+TextView Nearest(TextView key) { return NearestName(key, KeysOf(ProgramSettings::kAll, {})); }
 
 // The editor's lines in one line of the service.
 std::size_t BareEnds(TextView line) {
@@ -74,7 +74,7 @@ void ProgramSettingsCheck::TakeOther(TextView text, std::size_t line) {
 void ProgramSettingsCheck::TakeEntry(TextView key, TextView value, std::size_t line) {
   CheckPlace(key, line);
   const TextView trimmed = TrimBlanks(key);
-  const KnownKey* const known = Find(trimmed);
+  const SettingName* const known = Find(trimmed);
   if (known == nullptr) {
     TakeUnknown(key, line);
   } else {
@@ -115,12 +115,12 @@ void ProgramSettingsCheck::TakeUnknown(TextView key, std::size_t line) {
   }
 }
 
-void ProgramSettingsCheck::TakeValue(const KnownKey& key, TextView value, std::size_t line) {
+void ProgramSettingsCheck::TakeValue(const SettingName& key, TextView value, std::size_t line) {
   Text marker;
   int length = 0;
   const bool encrypted = ckCrypt_Config::IsEncryptedValue_KVP(value, marker, length);
   if (!encrypted) {
-    if (key.kind != ValueKind::Secret) CheckEncoding(value, line, findings_);
+    if (key.kind != SettingKind::Secret) CheckEncoding(value, line, findings_);
     CheckValue(files_, {key, value, line}, findings_);
     return;
   }

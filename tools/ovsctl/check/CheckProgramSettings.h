@@ -7,7 +7,6 @@
 #include "base/Text.h"
 #include "os/Files.h"
 #include "ovsctl/check/CheckFindings.h"
-#include "ovsctl/check/KnownNames.h"
 
 namespace ovs {
 
@@ -30,7 +29,7 @@ class ProgramSettingsCheck {
   void TakeOther(TextView text, std::size_t line);
   void CheckPlace(TextView key, std::size_t line);
   void TakeUnknown(TextView key, std::size_t line);
-  void TakeValue(const KnownKey& key, TextView value, std::size_t line);
+  void TakeValue(const SettingName& key, TextView value, std::size_t line);
 
   os::Files& files_;
   Findings& findings_;

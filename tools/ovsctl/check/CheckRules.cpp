@@ -15,22 +15,19 @@ namespace {
 
 using App_Strings::StringsMatch;
 
-template <std::size_t N>
-bool AnyOn(const PlainIni& rule, TextView section, const TextView (&names)[N]) {
-  return std::ranges::any_of(names, [&](TextView name) { return ValueOf(rule, section, name) == u"1"; });
-}
-
 // A section of switches of which one must be on.
-template <std::size_t N>
-void CheckSwitches(const CheckedRule& rule, TextView section, const TextView (&names)[N], const std::string& what,
+void CheckSwitches(const CheckedRule& rule, std::span<const SettingName> switches, const std::string& what,
                    Findings& findings) {
+  const TextView section = switches.front().section;
   const std::string shown = "[" + Console::Shown(section) + "]";
+  const std::string example = Console::Shown(switches.front().key) + "=1.";
+  const auto isOn = [&](const SettingName& each) { return ValueOf(rule.content, each) == u"1"; };
   if (!rule.content.HasSection(section)) {
     findings.Error(0, "there is no section " + shown + ", so the rule can never match",
-                   "Add " + shown + " and, for instance, " + Console::Shown(names[0]) + "=1.");
-  } else if (!AnyOn(rule.content, section, names)) {
+                   "Add " + shown + " and, for instance, " + example);
+  } else if (std::ranges::none_of(switches, isOn)) {
     findings.Error(LineOfSection(rule.lines, section), "no " + what + " is on, so the rule can never match",
-                   "Switch one on, for instance " + Console::Shown(names[0]) + "=1.");
+                   "Switch one on, for instance " + example);
   }
 }
 
@@ -46,8 +43,8 @@ bool HasWrittenLineBreak(TextView text) {
   return true;
 }
 
-void CheckDescription(const CheckedRule& rule, TextView key, TextView text, Findings& findings) {
-  const std::string name = Console::Shown(key);
+void CheckDescription(const CheckedRule& rule, const SettingName& key, TextView text, Findings& findings) {
+  const std::string name = Console::Shown(key.key);
   if (HasWildcardEnds(text)) {
     findings.Warning(rule.LineOf(key), name + " begins or ends with a wildcard, which is looked for as it stands",
                      "Leave it out: the text is found anywhere in the message.");
@@ -61,11 +58,11 @@ void CheckDescription(const CheckedRule& rule, TextView key, TextView text, Find
 void CheckSource(const CheckedRule& rule, Findings& findings) {
   const Text& source = rule.conditions.eventSource;
   if (source.find_first_of(u"*?") != Text::npos) {
-    findings.Error(rule.LineOf(u"EventSource"), "EventSource is " + Quoted(source) + "; there are no wildcards",
+    findings.Error(rule.LineOf(RuleSettings::kEventSource), "EventSource is " + Quoted(source) + "; there are no wildcards",
                    "Write the whole name of one source.");
   } else if (source.find_first_of(u",;|") != Text::npos) {
-    findings.Warning(rule.LineOf(u"EventSource"), "EventSource is " + Quoted(source) + ", which counts as one name",
-                     "Write one rule for each source.");
+    findings.Warning(rule.LineOf(RuleSettings::kEventSource),
+                     "EventSource is " + Quoted(source) + ", which counts as one name", "Write one rule for each source.");
   }
 }
 
@@ -73,18 +70,18 @@ void CheckSource(const CheckedRule& rule, Findings& findings) {
 void CheckContradictions(const CheckedRule& rule, Findings& findings) {
   const RuleConditions& wanted = rule.conditions;
   if (!wanted.eventDescEx.empty() && ContainsFolded(wanted.eventDesc, wanted.eventDescEx)) {
-    findings.Error(rule.LineOf(u"EventDescEx"),
-                   "EventDescEx is part of EventDesc (line " + std::to_string(rule.LineOf(u"EventDesc")) +
+    findings.Error(rule.LineOf(RuleSettings::kEventDescEx),
+                   "EventDescEx is part of EventDesc (line " + std::to_string(rule.LineOf(RuleSettings::kEventDesc)) +
                        "), so the rule can never match",
                    "Take a text for EventDescEx that does not occur in EventDesc.");
   }
   if (ContainsFolded(wanted.eventDesc, Phrases::kStop)) {
-    findings.Error(rule.LineOf(u"EventDesc"),
+    findings.Error(rule.LineOf(RuleSettings::kEventDesc),
                    "EventDesc holds the phrase that stops the service; such a record is never tested against rules",
                    "Take another text.");
   }
   if (StringsMatch(wanted.eventSource, u"service control manager") && ContainsFolded(wanted.eventDesc, Phrases::kOwnCrash)) {
-    findings.Error(rule.LineOf(u"EventDesc"),
+    findings.Error(rule.LineOf(RuleSettings::kEventDesc),
                    "EventDesc asks for the report that this service itself crashed; such a record is never tested",
                    "Let the recovery actions of the service tell you.");
   }
@@ -111,34 +108,34 @@ CheckedRule MakeCheckedRule(std::size_t file, PlainIni content) {
 
 void CheckRule(os::Files& files, const CheckedRule& rule, Findings& findings) {
   findings.ContinueFile(rule.file);
-  CheckIniLines(files, rule.content, RuleKeys(), findings);
-  CheckSwitches(rule, u"LogFile", kRuleLogNames, "log", findings);
-  CheckSwitches(rule, u"EventType", kRuleTypeNames, "event type", findings);
+  CheckIniLines(files, rule.content, RuleSettings::kAll, findings);
+  CheckSwitches(rule, RuleSettings::kLogs, "log", findings);
+  CheckSwitches(rule, RuleSettings::kTypes, "event type", findings);
   CheckSource(rule, findings);
-  CheckDescription(rule, u"EventDesc", rule.conditions.eventDesc, findings);
-  CheckDescription(rule, u"EventDescEx", rule.conditions.eventDescEx, findings);
+  CheckDescription(rule, RuleSettings::kEventDesc, rule.conditions.eventDesc, findings);
+  CheckDescription(rule, RuleSettings::kEventDescEx, rule.conditions.eventDescEx, findings);
   CheckContradictions(rule, findings);
 }
 
 void CheckRuleAgainstLists(const CheckedRule& rule, GlobalExclusions& lists, Findings& findings) {
   const RuleConditions& wanted = rule.conditions;
   findings.ContinueFile(rule.file);
-  const auto report = [&](GlobalExclusions::List list, TextView key, TextView value) {
+  const auto report = [&](GlobalExclusions::List list, const SettingName& key, TextView value) {
     const auto line = lists.LineThatExcludes(list, value);
     findings.Error(rule.LineOf(key),
                    "no alert of this rule ever comes: " + Console::Shown(GlobalExclusions::FileName(list)) + ", line " +
-                       std::to_string(line ? line->number : 0) + ", excludes its " + Console::Shown(key),
+                       std::to_string(line ? line->number : 0) + ", excludes its " + Console::Shown(key.key),
                    "Remove that line from the list, or the rule.");
   };
   // An empty value is never asked for: it would be that of a record without source.
   if (!wanted.eventID.empty() && lists.CheckGlobalEventIDEx(wanted.eventID)) {
-    report(GlobalExclusions::kIds, u"EventID", wanted.eventID);
+    report(GlobalExclusions::kIds, RuleSettings::kEventID, wanted.eventID);
   }
   if (!wanted.eventSource.empty() && lists.CheckGlobalEventSourceEx(wanted.eventSource)) {
-    report(GlobalExclusions::kSources, u"EventSource", wanted.eventSource);
+    report(GlobalExclusions::kSources, RuleSettings::kEventSource, wanted.eventSource);
   }
   if (!wanted.eventDesc.empty() && lists.CheckGlobalEventDescEx(wanted.eventDesc)) {
-    report(GlobalExclusions::kTexts, u"EventDesc", wanted.eventDesc);
+    report(GlobalExclusions::kTexts, RuleSettings::kEventDesc, wanted.eventDesc);
   }
 }
 

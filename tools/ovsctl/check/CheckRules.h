@@ -16,7 +16,7 @@ struct CheckedRule {
   std::vector<PlainIni::Line> lines;
   RuleConditions conditions;
 
-  [[nodiscard]] std::size_t LineOf(TextView key) const { return LineOfKey(lines, u"EventDetail", key); }
+  [[nodiscard]] std::size_t LineOf(const SettingName& key) const { return LineOfKey(lines, key); }
 };
 
 [[nodiscard]] CheckedRule MakeCheckedRule(std::size_t file, PlainIni content);

@@ -34,7 +34,7 @@ TextView WithoutRemark(TextView value) {
 }
 
 void CheckSwitch(const ReadValue& read, Findings& findings) {
-  const bool wide = read.key.kind == ValueKind::WideSwitch;
+  const bool wide = read.key.kind == SettingKind::WideSwitch;
   const TextView value = wide ? App_Strings::TrimBlanks(read.value) : read.value;
   const std::string name = Console::Shown(read.key.key);
   if (value.empty() || value == u"0" || value == u"1" || (wide && value == u"2")) return;
@@ -144,18 +144,18 @@ bool LooksLikeRemark(TextView line) {
 void CheckValue(os::Files& files, const ReadValue& read, Findings& findings) {
   if (read.value.empty()) return;
   switch (read.key.kind) {
-    case ValueKind::Switch:
-    case ValueKind::WideSwitch:
+    case SettingKind::Switch:
+    case SettingKind::WideSwitch:
       return CheckSwitch(read, findings);
-    case ValueKind::Number:
+    case SettingKind::Number:
       return CheckNumber(read, findings);
-    case ValueKind::Addresses:
+    case SettingKind::Addresses:
       return CheckAddresses(read, findings);
-    case ValueKind::EventNumber:
+    case SettingKind::EventNumber:
       return CheckEventNumber(read.value, read.line, Console::Shown(read.key.key), findings);
-    case ValueKind::Scrambled:
+    case SettingKind::Scrambled:
       return CheckScrambled(read, findings);
-    case ValueKind::File: {
+    case SettingKind::File: {
       os::FileInfo info;
       if (files.Info(read.value, info) && !info.IsDirectory()) return;
       TakePendingSystemError();
@@ -163,8 +163,8 @@ void CheckValue(os::Files& files, const ReadValue& read, Findings& findings) {
                             Console::Shown(read.key.key) + " names " + Quoted(read.value) + ", which is no file here",
                             "Give the full path of a file that exists.");
     }
-    case ValueKind::Plain:
-    case ValueKind::Secret:
+    case SettingKind::Plain:
+    case SettingKind::Secret:
       return;
   }
 }

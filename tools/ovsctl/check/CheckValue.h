@@ -3,13 +3,12 @@
 
 #include "os/Files.h"
 #include "ovsctl/check/CheckFindings.h"
-#include "ovsctl/check/KnownNames.h"
 
 namespace ovs {
 
 // A value as the service reads it, at its place.
 struct ReadValue {
-  const KnownKey& key;
+  const SettingName& key;
   TextView value;
   std::size_t line;
 };

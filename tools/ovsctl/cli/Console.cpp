@@ -1,13 +1,16 @@
 #include "ovsctl/cli/Console.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
 #include "base/App_Strings.h"
 #include "base/Encoding.h"
+#include "base/Wipe.h"
 #include "diag/App_Debug.h"
+#include "os/CommandLine.h"
 #include "os/PendingError.h"
-#include "ovsctl/cli/Command.h"
+#include "ovsctl/cli/Commands.h"
 #include "ovsctl/os/Terminal.h"
 
 namespace ovs::Console {
@@ -127,6 +130,27 @@ void ShowDebugEntries() {
     for (const Text& line : App_Strings::Split(entry, u"\r\n")) shown += (shown.empty() ? "" : "\n") + Shown(line);
     Say(shown + "\n");
   });
+}
+
+std::optional<Text> AskForSecret(const char* what) {
+  const auto isControl = [](char16_t unit) { return unit < kBlank || (unit >= 0x7F && unit < 0xA0); };
+  const std::string name = std::string("the ") + what;
+  Say(std::string("Type ") + name + " and press Enter; it is not shown.");
+  std::optional<Text> line = os::ReadSecretLine();
+  std::string objection;
+  if (!line) {
+    objection = "there was no " + std::string(what) + " to read";
+  } else if (line->empty()) {
+    objection = name + " is empty";
+  } else if (line->size() >= os::kLongestSecretLine) {
+    objection = name + " is too long";
+  } else if (const auto found = std::ranges::find_if(*line, isControl); found != line->end()) {
+    objection = "the character at position " + std::to_string(found - line->begin() + 1) + " is a control character";
+  }
+  if (objection.empty()) return line;
+  if (line) Wipe(*line);
+  static_cast<void>(Fail(objection));
+  return std::nullopt;
 }
 
 bool Flush() { return std::fflush(stdout) == 0 && std::ferror(stdout) == 0; }

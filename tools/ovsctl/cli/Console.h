@@ -1,6 +1,7 @@
 // Where the commands speak: results go to standard output, everything else to standard error.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -33,6 +34,11 @@ void ShowStatus(std::string_view line);
 
 // From now on each entry of this program's debug log is a message: what the service would note is worth seeing here.
 void ShowDebugEntries();
+
+// Asks for a secret: one line, typed unseen or from standard input, that is not empty and holds no control characters (they
+// come from keys such as the arrows). None when there is none such; why was said. The caller wipes it. `what` names it:
+// "password".
+[[nodiscard]] std::optional<Text> AskForSecret(const char* what);
 
 // False when a result could not be written, to a full disk for instance.
 [[nodiscard]] bool Flush();

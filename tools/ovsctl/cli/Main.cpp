@@ -9,7 +9,6 @@
 #include "os/ProcessHardening.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
-#include "ovsctl/os/SystemCommands.h"
 #include "ovsctl/os/Terminal.h"
 
 namespace {
@@ -23,7 +22,7 @@ int Run(int argc, char** argv) {
   app.require_subcommand(1);
   app.footer(
       "Exit codes: 0 done, 1 done but something is wrong, 2 not done.\nEach command shows examples: ovsctl COMMAND --help");
-  os::AddSystemCommands(program);
+  AddSystemCommands(program);
   AddStatusCommand(program);
   AddCheckCommand(program);
   AddReplayCommand(program);

@@ -7,7 +7,7 @@
 #include "events/files/Records.h"
 #include "os/Clock.h"
 #include "os/FolderWatch.h"
-#include "ovsctl/cli/Command.h"
+#include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/cli/Installation.h"
 #include "ovsctl/explain/ExplainReport.h"

@@ -8,7 +8,7 @@
 #include "base/App_Strings.h"
 #include "base/Encoding.h"
 #include "diag/App_Debug.h"
-#include "ovsctl/cli/Command.h"
+#include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/mail/ServiceMail.h"
 

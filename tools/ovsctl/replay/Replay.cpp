@@ -14,7 +14,7 @@
 #include "monitor/AlertSink.h"
 #include "monitor/modFilterEvents.h"
 #include "os/FolderWatch.h"
-#include "ovsctl/cli/Command.h"
+#include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/cli/Progress.h"
 #include "ovsctl/live/LiveFailure.h"

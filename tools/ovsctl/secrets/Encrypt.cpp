@@ -1,6 +1,8 @@
-#include "ovsctl/secrets/Encrypt.h"
-
+// `ovsctl encrypt`: puts a secret among the program's own settings, encrypted.
+#include <CLI/CLI.hpp>
+#include <memory>
 #include <optional>
+#include <string>
 
 #include "base/App_Strings.h"
 #include "base/Encoding.h"
@@ -9,10 +11,9 @@
 #include "config/Config_Init.h"
 #include "config/ckCrypt_Config.h"
 #include "os/Crypto.h"
-#include "ovsctl/cli/Command.h"
+#include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/cli/Installation.h"
-#include "ovsctl/secrets/SecretInput.h"
 #include "ovsctl/secrets/SettingsFile.h"
 #include "platform/FileMask.h"
 
@@ -20,7 +21,12 @@ namespace ovs {
 
 namespace {
 
-constexpr TextView kMailPassword = u"Email.SMTP.Password";
+struct EncryptOptions {
+  std::string applicationFolder;  // as typed, as is the next
+  std::string key;
+  std::string file;  // empty: the one that has the key, else the default file
+  bool any = false;  // also a key whose value is no secret
+};
 
 // What speaks against the key; empty when nothing does.
 std::string Objection(TextView key, bool any) {
@@ -84,15 +90,14 @@ void SayWhatFollows(TextView path, TextView key) {
         "If the service is running: when it ends it writes back the settings that it read at its start, the old value among "
         "them. Stop it, give this command again, and start it.");
   }
-  if (EqualsFolded(key, kMailPassword)) {
+  if (EqualsFolded(key, ProgramSettings::kSmtpPassword.key)) {
     Console::Say(
         "Alerts are not sent with this password but with SMTPPassword in Config\\Orvanta.ini, also when both are set: use "
         "\"ovsctl set-password\" for it.");
   }
 }
 
-}  // namespace
-
+// kDone, or kFailed when key or secret cannot be used or the file cannot be changed.
 int RunEncrypt(const EncryptOptions& options) {
   const std::unique_ptr<Installation> installation = Installation::Open(options.applicationFolder);
   if (!installation) return kFailed;
@@ -101,7 +106,7 @@ int RunEncrypt(const EncryptOptions& options) {
   const KeyPlace place = PlaceOf(*installation, key);
   const std::optional<Text> path = TargetFile(place, options.file);
   if (!path) return kFailed;
-  std::optional<Text> secret = AskForSecret("secret");
+  std::optional<Text> secret = Console::AskForSecret("secret");
   if (!secret) return kFailed;
   const WipeAtEnd wiped(*secret);
   // This is how a line break is written, and it would be read as one.
@@ -113,6 +118,26 @@ int RunEncrypt(const EncryptOptions& options) {
   SayWhatFollows(*path, key);
   SayWhereElse(place, *path);
   return kDone;
+}
+
+}  // namespace
+
+void AddEncryptCommand(Program& program) {
+  const auto options = std::make_shared<EncryptOptions>();
+  CLI::App* const command = AddCommand(
+      program,
+      {.name = "encrypt",
+       .purpose =
+           "Read a secret (typed unseen, or one line of standard input) and put it, encrypted, into the .cfg file that "
+           "has the key, or else into the default one. The rest of the file stays.",
+       .examples = "ovsctl encrypt Email.SMTP.Password\n"
+                   "ovsctl encrypt Email.SMTP.Password --file C:\\Orvanta\\mail.cfg\n"
+                   "ovsctl encrypt Email.Chilkat.UnlockCode --any"},
+      [options] { return RunEncrypt(*options); });
+  AddAppOption(*command, options->applicationFolder);
+  command->add_option("key", options->key, "The setting, such as Email.SMTP.Password")->required()->type_name("KEY");
+  command->add_option("--file", options->file, "The .cfg file to change")->type_name("FILE");
+  command->add_flag("--any", options->any, "Take a key that does not end in .Password as well");
 }
 
 }  // namespace ovs

@@ -36,17 +36,17 @@ struct IniPlace {
   std::optional<Line> key;
 };
 
-IniPlace FindPlace(const PlainIni& ini, TextView section, TextView key) {
+IniPlace FindPlace(const PlainIni& ini, const SettingName& setting) {
   IniPlace place;
   for (const Line& line : ini.Lines()) {
     if (line.kind == Line::Kind::Section) {
       if (place.section) break;
-      if (!EqualsFolded(line.name, section)) continue;
+      if (!EqualsFolded(line.name, setting.section)) continue;
       place.section = line;
       place.last = line;
     } else if (place.section && line.kind == Line::Kind::Key) {
       place.last = line;
-      if (!place.key && EqualsFolded(line.name, key)) place.key = line;
+      if (!place.key && EqualsFolded(line.name, setting.key)) place.key = line;
     }
   }
   return place;
@@ -91,28 +91,29 @@ void SettingsFile::Splice(std::size_t at, std::size_t length, TextView text) {
   Wipe(all);
 }
 
-bool SettingsFile::PutIntoSection(TextView section, TextView key, TextView value) {
+bool SettingsFile::PutIntoSection(const SettingName& setting, TextView value) {
   {
     const PlainIni ini(text_);
     const TextView content = ini.Content();
     const TextView end = LineEndOf(content);
-    const IniPlace place = FindPlace(ini, section, key);
+    const IniPlace place = FindPlace(ini, setting);
     if (place.key && place.key->value) {
       Splice(OffsetIn(content, *place.key->value), place.key->value->size(), value);
     } else if (place.key) {
       Splice(OffsetIn(content, place.key->whole) + place.key->whole.size(), 0, Text(u"=").append(value));
     } else if (place.last) {
       const std::size_t at = EndOfLine(content, OffsetIn(content, place.last->whole) + place.last->whole.size());
-      Splice(at, 0, Text(end).append(key).append(u"=").append(value));
+      Splice(at, 0, Text(end).append(setting.key).append(u"=").append(value));
     } else {
       const bool needsEnd = !content.empty() && content.back() != u'\n' && content.back() != u'\r';
       Text added(needsEnd ? end : TextView());
-      added.append(u"[").append(section).append(u"]").append(end).append(key).append(u"=").append(value).append(end);
+      added.append(u"[").append(setting.section).append(u"]").append(end);
+      added.append(setting.key).append(u"=").append(value).append(end);
       Splice(content.size(), 0, added);
     }
   }
   const PlainIni changed(text_);
-  if (ProfileValue(changed.RawValue(section, key).value_or(TextView())) == value) return true;
+  if (ProfileValue(changed.RawValue(setting).value_or(TextView())) == value) return true;
   return Refuse("the value could not be put into it");
 }
 

@@ -6,6 +6,7 @@
 
 #include "base/Encoding.h"
 #include "base/Text.h"
+#include "config/SettingNames.h"
 #include "os/Files.h"
 
 namespace ovs {
@@ -24,7 +25,7 @@ class SettingsFile {
 
   // Each changes the content in memory and is false when the service would not read the value out of it; why was said.
   // A value is put in place of the one that counts; a key or section that is missing is added.
-  [[nodiscard]] bool PutIntoSection(TextView section, TextView key, TextView value);
+  [[nodiscard]] bool PutIntoSection(const SettingName& setting, TextView value);
   // The same for a .cfg file.
   [[nodiscard]] bool PutProgramSetting(TextView key, TextView value);
 

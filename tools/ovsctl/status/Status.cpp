@@ -1,13 +1,15 @@
-#include "ovsctl/status/Status.h"
-
+// ovsctl status: what the service is set to do, and what it did last.
+#include <CLI/CLI.hpp>
 #include <algorithm>
+#include <memory>
 #include <nlohmann/json.hpp>
+#include <string>
 
 #include "base/Encoding.h"
 #include "base/Fold.h"
 #include "base/Numbers.h"
 #include "mail/engines/SmtpPlan.h"
-#include "ovsctl/cli/Command.h"
+#include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/status/StatusFacts.h"
 #include "platform/App_FilePath.h"
@@ -15,6 +17,11 @@
 namespace ovs {
 
 namespace {
+
+struct StatusOptions {
+  std::string applicationFolder;
+  bool json = false;
+};
 
 using Console::Shown;
 using Console::Style;
@@ -187,8 +194,8 @@ int ExitCodeOf(const StatusFacts& facts) {
   return facts.problems.empty() ? kDone : kFindings;
 }
 
-}  // namespace
-
+// kDone when the service runs and nothing is wrong, kFindings when it does not run or something is wrong, kFailed when it is
+// not installed. Where there is no service control manager, the service itself does not count.
 int RunStatus(const StatusOptions& options) {
   const std::unique_ptr<Installation> installation = Installation::Open(options.applicationFolder);
   if (!installation) return kFailed;
@@ -205,6 +212,22 @@ int RunStatus(const StatusOptions& options) {
   PrintList("Last alerts", facts.lastAlerts, Style::Plain);
   PrintList("Problems", facts.problems, Style::Bad);
   return ExitCodeOf(facts);
+}
+
+}  // namespace
+
+void AddStatusCommand(Program& program) {
+  const auto options = std::make_shared<StatusOptions>();
+  CLI::App* const command = AddCommand(
+      program,
+      {.name = "status",
+       .purpose = "Show whether the event service runs, the settings in force, who gets mails and on which way, rules with "
+                  "problems, the last alerts and the sizes of the logs. Passwords are never shown.",
+       .examples = "ovsctl status\n"
+                   "ovsctl status --json"},
+      [options] { return RunStatus(*options); });
+  AddAppOption(*command, options->applicationFolder);
+  command->add_flag("--json", options->json, "Print the result as one JSON object");
 }
 
 }  // namespace ovs

@@ -11,8 +11,8 @@
 #include "os/Crypto.h"
 #include "os/FolderWatch.h"
 #include "os/PendingError.h"
+#include "ovsctl/cli/LogFiles.h"
 #include "ovsctl/mail/ServiceMail.h"
-#include "ovsctl/status/LogTail.h"
 
 namespace ovs {
 

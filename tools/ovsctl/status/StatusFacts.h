@@ -8,7 +8,7 @@
 
 #include "mail/message/modEmailSvc.h"
 #include "ovsctl/cli/Installation.h"
-#include "ovsctl/os/ServiceManager.h"
+#include "ovsctl/service/ServiceManager.h"
 
 namespace ovs {
 

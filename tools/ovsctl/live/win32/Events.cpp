@@ -1,12 +1,14 @@
-#include "ovsctl/live/win32/Events.h"
-
+// ovsctl events: new records as the service sees them, through the service's own source.
 #include <windows.h>
 
+#include <CLI/CLI.hpp>
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
 #include <thread>
 
 #include "base/App_Strings.h"
@@ -15,14 +17,21 @@
 #include "events/EventRecord.h"
 #include "events/files/Records.h"
 #include "events/win32/WmiEventSource.h"
-#include "ovsctl/cli/Command.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/cli/Installation.h"
 #include "ovsctl/live/LiveFailure.h"
+#include "ovsctl/service/win32/ServiceCommands.h"
 
 namespace ovs::win32 {
 
 namespace {
+
+struct EventsOptions {
+  std::string applicationFolder;
+  std::string log;          // only records of this log; empty: all
+  std::uint64_t count = 0;  // ends after so many; 0: at Ctrl+C
+  bool json = false;
+};
 
 // From the thread that waits inside COM, where nothing can interrupt it, to the one that prints. It outlives both.
 class Mailbox {
@@ -91,8 +100,7 @@ std::string Block(const EventRecord& record, const Text& timeText) {
   return block;
 }
 
-}  // namespace
-
+// kDone at the end that was asked for; kFailed when records cannot be had (any more).
 int RunEvents(const EventsOptions& options) {
   const std::unique_ptr<Installation> installation = Installation::Open(options.applicationFolder);
   if (!installation) return kFailed;
@@ -113,6 +121,24 @@ int RunEvents(const EventsOptions& options) {
     if (!Console::Flush()) return Console::Fail("the output could not be written");
     if (++shown == options.count) return kDone;
   }
+}
+
+}  // namespace
+
+void AddEventsCommand(Program& program) {
+  const auto options = std::make_shared<EventsOptions>();
+  CLI::App* const command = AddCommand(
+      program,
+      {.name = "events",
+       .purpose = "Print new records as the service sees them, as they come: for writing rules. Ends with Ctrl+C.",
+       .examples = "ovsctl events\n"
+                   "ovsctl events --log System --count 1\n"
+                   "ovsctl events --json > records.jsonl"},
+      [options] { return RunEvents(*options); });
+  AddAppOption(*command, options->applicationFolder);
+  command->add_option("--log", options->log, "Only records of this log")->type_name("LOG");
+  command->add_option("--count", options->count, "End after N records")->type_name("N")->check(CLI::PositiveNumber);
+  command->add_flag("--json", options->json, "Print JSON lines, which replay and explain can read");
 }
 
 }  // namespace ovs::win32

@@ -5,7 +5,7 @@
 
 #include "base/App_Strings.h"
 #include "os/PendingError.h"
-#include "ovsctl/win32/ServiceControl.h"
+#include "ovsctl/service/win32/ServiceControl.h"
 
 namespace ovs::os {
 

@@ -1,4 +1,4 @@
-#include "ovsctl/cli/Command.h"
+#include "ovsctl/cli/Commands.h"
 
 #include <CLI/CLI.hpp>
 #include <utility>

@@ -1,10 +1,13 @@
-#include "ovsctl/win32/Start.h"
+// ovsctl start: starts the event service and waits until it runs.
+#include <CLI/CLI.hpp>
+#include <memory>
 
 #include "os/PendingError.h"
 #include "os/win32/Win32Error.h"
-#include "ovsctl/cli/Command.h"
+#include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
-#include "ovsctl/win32/ServiceControl.h"
+#include "ovsctl/service/win32/ServiceCommands.h"
+#include "ovsctl/service/win32/ServiceControl.h"
 #include "platform/DebugEnvironment.h"
 
 namespace ovs::win32 {
@@ -29,8 +32,7 @@ int FailToStay(SC_HANDLE service) {
   return Console::Fail("the service started and ended again; the System log and the service's debug log tell why");
 }
 
-}  // namespace
-
+// kDone when it runs, kFindings when it is still starting after that time.
 int RunStart(unsigned waitSeconds) {
   Diagnostics().Attach(DebugPortsOf(os::ThisMachine()), {});
   const ServiceHandle service = OpenEventService(SERVICE_QUERY_STATUS | SERVICE_QUERY_CONFIG | SERVICE_START);
@@ -54,6 +56,20 @@ int RunStart(unsigned waitSeconds) {
   Console::Say("ovsctl: not running within " + std::to_string(waitSeconds) + " s: the service is " +
                std::string(StateName(state)) + ".");
   return kFindings;
+}
+
+}  // namespace
+
+void AddStartCommand(Program& program) {
+  constexpr unsigned kUsualWait = 30;
+  const auto seconds = std::make_shared<unsigned>(kUsualWait);
+  CLI::App* const command =
+      AddCommand(program,
+                 {.name = "start",
+                  .purpose = "Start the event service and wait until it runs. Says why when it does not.",
+                  .examples = "ovsctl start"},
+                 [seconds] { return RunStart(*seconds); });
+  AddWaitOption(*command, *seconds, "How long to wait for the service to run");
 }
 
 }  // namespace ovs::win32

@@ -1,4 +1,4 @@
-#include "ovsctl/win32/FolderAccess.h"
+#include "ovsctl/service/win32/FolderAccess.h"
 
 #include <windows.h>
 #include <aclapi.h>

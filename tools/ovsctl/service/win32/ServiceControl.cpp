@@ -1,4 +1,4 @@
-#include "ovsctl/win32/ServiceControl.h"
+#include "ovsctl/service/win32/ServiceControl.h"
 
 #include <iterator>
 #include <string>
@@ -8,6 +8,7 @@
 #include "os/win32/Win32Error.h"
 #include "os/win32/Win32Text.h"
 #include "ovsctl/cli/Console.h"
+#include "ovsctl/service/ServiceManager.h"
 
 namespace ovs::win32 {
 
@@ -86,3 +87,30 @@ int FailAt(std::string_view what) {
 }
 
 }  // namespace ovs::win32
+
+namespace ovs {
+
+os::ServiceEntry os::LookAtService() {
+  static constexpr const char* kStartTypes[] = {"boot", "system", "automatic", "on demand", "disabled"};
+  ServiceEntry entry;
+  const win32::ServiceHandle service = win32::OpenEventService(SERVICE_QUERY_STATUS | SERVICE_QUERY_CONFIG);
+  if (!service) {
+    const bool missing = PendingSystemError() == ERROR_SERVICE_DOES_NOT_EXIST;
+    if (missing) TakePendingSystemError();
+    entry.presence = missing ? ServiceEntry::Presence::NotInstalled : ServiceEntry::Presence::Unknown;
+    return entry;
+  }
+  SERVICE_STATUS_PROCESS status{};
+  DWORD needed = 0;
+  QueryServiceStatusEx(service.get(), SC_STATUS_PROCESS_INFO, reinterpret_cast<BYTE*>(&status), sizeof status, &needed);
+  const win32::ServiceSetup setup = win32::SetupOf(service.get());
+  entry.presence = ServiceEntry::Presence::Installed;
+  entry.running = status.dwCurrentState == SERVICE_RUNNING;
+  entry.state = win32::StateName(status.dwCurrentState);
+  entry.startType = kStartTypes[setup.startType < std::size(kStartTypes) ? setup.startType : 0];
+  entry.processId = status.dwProcessId;
+  entry.programPath = setup.programPath;
+  return entry;
+}
+
+}  // namespace ovs

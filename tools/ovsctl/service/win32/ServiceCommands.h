@@ -1,9 +1,9 @@
-// The commands that deal with the service control manager.
+// The commands that only Windows has, and what several of them need.
 #pragma once
 
 #include <string>
 
-#include "ovsctl/cli/Command.h"
+#include "ovsctl/cli/Commands.h"
 
 namespace CLI {
 class Option;
@@ -11,6 +11,7 @@ class Option;
 
 namespace ovs::win32 {
 
+void AddEventsCommand(Program& program);
 void AddInstallCommand(Program& program);
 void AddStartCommand(Program& program);
 void AddStopCommand(Program& program);
@@ -21,5 +22,15 @@ void AddUninstallCommand(Program& program);
 void AddWaitOption(CLI::App& command, unsigned& seconds, const std::string& what);
 // "--append-feed FILE" of those that stop the service.
 CLI::Option* AddFeedOption(CLI::App& command, std::string& file);
+
+struct StopOptions {
+  unsigned waitSeconds = 30;
+  bool control = true;
+  bool record = true;
+  std::string feed;  // also append the record to this feed file
+};
+
+// Ends the service by its two keys and tells each step. kDone when it is stopped, kFindings when it is not in time.
+int StopService(const StopOptions& options);
 
 }  // namespace ovs::win32

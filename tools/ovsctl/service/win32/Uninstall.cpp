@@ -1,9 +1,10 @@
-#include "ovsctl/win32/Uninstall.h"
-
+// ovsctl uninstall: takes the service out of the machine again.
 #include <windows.h>
 
+#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "base/App_Strings.h"
@@ -12,18 +13,26 @@
 #include "os/PendingError.h"
 #include "os/win32/Win32Error.h"
 #include "os/win32/Win32Handle.h"
-#include "ovsctl/cli/Command.h"
+#include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/cli/Installation.h"
-#include "ovsctl/win32/EventRecordWriter.h"
-#include "ovsctl/win32/FolderAccess.h"
-#include "ovsctl/win32/ServiceControl.h"
+#include "ovsctl/service/win32/EventRecordWriter.h"
+#include "ovsctl/service/win32/FolderAccess.h"
+#include "ovsctl/service/win32/ServiceCommands.h"
+#include "ovsctl/service/win32/ServiceControl.h"
 #include "platform/App_FilePath.h"
 #include "platform/FileMask.h"
 
 namespace ovs::win32 {
 
 namespace {
+
+struct UninstallOptions {
+  std::string applicationFolder;
+  StopOptions stop;
+  bool purge = false;  // delete settings, rules and logs as well
+  bool yes = false;    // without asking
+};
 
 using Console::Shown;
 
@@ -122,7 +131,7 @@ int RemoveEntry(const UninstallOptions& options) {
   }
   if (!service) return FailAt("the service cannot be uninstalled");
   const Handle process = ProcessOf(service.get());
-  if (const int result = RunStop(options.stop)) {
+  if (const int result = StopService(options.stop)) {
     Console::Say("Nothing was uninstalled, because the service could not be stopped.");
     return result;
   }
@@ -135,8 +144,7 @@ int RemoveEntry(const UninstallOptions& options) {
   return kDone;
 }
 
-}  // namespace
-
+// kDone when it is gone, kFindings when something of it could not be deleted.
 int RunUninstall(const UninstallOptions& options) {
   const std::unique_ptr<Installation> installation = Installation::Open(options.applicationFolder);
   if (!installation) return kFailed;
@@ -150,6 +158,28 @@ int RunUninstall(const UninstallOptions& options) {
     return kDone;
   }
   return Purge(*installation).Run() ? kDone : kFindings;
+}
+
+}  // namespace
+
+void AddUninstallCommand(Program& program) {
+  const auto options = std::make_shared<UninstallOptions>();
+  CLI::App* const command = AddCommand(
+      program,
+      {.name = "uninstall",
+       .purpose = "Stop the event service and take it out of the machine. Settings, rules and logs stay, unless --purge is "
+                  "given. Needs administrator rights.",
+       .examples = "ovsctl uninstall\n"
+                   "ovsctl uninstall --purge --yes"},
+      [options] { return RunUninstall(*options); });
+  AddAppOption(*command, options->applicationFolder);
+  command->add_flag(
+      "--purge", options->purge,
+      "Also delete Orvanta.ini, the rules and exclusion lists, EventLogs*.txt, OrvantaEventService.cfg and the "
+      "debug logs; folders only when nothing else is in them");
+  command->add_flag("--yes", options->yes, "Do not ask before --purge deletes");
+  AddWaitOption(*command, options->stop.waitSeconds, "How long to wait for the service to be stopped");
+  AddFeedOption(*command, options->stop.feed);
 }
 
 }  // namespace ovs::win32

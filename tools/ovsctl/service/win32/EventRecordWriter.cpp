@@ -1,4 +1,4 @@
-#include "ovsctl/win32/EventRecordWriter.h"
+#include "ovsctl/service/win32/EventRecordWriter.h"
 
 #include <windows.h>
 

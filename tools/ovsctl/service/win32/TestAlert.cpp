@@ -1,9 +1,11 @@
-#include "ovsctl/win32/TestAlert.h"
-
+// ovsctl test-alert: the whole way of an alert, from an event record to the logs and the mail server's answer.
 #include <windows.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
+#include <memory>
+#include <string>
 
 #include "base/Encoding.h"
 #include "base/Numbers.h"
@@ -11,19 +13,26 @@
 #include "monitor/GlobalExclusions.h"
 #include "monitor/RecordKind.h"
 #include "os/Crypto.h"
-#include "ovsctl/cli/Command.h"
+#include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
+#include "ovsctl/cli/LogFiles.h"
 #include "ovsctl/mail/ServiceMail.h"
-#include "ovsctl/os/ServiceManager.h"
-#include "ovsctl/status/GrowingFile.h"
-#include "ovsctl/win32/EventRecordWriter.h"
-#include "ovsctl/win32/ServiceControl.h"
+#include "ovsctl/service/ServiceManager.h"
+#include "ovsctl/service/win32/EventRecordWriter.h"
+#include "ovsctl/service/win32/ServiceCommands.h"
+#include "ovsctl/service/win32/ServiceControl.h"
 #include "platform/App_FilePath.h"
 #include "platform/DebugEnvironment.h"
 
 namespace ovs::win32 {
 
 namespace {
+
+struct TestAlertOptions {
+  std::string applicationFolder;  // empty: that of the installed service
+  unsigned waitSeconds = 120;
+  std::string feed;  // a feed file that gets the record as well; empty for none
+};
 
 using Console::Style;
 
@@ -165,8 +174,8 @@ int CheckService(const os::ServiceEntry& service) {
   return service.running ? kDone : Console::Fail("the service is " + service.state + "; start it with \"ovsctl start\"");
 }
 
-}  // namespace
-
+// kDone when the alert is in the log and every mail it should have caused was accepted, kFindings when one of them is
+// missing or cannot be known, kFailed when nothing could be tried.
 int RunTestAlert(const TestAlertOptions& options) {
   Diagnostics().Attach(DebugPortsOf(os::ThisMachine()), {});
   const os::ServiceEntry service = os::LookAtService();
@@ -181,6 +190,24 @@ int RunTestAlert(const TestAlertOptions& options) {
   Trial trial(*installation, service);
   if (const int result = WriteRecord(service, text, options.feed)) return result;
   return trial.AwaitAlert(mark, options.waitSeconds) ? trial.TellMails() : NoAlert(options.waitSeconds);
+}
+
+}  // namespace
+
+void AddTestAlertCommand(Program& program) {
+  const auto options = std::make_shared<TestAlertOptions>();
+  CLI::App* const command = AddCommand(
+      program,
+      {.name = "test-alert",
+       .purpose =
+           "Raise a disk alert by an event record with the test phrase, and wait until the running service has logged "
+           "and mailed it. Needs administrator rights.",
+       .examples = "ovsctl test-alert\n"
+                   "ovsctl test-alert --wait 300"},
+      [options] { return RunTestAlert(*options); });
+  AddAppOption(*command, options->applicationFolder);
+  AddWaitOption(*command, options->waitSeconds, "How long to wait for the alert");
+  AddFeedOption(*command, options->feed);
 }
 
 }  // namespace ovs::win32

@@ -1,14 +1,17 @@
-#include "ovsctl/win32/Stop.h"
+// ovsctl stop: ends the event service by its two keys, the stop control and a record with the stop phrase.
+#include <CLI/CLI.hpp>
+#include <memory>
 
 #include "monitor/RecordKind.h"
 #include "os/PendingError.h"
 #include "os/System.h"
 #include "os/win32/Win32Error.h"
-#include "ovsctl/cli/Command.h"
+#include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/cli/Installation.h"
-#include "ovsctl/win32/EventRecordWriter.h"
-#include "ovsctl/win32/ServiceControl.h"
+#include "ovsctl/service/win32/EventRecordWriter.h"
+#include "ovsctl/service/win32/ServiceCommands.h"
+#include "ovsctl/service/win32/ServiceControl.h"
 #include "platform/App_FilePath.h"
 #include "platform/DebugEnvironment.h"
 
@@ -79,9 +82,19 @@ int AwaitStop(SC_HANDLE service, const StopOptions& options) {
   return kFindings;
 }
 
+void AddStopKeys(CLI::App& command, StopOptions& options) {
+  CLI::Option* const control = command.add_flag_callback(
+      "--control-only", [&options] { options.record = false; }, "Send the stop control, write no record");
+  command
+      .add_flag_callback(
+          "--record-only", [&options] { options.control = false; }, "Write the record, send no control")
+      ->excludes(control);
+  AddFeedOption(command, options.feed)->excludes(control);
+}
+
 }  // namespace
 
-int RunStop(const StopOptions& options) {
+int StopService(const StopOptions& options) {
   Diagnostics().Attach(DebugPortsOf(os::ThisMachine()), {});
   const DWORD rights = SERVICE_QUERY_STATUS | SERVICE_QUERY_CONFIG | (options.control ? SERVICE_STOP : 0);
   const ServiceHandle service = OpenEventService(rights);
@@ -97,6 +110,20 @@ int RunStop(const StopOptions& options) {
     if (const int result = LeaveRecord(service.get(), options)) return result;
   }
   return AwaitStop(service.get(), options);
+}
+
+void AddStopCommand(Program& program) {
+  const auto options = std::make_shared<StopOptions>();
+  CLI::App* const command = AddCommand(
+      program,
+      {.name = "stop",
+       .purpose = "Stop the event service. It takes two keys: the stop control, and an event record with the stop "
+                  "phrase. Both are turned here, and when it does not stop in time the missing one is named.",
+       .examples = "ovsctl stop\n"
+                   "ovsctl stop --wait 120"},
+      [options] { return StopService(*options); });
+  AddWaitOption(*command, options->waitSeconds, "How long to wait for the service to be stopped");
+  AddStopKeys(*command, *options);
 }
 
 }  // namespace ovs::win32

@@ -1,21 +1,23 @@
-#include "ovsctl/win32/Install.h"
-
+// ovsctl install: the service entry, its event source, and an application folder that only administrators can change.
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "base/App_Strings.h"
 #include "os/PendingError.h"
 #include "os/win32/Win32Error.h"
 #include "os/win32/Win32Text.h"
-#include "ovsctl/cli/Command.h"
+#include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/cli/Installation.h"
-#include "ovsctl/win32/DefaultFiles.h"
-#include "ovsctl/win32/EventRecordWriter.h"
-#include "ovsctl/win32/FolderAccess.h"
-#include "ovsctl/win32/ServiceControl.h"
+#include "ovsctl/service/win32/DefaultFiles.h"
+#include "ovsctl/service/win32/EventRecordWriter.h"
+#include "ovsctl/service/win32/FolderAccess.h"
+#include "ovsctl/service/win32/ServiceCommands.h"
+#include "ovsctl/service/win32/ServiceControl.h"
 #include "platform/App_FilePath.h"
 #include "platform/FileMask.h"
 
@@ -278,11 +280,28 @@ int Installer::FailInside(std::size_t step) {
   return result;
 }
 
-}  // namespace
-
+// kDone when all was done, kFailed when not; the service entry is then taken back.
 int RunInstall(const std::string& applicationFolder) {
   const std::unique_ptr<Installation> installation = Installation::Open(applicationFolder);
   return installation ? Installer(*installation).Run() : kFailed;
+}
+
+}  // namespace
+
+void AddInstallCommand(Program& program) {
+  const auto folder = std::make_shared<std::string>();
+  CLI::App* const command = AddCommand(
+      program,
+      {.name = "install",
+       .purpose =
+           "Install the event service: it starts with the machine and is restarted when it fails. Makes Config\\Rules, "
+           "default settings and example rules where there are none, and sees to it that only administrators can "
+           "change the application folder. Settings, rules and logs that exist stay. Needs administrator rights.",
+       .examples = "ovsctl install\n"
+                   "ovsctl install --app \"C:\\Program Files\\Orvanta\""},
+      [folder] { return RunInstall(*folder); });
+  command->add_option("--app", *folder, "Folder of OrvantaEventService.exe (default: the folder of ovsctl)")
+      ->type_name("FOLDER");
 }
 
 }  // namespace ovs::win32

@@ -1,7 +1,0 @@
-#include "ovsctl/os/ServiceManager.h"
-
-namespace ovs::os {
-
-ServiceEntry LookAtService() { return {}; }
-
-}  // namespace ovs::os
