@@ -19,6 +19,7 @@
 #include "config/Config_FoldedHash.h"
 #include "config/Config_KVP.h"
 #include "config/Config_Value.h"
+#include "config/FileProblems.h"
 #include "config/SettingNames.h"
 #include "platform/App_FileSystem.h"
 
@@ -94,6 +95,9 @@ class Config_Class {
   [[nodiscard]] const std::vector<Text>& DefinitionFiles() const { return definitionFiles_; }
   // True when a loader has tried to read this file.
   [[nodiscard]] bool HasTried(TextView sFile) const { return readState_.contains(Identity(sFile)); }
+
+  // The files that were there and could not be loaded, in the order of the attempts.
+  [[nodiscard]] const std::vector<FileProblem>& Problems() const { return problems_; }
 
   // Entries whose key contains the text (with `bExact`: is it), and with `lLevel` other than -1 only those of at least so
   // many parts between dots. An empty text removes nothing.
@@ -258,6 +262,7 @@ class Config_Class {
   std::unordered_map<Text, Entries::iterator, FoldedHash, FoldedEqual> byKey_;
   std::vector<Text> definitionFiles_;
   std::unordered_set<Text, FoldedHash, FoldedEqual> knownDefinitionFiles_;
+  std::vector<FileProblem> problems_;
   std::unordered_map<Text, bool> readState_;  // by identity, of files tried: whether reading succeeded
 };
 

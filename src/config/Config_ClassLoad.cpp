@@ -71,13 +71,15 @@ bool Config_Class::ReadSettingsFile(TextView path, Text& content) {
   return proc.Run(false, [&] {
     bool& succeeded = readState_[Identity(path)];
     succeeded = false;
-    if (!fileSystem_.GetFileToString(path, content)) return false;
-    if (content.find(kNul) != Text::npos) {
-      proc.Log(Text(u"Cannot use settings file [").append(path) + u"]: it is not text (it holds NUL characters)");
-      return false;
+    FileProblem problem{FileKind::SettingsFile, Text(path), {}};
+    if (fileSystem_.GetFileToString(path, content, &problem.reason)) {
+      succeeded = content.find(kNul) == Text::npos;
+      if (succeeded) return true;
+      problem.reason = u"it is not text (it holds NUL characters)";
+      proc.Log(problem.Sentence());
     }
-    succeeded = true;
-    return true;
+    if (!problem.reason.empty()) problems_.push_back(std::move(problem));
+    return false;
   });
 }
 

@@ -58,8 +58,9 @@ class App_FileSystem {
   // The path with its short (8.3) parts replaced; unchanged on failure.
   Text MakeLongPath(TextView sPath);
 
-  // The decoded text of a file of up to kMaxTextFileBytes.
-  bool GetFileToString(TextView sFile, Text& out);
+  // The decoded text of a file of up to kMaxTextFileBytes. `refusal`, where given, tells why a file that is there was not
+  // read.
+  bool GetFileToString(TextView sFile, Text& out, Text* refusal = nullptr);
   // The same, cut into lines at CR LF and nowhere else. A CR LF at the end of the file begins no further line.
   bool GetFileToArray(TextView sFile, std::vector<Text>& lines);
 

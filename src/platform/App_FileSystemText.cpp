@@ -15,7 +15,7 @@ constexpr TextView kModule = u"App_FileSystem";
 
 }  // namespace
 
-bool App_FileSystem::GetFileToString(TextView sFile, Text& out) {
+bool App_FileSystem::GetFileToString(TextView sFile, Text& out, Text* refusal) {
   Proc proc(kModule, u"GetFileToString", ProcKind::Function);
   proc.ByVal(u"sFile", sFile);
   out.clear();
@@ -29,6 +29,7 @@ bool App_FileSystem::GetFileToString(TextView sFile, Text& out) {
     const Text reason = DescribeReadOutcome(outcome, TakePendingSystemError());
     proc.Log(Text(u"Cannot read file [").append(sFile) + u"]: " + reason,
              outcome == ReadOutcome::Missing ? EventType::Verbose : EventType::Normal);
+    if (refusal != nullptr && outcome != ReadOutcome::Missing) *refusal = reason;
     return false;
   });
 }

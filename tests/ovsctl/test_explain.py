@@ -2,30 +2,23 @@
 
 import collections
 import json
-import os
-import pathlib
-import shutil
-import subprocess
-import tempfile
 import unittest
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
-DATA = ROOT / "tests" / "data"
-BOTH = "[LogFile]\r\nSystem=1\r\n[EventType]\r\nError=1\r\n"
+from ovsctl import DATA, DEMO, RULE, OvsctlTest, lines_of
+
 RULES = {
-    "Any error.DAT": BOTH,
-    "Other log.DAT": BOTH.replace("System", "Application") + "[LogFile]\r\nSecurity=1\r\n",
-    "No log.DAT": "[LogFile]\r\nSystem=yes\r\n",
-    "Other type.DAT": BOTH.replace("Error=1", "Warning=1\r\nFailure=1"),
-    "By number.DAT": BOTH + "[EventDetail]\r\nEventID=8\r\n",
-    "By source.DAT": BOTH + "[EventDetail]\r\nEventSource=another \x1b[31m source\r\n",
-    "Must have.DAT": BOTH + "[EventDetail]\r\nEventDesc=bad block\r\n",
-    "Must not have.DAT": BOTH + "[EventDetail]\r\nEventDescEx=HARDDISK\r\n",
-    "Überlauf.DAT": BOTH + "[EventDetail]\r\nEventID=7\r\n",
+    "Any error.DAT": RULE,
+    "Other log.DAT": RULE.replace("System", "Application") + "[LogFile]\nSecurity=1\n",
+    "No log.DAT": "[LogFile]\nSystem=yes\n",
+    "Other type.DAT": RULE.replace("Error=1", "Warning=1\nFailure=1"),
+    "By number.DAT": RULE + "[EventDetail]\nEventID=8\n",
+    "By source.DAT": RULE + "[EventDetail]\nEventSource=another \x1b[31m source\n",
+    "Must have.DAT": RULE + "[EventDetail]\nEventDesc=bad block\n",
+    "Must not have.DAT": RULE + "[EventDetail]\nEventDescEx=HARDDISK\n",
+    "Überlauf.DAT": RULE + "[EventDetail]\nEventID=7\n",
     "Broken.DAT": "\0\1",
 }
-RECORD = {"EventType": 1, "Type": "Error", "EventCode": "7", "SourceName": "src", "Message": "on Harddisk0\r\nmore",
-          "Logfile": "System", "TimeGenerated": "20240307130509.000000-000"}
+MESSAGE = "on Harddisk0\r\nmore"
 RECORDS = [
     {},
     {"Logfile": "Setup", "Message": ""},
@@ -42,50 +35,37 @@ RECORDS = [
 ]
 
 
-class ExplainTest(unittest.TestCase):
-    maxDiff = None
+class ExplainTest(OvsctlTest):
+    command = "explain"
 
     def setUp(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="ovs explain "))
-        self.addCleanup(shutil.rmtree, self.folder)
-        self.rules = self.folder / "Config" / "Rules"
-        self.rules.mkdir(parents=True)
-        self.ini(1)
+        super().setUp()
+        self.settings(1)
         for name, text in RULES.items():
-            (self.rules / name).write_bytes(text.encode())
-        (self.rules / "GlobalExclusion_EventSource_List.txt").write_bytes(b"a\r\n\r\nHidden Source \r\n")
-        (self.rules / "GlobalExclusion_EventDesc_List.txt").write_bytes(b"kb77\r\n")
-        self.records = self.folder / "records.jsonl"
-        self.records.write_text("".join(json.dumps(RECORD | change) + "\n" for change in RECORDS))
+            self.write(self.rules / name, text)
+        self.write(self.rules / "GlobalExclusion_EventSource_List.txt", "a\n\nHidden Source \n")
+        self.write(self.rules / "GlobalExclusion_EventDesc_List.txt", "kb77\n")
+        self.records.write_text(lines_of(*({"Message": MESSAGE} | change for change in RECORDS)))
 
-    def ini(self, disk):
-        (self.folder / "Config" / "Orvanta.ini").write_text(
-            f"[Monitoring]\nDiskEvents={disk}\n[Config]\nDisplayEventLogTimesInUTC=1\nDisplayEventLogDateYearFirst=1\n"
-            "DisplayEventLogTimeAs24Hour=1\n")
-
-    def explain(self, *options, code=0, app=None):
-        done = subprocess.run([os.environ["OVSCTL"], "explain", "--app", app or self.folder, *options], capture_output=True,
-                              text=True, timeout=120)
-        self.assertEqual(done.returncode, code, done.stderr)
-        return done
+    def settings(self, disk):
+        self.write(self.ini, f"[Monitoring]\nDiskEvents={disk}\n[Config]\nDisplayEventLogTimesInUTC=1\n"
+                   "DisplayEventLogDateYearFirst=1\nDisplayEventLogTimeAs24Hour=1\n")
 
     def test_the_whole_output(self):
-        done = self.explain(self.records)
+        done = self.ovsctl(self.records)
         self.assertEqual(done.stdout, (DATA / "explain.txt").read_text(encoding="utf-8"))
         self.assertEqual(done.stderr.count("Broken.DAT"), 1)
 
     def test_one_record_one_rule_and_the_disk_check_off(self):
-        self.ini("yes")
-        done = self.explain(self.records, "--record", "4", "--rule", "must HAVE")
+        self.settings("yes")
+        done = self.ovsctl(self.records, "--record", "4", "--rule", "must HAVE")
         self.assertEqual(done.stdout.splitlines()[2:],
                          ["  Disk check: off; this record would be a disk event", "  Rules:", "    Must have  matches",
                           "  Exclusions: none applies", "  Result: alert Must have"])
 
     def test_verdicts_are_those_of_the_service(self):
-        replayed = subprocess.run([os.environ["OVSCTL"], "replay", "--json", "--app", ROOT / "demo" / "app",
-                                   DATA / "records.jsonl"], capture_output=True, check=True, timeout=120)
-        wanted = json.loads(replayed.stdout)
-        lines = self.explain(DATA / "records.jsonl", "--all", "--json", app=ROOT / "demo" / "app").stdout.splitlines()
+        wanted = self.json(DATA / "records.jsonl", command="replay", app=DEMO)
+        lines = self.ovsctl(DATA / "records.jsonl", "--all", "--json", app=DEMO).stdout.splitlines()
         alerts, hidden = collections.Counter(), collections.Counter()
         for explained in map(json.loads, lines):
             alerts.update(explained["alerts"])
@@ -98,18 +78,17 @@ class ExplainTest(unittest.TestCase):
         self.assertEqual(hidden, {name: count for name, count in wanted["hiddenByList"].items() if count})
 
     def test_twenty_unless_all(self):
-        done = self.explain(DATA / "records.jsonl", "--json")
+        done = self.ovsctl(DATA / "records.jsonl", "--json")
         self.assertEqual(len(done.stdout.splitlines()), 20)
         self.assertIn("--all", done.stderr)
-        self.assertEqual(json.loads(self.explain(DATA / "records.jsonl", "--json", "--record", "700").stdout)["number"], 700)
+        self.assertEqual(self.json(DATA / "records.jsonl", "--record", "700")["number"], 700)
 
     def test_what_cannot_be_done_says_why(self):
-        for options, said in (([], "either a file of records or --live LOG"),
-                              ([self.records, "--live", "System"], "either a file of records or --live LOG"),
-                              ([self.folder / "none"], "cannot open"), ([self.records, "--record", "99"], "only 12 records"),
-                              ([self.records, "--rule", "none"], "no rule is named none"),
-                              (["--live", "System"], "no Windows event logs"), ([self.records, "--record", "0"], "--record")):
-            self.assertIn(said, self.explain(*options, code=2).stderr)
+        self.refused(([], "either a file of records or --live LOG"),
+                     ([self.records, "--live", "System"], "either a file of records or --live LOG"),
+                     ([self.app / "none"], "cannot open"), ([self.records, "--record", "99"], "only 12 records"),
+                     ([self.records, "--rule", "none"], "no rule is named none"),
+                     (["--live", "System"], "no Windows event logs"), ([self.records, "--record", "0"], "--record"))
 
 
 if __name__ == "__main__":

@@ -1,15 +1,11 @@
 """The records that ovsctl reads out of files: JSON lines and what wevtutil prints, whole and broken."""
 
 import json
-import os
-import pathlib
 import re
-import shutil
-import subprocess
-import tempfile
 import unittest
 
-DATA = pathlib.Path(__file__).resolve().parents[1] / "data"
+from ovsctl import DATA, OvsctlTest
+
 XMLNS = "xmlns='http://schemas.microsoft.com/win/2004/08/events/event'"
 
 
@@ -19,21 +15,14 @@ def event(message="text", system="", tail=None, event_id="<EventID Qualifiers='4
             f"<TimeCreated SystemTime='2024-03-07T13:05:09.5Z'/></System>{tail}</Event>\n")
 
 
-class RecordsTest(unittest.TestCase):
-    def setUp(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="ovs records "))
-        self.addCleanup(shutil.rmtree, self.folder)
-        (self.folder / "Config" / "Rules").mkdir(parents=True)
+class RecordsTest(OvsctlTest):
+    command = "explain"
 
     def read(self, content, *options, code=0):
         """The records and the messages."""
-        path = self.folder / "records"
-        path.write_bytes(content.encode() if isinstance(content, str) else content)
-        done = subprocess.run([os.environ["OVSCTL"], "explain", "--app", self.folder, "--all", "--json", *options, path],
-                              capture_output=True, timeout=120)
-        messages = done.stderr.decode()
-        self.assertEqual(done.returncode, code, messages)
-        return [json.loads(line)["record"] for line in done.stdout.splitlines()], messages
+        self.records.write_bytes(content.encode() if isinstance(content, str) else content)
+        done = self.ovsctl("--all", "--json", *options, self.records, code=code)
+        return [json.loads(line)["record"] for line in done.stdout.splitlines()], done.stderr
 
     def test_real_records_are_those_that_windows_itself_delivered(self):
         xml = (DATA / "rendered.xml").read_text(encoding="utf-8")

@@ -3,25 +3,16 @@
 import csv
 import datetime
 import io
-import json
-import os
-import pathlib
-import shutil
-import subprocess
-import sys
-import tempfile
 import unittest
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
-from mailserver import MailServer  # noqa: E402
+from mailserver import MailServer
+from ovsctl import OvsctlTest, lines_of
 
 LIST = "GlobalExclusion_Event%s_List.txt"
 
 
 def record(message="one", time="20240307130509.000000-000", **changes):
-    values = {"EventType": 1, "Type": "Error", "EventCode": "7", "SourceName": "src", "Message": message,
-              "Logfile": "System", "TimeGenerated": time}
-    return json.dumps(values | changes) + "\n"
+    return lines_of({"Message": message, "TimeGenerated": time} | changes)
 
 
 def spread(count, minutes):
@@ -31,41 +22,33 @@ def spread(count, minutes):
                           SourceName=f"source {i}") for i in range(count))
 
 
-class ReplayTest(unittest.TestCase):
+class ReplayTest(OvsctlTest):
+    command = "replay"
+
     def setUp(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="ovs replay "))
-        self.addCleanup(shutil.rmtree, self.folder)
-        self.rules = self.folder / "Config" / "Rules"
-        self.rules.mkdir(parents=True)
+        super().setUp()
         self.settings()
         self.rule("Low Disk", "System=1")
 
     def settings(self, monitoring="", mail=""):
-        self.folder.joinpath("Config", "Orvanta.ini").write_text(
-            f"[Config]\nDisplayEventLogTimesInUTC=1\n[Monitoring]\n{monitoring}\n[EmailConfig]\n{mail}\n"
-            "[EmailOptions]\nEmailAdminEvents=1\n")
+        self.write(self.ini, f"[Config]\nDisplayEventLogTimesInUTC=1\n[Monitoring]\n{monitoring}\n[EmailConfig]\n{mail}\n"
+                   "[EmailOptions]\nEmailAdminEvents=1\n")
 
     def rule(self, name, logs, detail=""):
-        (self.rules / f"{name}.dat").write_text(f"[LogFile]\n{logs}\n[EventType]\nError=1\n[EventDetail]\n{detail}\n")
+        self.write(self.rules / f"{name}.dat", f"[LogFile]\n{logs}\n[EventType]\nError=1\n[EventDetail]\n{detail}\n")
 
-    def replay(self, records, *options, app=None):
-        path = self.folder / "records.jsonl"
-        path.write_text(records, encoding="utf-8")
-        return self.ovsctl("--app", app or self.folder, *options, path)
+    def replay(self, records, *options, code=0):
+        self.records.write_text(records, encoding="utf-8")
+        return self.ovsctl(*options, self.records, code=code)
 
-    def ovsctl(self, *arguments):
-        return subprocess.run([os.environ["OVSCTL"], "replay", *arguments], stdin=subprocess.DEVNULL, capture_output=True,
-                              timeout=100, encoding="utf-8")
-
-    def report(self, records, *options):
-        done = self.replay(records, "--json", *options)
-        self.assertIn(done.returncode, (0, 1), done.stderr)
-        return json.loads(done.stdout)
+    def report(self, records):
+        self.records.write_text(records, encoding="utf-8")
+        return self.json(self.records)
 
     def test_prints_what_became_of_the_records_and_writes_nothing_unless_asked(self):
         self.rule("Never", "Application=1")
         done = self.replay(record() + record("orvanta - stopping event service...") + record("two", "20240307150000"))
-        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        self.assertEqual(done.stderr, "")
         self.assertEqual(done.stdout, """\
 3 records, 2 alerts by 1 of 3 rules.
 From 03/07/2024 01:05:09 PM to 03/07/2024 03:00:00 PM.
@@ -81,13 +64,13 @@ Low Disk                2  66.7%      0       1  03/07/2024 01:05:09 PM  03/07/2
 Never                   0     0%      0       0  never matched
 Disk Event Alert        0     0%      0       0  never matched
 """)
-        self.assertEqual(list(self.folder.glob("EventLogs*")), [])
+        self.assertEqual(list(self.app.glob("EventLogs*")), [])
 
     def test_counts_for_each_rule_and_for_the_records_as_a_whole(self):
         self.settings("DiskEvents=1\nDiskEventsRuleName=Disks")
         self.rule("Two", "Application=1", "EventID=7")
         for name, line in (("ID", "99"), ("Source", "loud"), ("Desc", "of no use")):
-            (self.rules / (LIST % name)).write_text(line + "\r\n")
+            self.write(self.rules / (LIST % name), line + "\n")
         records = [record("\r\n  \r\nfirst read\r\nmore", "20240307130509"), record("b", "20240307130000"),
                    record("c", "20240307125959"), record("d", "20240308000000", Logfile="Application"),
                    record("e", "20230101000000", Logfile="Setup"), record("f", "", Logfile="application"),
@@ -144,26 +127,21 @@ Disk Event Alert        0     0%      0       0  never matched
 
     def test_sends_mails_only_when_they_are_asked_for_and_can_go(self):
         with MailServer() as server:
-            scrambled = subprocess.run([os.environ["OVSCTL"], "set-password", "--print"], input=server.password + "\n", capture_output=True,
-                                       timeout=60, encoding="utf-8").stdout.strip()
+            scrambled = self.scrambled(server.password)
             mail = (f"AdminEmail=jane@example.com\nSMTPServer=localhost\nSMTPPort={server.port}\nAutoFix=0\n"
                     f"SMTPUserName={server.user}\nSMTPPassword={scrambled}")
             for on, options, code, mails in ((1, [], 0, 0), (0, ["--send-mails", "--yes"], 2, 0), (1, ["--send-mails"], 2, 0),
                                              (1, ["--send-mails", "--yes"], 0, 2)):
                 self.settings(f"EventEmails={on}", mail)
-                done = self.replay(record() * 2, *options)
-                self.assertEqual((done.returncode, len(server.mails)), (code, mails), (on, options, done.stderr))
+                done = self.replay(record() * 2, *options, code=code)
+                self.assertEqual(len(server.mails), mails, (on, options, done.stderr))
         self.assertIn("2 mails were taken by the mail server, 0 not.", done.stderr)
-        done = self.replay(record() * 20, "--send-mails", "--yes")
-        self.assertEqual(done.returncode, 1)
+        done = self.replay(record() * 20, "--send-mails", "--yes", code=1)
         self.assertIn("0 mails were taken by the mail server, 20 not.", done.stderr)
         self.assertLess(len(done.stderr), 3000)  # what went wrong, once
 
     def test_tables_for_spreadsheets_hold_no_formula(self):
         self.rule("=SUM(A1)", "Application=1")
-        done = subprocess.run([os.environ["OVSCTL"], "replay", "--csv", "--app", self.folder, "-"], cwd=self.folder,
-                              capture_output=True, timeout=60)
-        self.assertEqual(done.returncode, 2)
         texts = ("=1+1", "+1", "-1", "@x", 'say "hi", you', "größer\u202e\x07")
         for text in texts:
             lines = self.replay(record(text, SourceName=text), "--csv").stdout
@@ -171,13 +149,8 @@ Disk Event Alert        0     0%      0       0  never matched
             safe = ("'" if text[0] in "=+-@" else "") + text.replace("\u202e", "\\u202e").replace("\x07", "\\u0007")
             self.assertEqual((rows[0]["sample_message"], rows[0]["sample_source"], rows[0]["matches"]), (safe, safe, "1"))
             self.assertEqual(rows[1]["rule"], "'=SUM(A1)")
-
-    def test_csv_lines_end_as_the_standard_wants(self):
-        path = self.folder / "records.jsonl"
-        path.write_text(record())
-        out = subprocess.run([os.environ["OVSCTL"], "replay", "--csv", "--app", self.folder, path], capture_output=True,
-                             timeout=60).stdout
-        self.assertEqual((out.count(b"\r\n"), out.count(b"\n"), out.endswith(b"\r\n")), (3, 3, True))
+        out = self.ovsctl("--csv", self.records, typed=b"").stdout
+        self.assertEqual((out.count(b"\r\n"), out.count(b"\n"), out.endswith(b"\r\n")), (4, 4, True))  # as the standard wants
 
     def test_text_fits_its_width_and_harms_no_terminal(self):
         self.rule("A rule with a name " + "that is far too long " * 6, "System=1")
@@ -188,16 +161,15 @@ Disk Event Alert        0     0%      0       0  never matched
 
     def test_writes_both_logs_as_the_service_would(self):
         for _ in range(2):
-            self.assertEqual(self.replay(record("größer"), "--write-logs").returncode, 0)
+            self.replay(record("größer"), "--write-logs")
         entry = ("03/07/2024 01:05:09 PM\r\nRule: Low Disk\r\nEvent ID: 7 / Event Type: Error (1) / Source Name: src / "
                  "Event Log: System\r\nMessage: größer\r\n")
-        self.assertEqual((self.folder / "EventLogs.txt").read_bytes().decode(), entry * 2)
-        self.assertEqual((self.folder / "EventLogs_RuleNamesOnly.txt").read_bytes(),
+        self.assertEqual((self.app / "EventLogs.txt").read_bytes().decode(), entry * 2)
+        self.assertEqual((self.app / "EventLogs_RuleNamesOnly.txt").read_bytes(),
                          b"03/07/2024 01:05:09 PM  -  Low Disk\r\n")
 
     def test_broken_lines_are_named_and_the_rest_is_done(self):
-        done = self.replay(record() + "\n{broken\n[1]\n" + record("two").rstrip("\n"), "--repeat", "2")
-        self.assertEqual(done.returncode, 1)
+        done = self.replay(record() + "\n{broken\n[1]\n" + record("two").rstrip("\n"), "--repeat", "2", code=1)
         self.assertTrue(done.stdout.startswith("2 records, 2 alerts"), done.stdout)
         for text in ("2 pieces were no records.", "matched 4 records again, "):
             self.assertIn(text, done.stdout)
@@ -205,7 +177,7 @@ Disk Event Alert        0     0%      0       0  never matched
             self.assertRegex(done.stderr, f"line {line}: .*; skipped")
 
     def test_unusable_files_are_named_once(self):
-        (self.rules / "Broken.DAT").write_bytes(b"\0\1\2")
+        self.write(self.rules / "Broken.DAT", b"\0\1\2")
         (self.rules / "Folder.DAT").mkdir()
         done = self.replay(record() * 2)
         self.assertTrue(done.stdout.startswith("2 records, 2 alerts"))
@@ -213,17 +185,12 @@ Disk Event Alert        0     0%      0       0  never matched
             self.assertEqual(done.stderr.count(name), 1, done.stderr)
 
     def test_what_cannot_be_done_says_why(self):
-        path = self.folder / "records.jsonl"
-        none = self.folder / "none"
-        for options, reason in ((["--app", none, path], "no such folder"), ([none], "cannot open"), ([], "name either"),
-                                (["--live", path], "name either"), (["--live"], "no Windows event logs"),
-                                (["--live", "--since", "soon"], "--since needs"),
-                                (["--since", "3d", path], "requires --live"), (["--json", "--csv", path], "excludes"),
-                                ([path, "--html", self.folder], "cannot write")):
-            path.write_text(record())
-            done = self.ovsctl(*([] if "--app" in options else ["--app", self.folder]), *options)
-            self.assertEqual(done.returncode, 2, options)
-            self.assertIn(reason, done.stderr, options)
+        records = self.write("records", record())
+        self.refused(([], "name either"), ([self.app / "none"], "cannot open"), (["--live", records], "name either"),
+                     (["--live"], "no Windows event logs"), (["--live", "--since", "soon"], "--since needs"),
+                     (["--since", "3d", records], "requires --live"), (["--json", "--csv", records], "excludes"))
+        self.refused(([records], "no such folder"), app=self.app / "none")
+        self.assertIn("cannot write", self.ovsctl(records, "--html", self.app, code=2).stderr)
 
 
 if __name__ == "__main__":

@@ -2,20 +2,12 @@
 
 import base64
 import hashlib
-import json
-import os
-import pathlib
 import re
-import shutil
-import subprocess
-import sys
-import tempfile
 import unittest
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
-from chromium import Chromium  # noqa: E402
+from chromium import Chromium
+from ovsctl import DATA, DEMO, RULE, OvsctlTest, lines_of
 
-ROOT = pathlib.Path(__file__).resolve().parents[2]
 HOSTILE = ["<script>document.title = 'taken'</script>", "</style></title><h1>no</h1>",
            "<img src='https://example.invalid/x'>", "\" onload='x' data-x=\"", "left \u202eright\u2066",
            "&lt;b&gt; &amp; <!-- ", "W" * 300, "\x1b[2J bell\x07 nul\x00"]
@@ -31,27 +23,20 @@ CONTRAST = """(() => { const light = c => { const [r, g, b] = c.match(/[0-9.]+/g
       .map(ink => (Math.max(ink, paper) + .05) / (Math.min(ink, paper) + .05))) })()"""
 
 
-def record(text, minute):
-    return json.dumps({"EventType": 1, "Type": "Error", "EventCode": "7", "SourceName": text, "Message": text,
-                       "Logfile": "System", "TimeGenerated": f"2024030713{minute:02}09.000000-000"})
+class HtmlTest(OvsctlTest):
+    command = "replay"
 
-
-class HtmlTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.browser = Chromium()
         cls.addClassCleanup(cls.browser.__exit__)
 
     def setUp(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="ovs page "))
-        self.addCleanup(shutil.rmtree, self.folder)
-        self.page = self.folder / "report.html"
+        super().setUp()
+        self.page = self.app / "report.html"
 
-    def make(self, app, records):
-        done = subprocess.run([os.environ["OVSCTL"], "replay", "--json", "--app", app, "--html", self.page, records],
-                              capture_output=True, encoding="utf-8", timeout=100)
-        self.assertEqual(done.returncode, 0, done.stderr)
-        return json.loads(done.stdout)
+    def make(self, records, app=None):
+        return self.json("--html", self.page, records, app=app)
 
     def open(self, width, scheme="light"):
         """The page at that width, after what must hold for each of them was checked."""
@@ -64,7 +49,7 @@ class HtmlTest(unittest.TestCase):
         return page
 
     def test_sample_records_on_wide_and_narrow_screens(self):
-        report = self.make(ROOT / "demo" / "app", ROOT / "tests" / "data" / "records.jsonl")
+        report = self.make(DATA / "records.jsonl", DEMO)
         papers = set()
         for width, scheme in ((1280, "light"), (1280, "dark"), (400, "light"), (400, "dark"), (320, "light")):
             page = self.open(width, scheme)
@@ -80,15 +65,14 @@ class HtmlTest(unittest.TestCase):
         self.assertEqual(page.evaluate("document.querySelectorAll('svg:not([aria-hidden]) > title + desc').length"), len(bars))
 
     def test_hostile_texts_stand_as_text(self):
-        rules = self.folder / "Config" / "Rules"
-        rules.mkdir(parents=True)
         for number, text in enumerate(HOSTILE):
             name = f"b&'{number}\u202e.dat"
-            (rules / name).write_text("[LogFile]\nSystem=1\n[EventType]\nError=1\n[EventDetail]\nEventID=7\n"
-                                      f"EventDesc={text if number in (0, 4, 6) else text[:8]}\n", encoding="utf-8")
-        records = self.folder / "&amp; records.jsonl"
-        records.write_text("\n".join(record(text, minute) for minute, text in enumerate(HOSTILE)) + "\n")
-        report = self.make(self.folder, records)
+            self.write(self.rules / name, RULE + "[EventDetail]\nEventID=7\n"
+                       f"EventDesc={text if number in (0, 4, 6) else text[:8]}\n")
+        records = self.write("&amp; records", lines_of(*(
+            {"SourceName": text, "Message": text, "TimeGenerated": f"2024030713{minute:02}09.000000-000"}
+            for minute, text in enumerate(HOSTILE))))
+        report = self.make(records)
         for width in (1280, 400):
             page = self.open(width)
             text = page.evaluate("document.body.textContent")
@@ -101,14 +85,9 @@ class HtmlTest(unittest.TestCase):
             self.assertEqual(page.evaluate("document.querySelectorAll('.rules tbody tr').length"), len(report["rules"]))
 
     def test_nothing_matched_and_nothing_read(self):
-        records = self.folder / "none.jsonl"
-        records.write_text("")
-        (self.folder / "Config").mkdir()
-        self.make(self.folder, records)
+        self.make(self.write("none", ""))
         self.assertIn("No rule has matched", self.open(400).evaluate("document.body.innerText"))
-
-    def test_the_policy_allows_this_style_alone(self):
-        self.test_nothing_matched_and_nothing_read()
+        # The policy allows this style alone.
         text = self.page.read_text(encoding="utf-8")
         style = re.search("<style>(.*?)</style>", text, re.S).group(1)
         digest = base64.b64encode(hashlib.sha256(style.encode()).digest()).decode()

@@ -1,16 +1,15 @@
 """ovsctl set-password and encrypt: what they write, that nothing else changes, and what they refuse."""
 
-import os
-import pathlib
 import shutil
 import stat
-import subprocess
-import tempfile
 import unittest
+
+from ovsctl import OvsctlTest
 
 KEY = b"4190726"
 LINE = b"SMTPPassword="
 MARK = "\ufeff"
+TYPED = b"geheim99\n"
 
 
 def plain(stored):
@@ -18,29 +17,22 @@ def plain(stored):
     return bytes(byte ^ KEY[i % len(KEY)] for i, byte in pairs)[1:-1].decode("cp1252")
 
 
-class SecretsTest(unittest.TestCase):
+class SecretsTest(OvsctlTest):
     def setUp(self):
-        self.app = pathlib.Path(tempfile.mkdtemp(prefix="ovs secrets "))
-        self.addCleanup(shutil.rmtree, self.app)
-        (self.app / "Config").mkdir()
-        self.ini = self.app / "Config" / "Orvanta.ini"
+        super().setUp()
+        self.rules.rmdir()
         self.cfg = self.app / "OrvantaEventService.cfg"
 
-    def ovsctl(self, *arguments, typed=b"geheim99\n"):
-        done = subprocess.run([os.environ["OVSCTL"], *arguments], input=typed, capture_output=True, timeout=60)
-        self.assertNotIn(b"geheim99", done.stdout + done.stderr)
-        return done
+    def set_password(self, typed=TYPED):
+        return self.ovsctl(command="set-password", typed=typed, code=None)
 
-    def set_password(self, typed=b"geheim99\n"):
-        return self.ovsctl("set-password", "--app", self.app, typed=typed)
-
-    def encrypt(self, *arguments, typed=b"geheim99\n"):
-        return self.ovsctl("encrypt", "--app", self.app, *arguments, typed=typed)
+    def encrypt(self, *arguments, typed=TYPED):
+        return self.ovsctl(*arguments, command="encrypt", typed=typed, code=None)
 
     def test_prints_the_stored_form(self):
         for typed, password in ((b"geheim99\n", "geheim99"), (b"geheim99\r\nrest", "geheim99"), (b" a b ", " a b "),
                                 ("Zürich €\n".encode("utf-8-sig"), "Zürich €"), (b"x" * 127, "x" * 127)):
-            done = self.ovsctl("set-password", "--print", typed=typed)
+            done = self.run_program("set-password", "--print", typed=typed)
             self.assertEqual((done.returncode, plain(done.stdout)), (0, password))
             self.assertIn(b"SMTPPassword=", done.stderr)
 
@@ -48,7 +40,7 @@ class SecretsTest(unittest.TestCase):
         self.ini.write_bytes(b"[EmailConfig]\r\n")
         for typed, reason in ((b"", b"no password"), (b"\n", b"empty"), (b"x" * 128, b"more than 127"), ("abΩ".encode(), b"position 3"),
                               (b"a\x1b[A", b"position 2"), (b"\xff\n", b"position 1"), (b"y" * 5000, b"too long")):
-            for done in (self.ovsctl("set-password", "--print", typed=typed), self.set_password(typed)):
+            for done in (self.run_program("set-password", "--print", typed=typed), self.set_password(typed)):
                 self.assertEqual((done.returncode, done.stdout), (2, b""))
                 self.assertIn(reason, done.stderr)
         self.assertEqual(self.ini.read_bytes(), b"[EmailConfig]\r\n")
@@ -147,8 +139,7 @@ class SecretsTest(unittest.TestCase):
                     self.assertEqual((after[:len(head)], after[len(after) - len(tail):]), (head, tail))
                     self.assertRegex(after[len(head):len(after) - len(tail)], rb"^<ev~>[0-9A-F]{32}$")
         self.assertIn(b"mail.cfg too", self.encrypt("Email.SMTP.Password", "--file", self.cfg).stderr)
-        done = subprocess.run([os.environ["OVSCTL"], "check", "--app", self.app, other], capture_output=True, timeout=60)
-        self.assertNotIn(b"decrypted", done.stdout)
+        self.assertNotIn("decrypted", self.ovsctl(other, command="check", code=None).stdout)
 
     def test_encrypt_refuses(self):
         self.cfg.write_bytes(b"x=1\nEmail.SMTP.Password=old\n")

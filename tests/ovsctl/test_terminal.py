@@ -1,40 +1,36 @@
 """ovsctl on a terminal, seen in tmux: progress, colours, narrow windows, and what is left after Ctrl+C."""
 
-import json
 import os
-import pathlib
 import re
 import shlex
 import shutil
 import subprocess
-import tempfile
 import time
 import unittest
 
+from ovsctl import RULE, OvsctlTest, lines_of
+
 LIMIT = 20
-RECORD = json.dumps({"EventType": 1, "Type": "Error", "EventCode": "7", "SourceName": "disk", "Message": "a message " * 9,
-                     "Logfile": "System", "TimeGenerated": "20240307130509.000000-000"}) + "\n"
+LINE = lines_of({"Message": "a message " * 9})
 PROMPT = "^[#$] *$"
 BAR = r"^\[#*-*\] +\d+%  .*left *$"
 
 
 @unittest.skipUnless(shutil.which("tmux"), "needs tmux")
-class TerminalTest(unittest.TestCase):
+class TerminalTest(OvsctlTest):
     def setUp(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="ovs terminal "))
-        self.addCleanup(shutil.rmtree, self.folder)
-        (self.folder / "Config" / "Rules").mkdir(parents=True)
-        (self.folder / "Config" / "Rules" / "Rule.DAT").write_text("[LogFile]\nSystem=1\n[EventType]\nError=1\n")
-        self.socket = str(self.folder / "tmux")
-        self.few = self.folder / "few.jsonl"
-        self.few.write_text(RECORD * 3)
+        super().setUp()
+        self.write(self.rules / "Rule.DAT", RULE)
+        self.socket = str(self.app / "tmux")
+        self.few = self.app / "few.jsonl"
+        self.few.write_text(LINE * 3)
 
     def many(self):
         """So many records that reading them takes longer than any test looks on."""
-        path = self.folder / "many.jsonl"
+        path = self.app / "many.jsonl"
         with path.open("w") as file:
             for _ in range(40):
-                file.write(RECORD * 10_000)
+                file.write(LINE * 10_000)
         return path
 
     def terminal(self, columns, rows=30):
@@ -57,7 +53,7 @@ class TerminalTest(unittest.TestCase):
         self.tmux("send-keys", "Enter")
 
     def replay(self, *options, environment=(), after=""):
-        self.type("env", *environment, os.environ["OVSCTL"], "replay", "--app", self.folder, *options, after=after)
+        self.type("env", *environment, os.environ["OVSCTL"], "replay", "--app", self.app, *options, after=after)
 
     def screen(self, *options):
         return self.tmux("capture-pane", "-p", *options)
@@ -75,7 +71,7 @@ class TerminalTest(unittest.TestCase):
         for columns in (120, 40, 12):
             with self.subTest(columns):
                 self.terminal(columns)
-                self.type("cd", self.folder)
+                self.type("cd", self.app)
                 self.type("stty", "-a", after=" > before; clear")
                 self.replay(many)
                 bar = BAR if columns > 12 else r"^ *\d+% *$"
@@ -88,11 +84,11 @@ class TerminalTest(unittest.TestCase):
                 self.wait_for(r"\^\s*C\s*" + PROMPT)
                 self.type("stty", "-a", after=" > after; echo don''e")
                 self.wait_for("done$")
-                self.assertEqual((self.folder / "before").read_text(), (self.folder / "after").read_text())
+                self.assertEqual((self.app / "before").read_text(), (self.app / "after").read_text())
 
     def test_the_bar_is_gone_when_the_work_is_done(self):
-        path = self.folder / "some.jsonl"
-        path.write_text("{broken\n" + RECORD * 20_000)
+        path = self.app / "some.jsonl"
+        path.write_text("{broken\n" + LINE * 20_000)
         self.terminal(100)
         self.replay(path)
         screen = self.wait_for("Disk Event Alert .*never matched")
@@ -111,7 +107,7 @@ class TerminalTest(unittest.TestCase):
 
     def test_a_narrow_window_breaks_no_line(self):
         self.terminal(40, 60)
-        self.type("cd", self.folder)
+        self.type("cd", self.app)
         self.replay(self.few.name, after="; echo ended $?")
         self.wait_for("^ended 0")
         # The same with and without the joining of broken lines.
@@ -120,8 +116,8 @@ class TerminalTest(unittest.TestCase):
         self.assertIn("  3 matches, 100.0%", result[0])
 
     def test_mails_are_asked_for(self):
-        (self.folder / "Config" / "Orvanta.ini").write_text(
-            "[Monitoring]\nEventEmails=1\n[EmailConfig]\nAdminEmail=jane@example.com\n[EmailOptions]\nEmailAdminEvents=1\n")
+        self.write(
+            self.ini, "[Monitoring]\nEventEmails=1\n[EmailConfig]\nAdminEmail=jane@example.com\n[EmailOptions]\nEmailAdminEvents=1\n")
         self.terminal(100)
         self.replay(self.few, "--send-mails", after="; echo ended $?")
         self.assertIn("mailed to jane@example.com", self.wait_for('Type "yes"'))

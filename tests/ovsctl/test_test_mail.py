@@ -1,64 +1,40 @@
 """ovsctl test-mail against a real mail server: what each step tells, and what it says when a step fails."""
 
-import json
-import os
 import pathlib
 import shutil
-import subprocess
-import sys
 import tempfile
 import unittest
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
-from certificates import Certificates  # noqa: E402
-from mailserver import MailServer  # noqa: E402
+from certificates import Certificates
+from mailserver import MailServer
+from ovsctl import OvsctlTest, shown_path
 
-WINE = os.environ.get("OVS_WINE") == "1"
-RUN_WINDOWS = [str(pathlib.Path(__file__).resolve().parents[2] / "scripts" / "run-windows-program.sh"), "wine"]
-LIMIT = 60
 TO = "jane@example.com"
 
 
-def shown_path(path):
-    return "Z:" + str(path).replace("/", "\\") if WINE else str(path)
+class TestMailTest(OvsctlTest):
+    command = "test-mail"
 
-
-class TestMailTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.folder = pathlib.Path(tempfile.mkdtemp(prefix="ovs test-mail "))
         cls.addClassCleanup(shutil.rmtree, cls.folder)
         cls.certificates = Certificates(cls.folder)
 
-    def setUp(self):
-        self.app = pathlib.Path(tempfile.mkdtemp(dir=self.folder))
-        (self.app / "Config").mkdir()
-
-    def ovsctl(self, *arguments, typed=None):
-        command = (RUN_WINDOWS if WINE else []) + [os.environ["OVSCTL"], *arguments]
-        done = subprocess.run(command, input=typed, capture_output=True, text=True, encoding="utf-8", timeout=LIMIT)
-        done.stdout = done.stdout.replace("\r", "")
-        return done
-
     def settings(self, server, ca="ca", **changes):
         """Writes settings that suit the server; a value of None leaves the key out."""
-        scrambled = self.ovsctl("set-password", "--print", typed=server.password + "\n").stdout.strip()
+        scrambled = self.scrambled(server.password)
         values = {"AdminEmail": TO, "SMTPServer": "localhost", "SMTPPort": server.port, "SMTPUserName": server.user,
                   "SMTPPassword": scrambled, "UseSSL": 2, "AutoFix": 0} | changes
         lines = [f"{key}={value}" for key, value in values.items() if value is not None]
-        text = "[Monitoring]\r\nEventEmails=1\r\n[EmailOptions]\r\nEmailAdminEvents=1\r\n[EmailConfig]\r\n"
-        (self.app / "Config" / "Orvanta.ini").write_bytes((text + "\r\n".join(lines) + "\r\n").encode())
+        self.write(self.ini, "[Monitoring]\nEventEmails=1\n[EmailOptions]\nEmailAdminEvents=1\n[EmailConfig]\n" + "\n".join(lines))
         path = shown_path(getattr(self.certificates, ca)) if ca else ""
-        (self.app / "OrvantaEventService.cfg").write_bytes(f"Email.SMTP.CAFile={path}\r\nEmail.SMTP.ConnectTimeout=5\r\n".encode())
-
-    def send(self, *options):
-        return self.ovsctl("test-mail", "--app", shown_path(self.app), *options)
+        self.write("OrvantaEventService.cfg", f"Email.SMTP.CAFile={path}\nEmail.SMTP.ConnectTimeout=5\n")
 
     def test_tells_each_step_of_a_mail_that_is_taken(self):
         with MailServer("starttls", self.certificates.good) as server:
             self.settings(server)
-            done = self.send("--session")
-            self.assertEqual(done.returncode, 0, done.stdout + done.stderr)
+            done = self.ovsctl("--session")
             self.assertEqual(server.mails[0].recipients, [TO])
             self.assertIn("Alerts go to jane@example.com (the technician).", done.stderr)
             for step, detail in (("name", "localhost"), ("connection", f"port {server.port}"), ("greeting", "220"), ("TLS", "TLS"),
@@ -67,7 +43,7 @@ class TestMailTest(unittest.TestCase):
                 self.assertRegex(done.stdout, rf"(?m)^  {step} +ok +.*{detail}")
             self.assertIn("Accepted by the mail server.", done.stdout)
             self.assertNotIn(server.password, done.stdout + done.stderr)
-            self.assertTrue(self.send("--to", "other@example.com").returncode == 0)
+            self.ovsctl("--to", "other@example.com")
             self.assertEqual(server.mails[1].recipients, ["other@example.com"])
 
     def test_names_the_step_that_failed_and_what_to_change(self):
@@ -79,20 +55,16 @@ class TestMailTest(unittest.TestCase):
                 ("TLS expected at once", MailServer(), {"UseSSL": 1}, "TLS", "UseSSL")):
             with self.subTest(name), server:
                 self.settings(server, **changes)
-                done = self.send("--json")
-                self.assertEqual(done.returncode, 1, done.stdout + done.stderr)
-                mail, = json.loads(done.stdout)["mails"]
+                mail, = self.json(code=1)["mails"]
                 self.assertFalse(mail["accepted"])
                 failed = [each["step"] for each in mail["steps"] if not each["ok"]]
                 self.assertEqual(failed[0], step, mail)
-                self.assertRegex(self.send().stdout, rf"(?m)^  {step} +FAILED .+\n    .*{advice}")
+                self.assertRegex(self.ovsctl(code=1).stdout, rf"(?m)^  {step} +FAILED .+\n    .*{advice}")
 
     def test_a_port_where_nobody_listens(self):
         with MailServer() as server:
             self.settings(server)
-        done = self.send()
-        self.assertEqual(done.returncode, 1)
-        self.assertRegex(done.stdout, r"(?m)^  connection +FAILED No connection to the mail server.*\n    Check SMTPPort")
+        self.assertRegex(self.ovsctl(code=1).stdout, r"(?m)^  connection +FAILED No connection to the mail server.*\n    Check SMTPPort")
 
     def test_settings_from_which_no_mail_can_be_made(self):
         with MailServer() as server:
@@ -101,9 +73,7 @@ class TestMailTest(unittest.TestCase):
                                   ({"AdminEmail": None}, "AdminEmail is not set")):
                 with self.subTest(said):
                     self.settings(server, **changes)
-                    done = self.send()
-                    self.assertEqual((done.returncode, done.stdout), (2, ""))
-                    self.assertIn(said, done.stderr)
+                    self.refused(([], said))
 
 
 if __name__ == "__main__":

@@ -45,7 +45,6 @@ class Remarks {
 
 // As for the first record after a start.
 void LookAtRules(Installation& installation, StatusFacts& facts) {
-  const Remarks remarks(facts.problems);
   RuleBook book({.fileSystem = installation.FileSystem(),
                  .ini = installation.Ini(),
                  .clock = os::SystemClock(),
@@ -55,17 +54,16 @@ void LookAtRules(Installation& installation, StatusFacts& facts) {
   for (const auto list : {GlobalExclusions::kIds, GlobalExclusions::kSources, GlobalExclusions::kTexts}) {
     static_cast<void>(book.Exclusions().Lines(list));
   }
+  for (const FileProblem& each : book.Problems()) facts.problems.push_back(each.Sentence());
   facts.ruleFiles = book.RuleCount();
   facts.diskEvents = book.DiskEventsOn();
 }
 
 // Settings that are incomplete matter only when alerts are to be mailed.
 void LookAtMail(Installation& installation, StatusFacts& facts) {
-  {
-    const Remarks remarks(facts.problems);
-    const ckCrypt_Config crypt(os::SystemCrypto());
-    static_cast<void>(Config_Init(installation.FileSystem(), installation.Environment(), crypt, {.bNoReleaseSave = true}));
-  }
+  const auto store = Config_Init(installation.FileSystem(), installation.Environment(), installation.Parts().crypt,
+                                 {.bNoReleaseSave = true});
+  for (const FileProblem& each : store->Problems()) facts.problems.push_back(each.Sentence());
   ServiceMail mail(installation);
   std::vector<Text> lacks;
   {
