@@ -14,7 +14,7 @@ namespace {
 
 constexpr TextView kModule = u"Config_Class";
 
-// What no settings file could carry back: a NUL makes the whole file unusable, a line break makes two keys of one.
+// A settings file could not carry everything back: a NUL makes it unusable as a whole, a line break makes two keys of one.
 bool CanBeStored(TextView key, TextView value) {
   return key.find(kNul) == TextView::npos && value.find(kNul) == TextView::npos && key.find(kCrLf) == TextView::npos;
 }

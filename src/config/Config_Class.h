@@ -13,20 +13,52 @@
 #include <optional>
 #include <unordered_map>
 #include <unordered_set>
+#include <variant>
 #include <vector>
 
+#include "base/DateTime.h"
+#include "base/Fold.h"
 #include "base/Text.h"
-#include "config/Config_FoldedHash.h"
 #include "config/Config_KVP.h"
-#include "config/Config_Value.h"
 #include "config/FileProblems.h"
 #include "config/SettingNames.h"
 #include "platform/App_FileSystem.h"
 
 namespace ovs {
 
-// How an entry is written. `sDefFile`: the file it belongs to from now on, relative to the program's folder when it is no
-// full path; empty leaves it (a new entry then belongs to the default configuration file). Without `bOverwrite` an entry
+// For hash tables whose texts are found without regard to case, without a copy of the text asked for.
+struct FoldedHash {
+  using is_transparent = void;
+  [[nodiscard]] std::size_t operator()(TextView text) const {
+    constexpr std::uint64_t kStart = 0xCBF29CE484222325;
+    constexpr std::uint64_t kFactor = 0x100000001B3;
+    std::uint64_t hash = kStart;
+    for (const char16_t unit : text) hash = (hash ^ FoldUnit(unit)) * kFactor;
+    return static_cast<std::size_t>(hash ^ (hash >> 32));
+  }
+};
+
+struct FoldedEqual {
+  using is_transparent = void;
+  [[nodiscard]] bool operator()(TextView a, TextView b) const { return EqualsFolded(a, b); }
+};
+
+// An amount in ten-thousandths.
+struct Currency {
+  std::int64_t tenThousandths = 0;
+};
+
+// A value of a type that no settings file can hold.
+struct UnsupportedValue {
+  TextView typeName;
+};
+
+// A typed value on its way into the store.
+using ConfigValue = std::variant<UnsupportedValue, bool, std::uint8_t, std::int16_t, std::int32_t, std::int64_t, float,
+                                 double, Currency, DateTime, Text, std::vector<Text>>;
+
+// The way an entry is written. `sDefFile`: the file it belongs to from now on, relative to the program's folder when it is
+// no full path; empty leaves it (a new entry then belongs to the default configuration file). Without `bOverwrite` an entry
 // that exists stays as it is. `bNoSave`: never written to disk, once set for good.
 struct ConfigSetOptions {
   bool bEncrypted = false;
@@ -35,7 +67,7 @@ struct ConfigSetOptions {
   bool bNoSave = false;
 };
 
-// How files and texts are loaded. With `bNoDefFile` the entries belong to the default configuration file. With
+// The way files and texts are loaded. With `bNoDefFile` the entries belong to the default configuration file. With
 // `bPrefixFileName` the file's bare name, blanks as "_", and "." stand before each key.
 struct ConfigLoadOptions {
   bool bNoDefFile = false;
@@ -71,7 +103,7 @@ class Config_Class {
   Config_Class(const Config_Class&) = delete;
   Config_Class& operator=(const Config_Class&) = delete;
 
-  // Where entries without a definition file are saved.
+  // The file in which entries without a definition file are saved.
   Text DefaultConfigFile;
   // SaveConfig then writes nothing unless the default configuration file exists.
   bool RequireExistingFile = false;
@@ -85,25 +117,16 @@ class Config_Class {
   // Null when there is none. Valid until the entry is removed.
   [[nodiscard]] Config_KVP* Item(TextView sKey);
   [[nodiscard]] const Config_KVP* Item(TextView sKey) const;
-  [[nodiscard]] bool ItemExists(TextView sKey) const { return Item(sKey) != nullptr; }
   [[nodiscard]] std::size_t Count() const { return entries_.size(); }
   // The entries in order.
   [[nodiscard]] const std::list<Config_KVP>& NewEnum() const { return entries_; }
   // False when there is no such key.
   bool Remove(TextView sKey);
-  // The files from which entries were loaded with their origin, in order of their first load.
-  [[nodiscard]] const std::vector<Text>& DefinitionFiles() const { return definitionFiles_; }
   // True when a loader has tried to read this file.
   [[nodiscard]] bool HasTried(TextView sFile) const { return readState_.contains(Identity(sFile)); }
 
   // The files that were there and could not be loaded, in the order of the attempts.
   [[nodiscard]] const std::vector<FileProblem>& Problems() const { return problems_; }
-
-  // Entries whose key contains the text (with `bExact`: is it), and with `lLevel` other than -1 only those of at least so
-  // many parts between dots. An empty text removes nothing.
-  void WipeSetting(TextView sPartialKey, std::int32_t lLevel = -1, bool bExact = false);
-  // Entries of the file of this bare name, whatever its folder.
-  void WipeSettingsByDefFileName(TextView sFile);
 
   // A line of a settings file as the file loaders take it. The views lie within the file's text.
   struct FileLine {
@@ -124,27 +147,67 @@ class Config_Class {
   // Files by their full paths. False when one of them is empty; the others are loaded.
   bool LoadFiles(const std::vector<Text>& colFiles, const ConfigLoadOptions& options = {});
   bool LoadFile(const std::vector<Text>& arrFiles);
-  // Without `sDefFile` the entries belong to the loaded file. False for a blank name or text and an unreadable file.
-  bool LoadINI(TextView sFile, const ConfigIniOptions& options = {});
-  bool LoadINIFromString(TextView sText, const ConfigIniOptions& options = {});
-  // In text of several lines a value ends at the second "=" of its line. Sections do not count.
-  bool LoadString(TextView sText, const ConfigIniOptions& options = {});
 
   // --- saving: each file is replaced whole or, when that fails, left as it was
 
   // Every entry to its file; files named "..._Debug.cfg" are never written, nor is a file that exists but could not be
   // read. True when every file was written.
   bool SaveConfig();
-  bool SaveAsNewConfigFile(TextView sFile);
-  bool SaveAsINI(TextView sFile, TextView sSection);
-  // What SaveConfig would write, file after file.
-  [[nodiscard]] Text GetConfigAsString() const;
 
   // --- typed setters: false when nothing was changed
 
   // The primitive below all others. Line breaks (CR LF) are kept as "<NL>". An empty value removes the key. Refused are NUL
   // characters, and line breaks in keys: no settings file could carry them.
   bool SetString(TextView sKey, TextView sValue, const ConfigSetOptions& options = {});
+  // Keys whose values are kept encrypted and never traced: those that end in ".Password".
+  [[nodiscard]] static bool IsSecretKey(TextView sKey);
+  // Encrypts the stored value of a key that exists, unless it is encrypted already.
+  void Ensure_Encrypted(TextView sKey);
+
+  // --- typed getters: `sDefFile`, where given, receives the entry's file, empty when the key is missing
+
+  // Decrypted, with real line breaks. Empty when the key is missing.
+  [[nodiscard]] Text GetString(TextView sKey, Text* sDefFile = nullptr) const;
+  // Outer blanks, a sign and decimal digits within 32 bits; anything else is 0, or -1 with `bMinusOneIfMissing`.
+  [[nodiscard]] std::int32_t GetLong(TextView sKey, bool bMinusOneIfMissing = false, Text* sDefFile = nullptr) const;
+  // "1" and "2" are true, other texts false, an empty one is the default.
+  [[nodiscard]] bool GetBool(TextView sKey, bool bDefault = false, Text* sDefFile = nullptr) const;
+  // These read an entry of the table of settings.
+  [[nodiscard]] Text GetString(const SettingName& setting) const { return GetString(setting.key); }
+  [[nodiscard]] std::int32_t GetLong(const SettingName& setting, bool bMinusOneIfMissing = false) const {
+    return GetLong(setting.key, bMinusOneIfMissing);
+  }
+  [[nodiscard]] bool GetBool(const SettingName& setting) const { return GetBool(setting.key); }
+  // The key has a value and, where a file is given, comes from a file of this bare name.
+  [[nodiscard]] bool SettingExist(TextView sKey, TextView sDefFile = {}) const;
+
+  // One line "key=stored value" and CR LF for each entry whose key contains the text. In this and the other queries
+  // "contains" is without regard to case; a definition file, where given, must be the entry's, spelled in full.
+  [[nodiscard]] Text GetAllMatchingStrings_AsIs(TextView sPartialKey, TextView sMustMatchThisDefFile = {},
+                                                bool bExcludeKeyFromValue = false) const;
+
+  // --- the rest of the store: members that the service itself does not call
+
+  [[nodiscard]] bool ItemExists(TextView sKey) const { return Item(sKey) != nullptr; }
+  // The files from which entries were loaded with their origin, in order of their first load.
+  [[nodiscard]] const std::vector<Text>& DefinitionFiles() const { return definitionFiles_; }
+  // Entries whose key contains the text (with `bExact`: is it), and with `lLevel` other than -1 only those of at least so
+  // many parts between dots. An empty text removes nothing.
+  void WipeSetting(TextView sPartialKey, std::int32_t lLevel = -1, bool bExact = false);
+  // Entries of the file of this bare name, whatever its folder.
+  void WipeSettingsByDefFileName(TextView sFile);
+
+  // Without `sDefFile` the entries belong to the loaded file. False for a blank name or text and an unreadable file.
+  bool LoadINI(TextView sFile, const ConfigIniOptions& options = {});
+  bool LoadINIFromString(TextView sText, const ConfigIniOptions& options = {});
+  // In text of several lines a value ends at the second "=" of its line. Sections do not count.
+  bool LoadString(TextView sText, const ConfigIniOptions& options = {});
+
+  bool SaveAsNewConfigFile(TextView sFile);
+  bool SaveAsINI(TextView sFile, TextView sSection);
+  // The texts that SaveConfig would write, file after file.
+  [[nodiscard]] Text GetConfigAsString() const;
+
   bool SetBool(TextView sKey, bool bValue, const ConfigSetOptions& options = {});
   bool SetLong(TextView sKey, std::int32_t lValue, const ConfigSetOptions& options = {});
   bool SetVar(TextView sKey, const ConfigValue& vValue, const ConfigSetOptions& options = {});
@@ -152,46 +215,22 @@ class Config_Class {
   // These two remove the key instead of storing 0, an empty text or no value; `bNoSave` does not count.
   bool SetLongOrDelete(TextView sKey, std::int32_t lValue, const ConfigSetOptions& options = {});
   bool SetVarOrDelete(TextView sKey, const std::optional<ConfigValue>& vValue, const ConfigSetOptions& options = {});
-  // Keys whose values are kept encrypted and never traced: those that end in ".Password".
-  [[nodiscard]] static bool IsSecretKey(TextView sKey);
-  // Encrypts the stored value of a key that exists, unless it is encrypted already.
-  void Ensure_Encrypted(TextView sKey);
   // The text in which a typed value is stored.
   [[nodiscard]] static Text VariantToCfgString(const ConfigValue& vValue);
 
-  // --- typed getters: `sDefFile`, where given, receives the entry's file, empty when the key is missing
-
-  // Decrypted, with real line breaks. Empty when the key is missing.
-  [[nodiscard]] Text GetString(TextView sKey, Text* sDefFile = nullptr) const;
   // The stored form; both operations are the same but for `sDefFile`.
   [[nodiscard]] Text GetStringRaw(TextView sKey, Text* sDefFile = nullptr) const;
   [[nodiscard]] Text Get_ValueData_As_Is(TextView sKey) const { return GetStringRaw(sKey); }
-  // Outer blanks, a sign and decimal digits within 32 bits; anything else is 0, or -1 with `bMinusOneIfMissing`.
-  [[nodiscard]] std::int32_t GetLong(TextView sKey, bool bMinusOneIfMissing = false, Text* sDefFile = nullptr) const;
-  // "1" and "2" are true, other texts false, an empty one is the default.
-  [[nodiscard]] bool GetBool(TextView sKey, bool bDefault = false, Text* sDefFile = nullptr) const;
-  // The same of an entry of the table of settings.
-  [[nodiscard]] Text GetString(const SettingName& setting) const { return GetString(setting.key); }
-  [[nodiscard]] std::int32_t GetLong(const SettingName& setting, bool bMinusOneIfMissing = false) const {
-    return GetLong(setting.key, bMinusOneIfMissing);
-  }
-  [[nodiscard]] bool GetBool(const SettingName& setting) const { return GetBool(setting.key); }
   // True when the array holds something at the end.
   bool GetStringArray(TextView sKey, std::vector<Text>& arrValue, const StringArrayOptions& options = {},
                       Text* sDefFile = nullptr) const;
 
-  // --- queries: "contains" is without regard to case; a definition file, where given, must be the entry's, spelled in full
-
-  // The key has a value and, where a file is given, comes from a file of this bare name.
-  [[nodiscard]] bool SettingExist(TextView sKey, TextView sDefFile = {}) const;
   [[nodiscard]] bool CfgSettingExists(TextView sKey, TextView sDefFile = {}) const;
-  // One line "key=plain value" and CR LF for each entry whose key contains the text.
+  // Such lines with plain values.
   [[nodiscard]] Text GetAllMatchingStrings(TextView sPartialKey, TextView sMustMatchThisDefFile = {},
                                            bool bExcludeKeyFromValue = false) const;
-  [[nodiscard]] Text GetAllMatchingStrings_AsIs(TextView sPartialKey, TextView sMustMatchThisDefFile = {},
-                                                bool bExcludeKeyFromValue = false) const;
   [[nodiscard]] std::int32_t GetMatchingStringCount(TextView sPartialKey, TextView sMustMatchThisDefFile = {}) const;
-  // As the first, for each entry whose plain value contains the text.
+  // As the first of these, for each entry whose plain value contains the text.
   [[nodiscard]] Text GetAllMatchingValues(TextView sPartialValue, TextView sMustMatchThisDefFile = {},
                                           bool bExcludeKeyFromValue = false) const;
 
@@ -211,7 +250,7 @@ class Config_Class {
     Text path;  // as its first entry names it
     Text text;
   };
-  // Where the lines of one load go.
+  // The place where the lines of one load go.
   struct LineSink {
     Text prefix;
     Text defFile;
@@ -219,7 +258,7 @@ class Config_Class {
     bool anySet = false;
   };
 
-  // What a query for lines is asked, and under which names it is traced.
+  // A query for lines, and the names under which it is traced.
   struct Query {
     TextView procedure;
     TextView partialName;
@@ -234,7 +273,7 @@ class Config_Class {
   bool Add(TextView key, TextView value, const ConfigSetOptions& options, TextView defFile);
   bool Overwrite(Config_KVP& entry, TextView value, const ConfigSetOptions& options, TextView defFile);
   [[nodiscard]] Text ProgramPath(TextView path) const;
-  // The same for each spelling of one full path.
+  // A text that is the same for each spelling of one full path.
   [[nodiscard]] static Text Identity(TextView path);
   void NoteDefinitionFile(TextView path);
 

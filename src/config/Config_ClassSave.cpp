@@ -100,7 +100,7 @@ bool Config_Class::ReplaceFile(Proc& proc, TextView file, TextView text) {
   return saved;
 }
 
-// What could not be read is not lost for being written over, and what could not be read again is not written.
+// A file that could not be read is not written over, and a text that could not be read again is not written.
 bool Config_Class::MayReplace(Proc& proc, TextView path, TextView text) {
   if (ToUtf8(text).size() > kMaxTextFileBytes) {
     proc.Log(Text(u"Settings file [").append(path) + u"] would become too large to be read again");

@@ -42,7 +42,7 @@ Text CopyEntry(TextView value, std::size_t size) {
   return copy;
 }
 
-// What a line that is not empty says.
+// A line that is not empty, taken apart.
 PlainIni::Line Parse(TextView line) {
   using Kind = PlainIni::Line::Kind;
   if (line.front() == u';') return {0, Kind::Remark, line, {}, std::nullopt};

@@ -67,7 +67,7 @@ class PlainIni {
   std::vector<Key> keys_;
 };
 
-// What the system reads out of a raw value: quotes around the whole value removed, read through a buffer of 8,192
+// The value that the system reads out of a raw one: quotes around the whole value removed, read through a buffer of 8,192
 // characters (see docs/ini-reader.md for what that means for very long values), outer blanks removed.
 [[nodiscard]] Text ProfileValue(TextView raw);
 

@@ -40,7 +40,7 @@ class ckCrypt_Config {
   // The plain text; empty when it cannot be decrypted: no or odd hexadecimal text, no whole blocks, bad padding, no UTF-8.
   [[nodiscard]] Text DecryptCfgValue(TextView sHex) const noexcept;
 
-  // What decrypting a stored value (its marker included) gives, a plain value itself; none when it cannot be decrypted.
+  // The decrypted form of a stored value (its marker included), a plain value as it is; none when it cannot be decrypted.
   // The reason goes to the trace only: the caller knows whose value it is and how often to say so.
   [[nodiscard]] std::optional<Text> TryDecrypt(TextView value) const noexcept;
 

@@ -34,16 +34,14 @@ TEST_F(ConfigClassTest, LinesOfAFile) {
   const struct {
     std::string_view bytes;
     TextView entries;
-  } cases[] = {
-      {"a=b=c", u"a=b=c\r\n"},
-      {" ;x=1\r\n;y=2\r\n[s]\r\nnone\r\n\r\nx = 1 ", u"x = 1 \r\n"},
-      {"A.b=1\r\nc=2\r\na.B=3", u"A.b=3\r\nc=2\r\n"},
-      {"a=1\r\nb=2\r\na=", u"b=2\r\n"},
-      {"a=1\nb=2\r\nc=3\r", u"a=1\nb=2\r\nc=3\r\r\n"},
-      {"=x\r\n==", u"==\r\n"},
-      {"a=\xFC", u"a=\u00fc\r\n"},
-      {"", u""},
-  };
+  } cases[] = {{"a=b=c", u"a=b=c\r\n"},
+               {" ;x=1\r\n;y=2\r\n[s]\r\nnone\r\n\r\nx = 1 ", u"x = 1 \r\n"},
+               {"A.b=1\r\nc=2\r\na.B=3", u"A.b=3\r\nc=2\r\n"},
+               {"a=1\r\nb=2\r\na=", u"b=2\r\n"},
+               {"a=1\nb=2\r\nc=3\r", u"a=1\nb=2\r\nc=3\r\r\n"},
+               {"=x\r\n==", u"==\r\n"},
+               {"a=\xFC", u"a=\u00fc\r\n"},
+               {"", u""}};
   for (const auto& each : cases) {
     Config_Class store(fileSystem, crypt, u"C:\\App");
     Put(kMail, each.bytes);
@@ -77,9 +75,7 @@ TEST_F(ConfigClassTest, LoadersDifferInPrefixesSectionsAndOrigin) {
       {[&](auto& c) { return c.LoadINI(file, {.sPrefix = u"P", .sDefFile = u"Mail.cfg", .bUseSections = false}); },
        u"Pa=1\r\nPb=2\r\nPsec.c=x=y\r\n", kMail, 1},
       {[&](auto& c) { return c.LoadINI(file, {.sPrefix = u"Pre", .bNoDefFile = true, .bPrefixFileName = true}); },
-       u"Pre.My_Rule.a=1\r\nPre.My_Rule.Sec.b=2\r\nPre.My_Rule.Sec.sec.c=x=y\r\n",
-       {},
-       0},
+       u"Pre.My_Rule.a=1\r\nPre.My_Rule.Sec.b=2\r\nPre.My_Rule.Sec.sec.c=x=y\r\n", u"", 0},
       {[&](auto& c) { return c.LoadINIFromString(u"[S]\r\na=1", {.sDefFile = u"Mail.cfg"}); }, u"S.a=1\r\n", kMail, 1},
       {[&](auto& c) { return c.LoadString(u"a=b=c\r\n;x=1\r\nPre.k=v", {.sPrefix = u"Pre", .sDefFile = Text(kMail)}); },
        u"Pre.a=b\r\nPre.k=v\r\n", kMail, 1},
@@ -203,23 +199,21 @@ TEST_F(ConfigClassTest, SecretsAreKeptEncryptedAndMasked) {
 }
 
 TEST_F(ConfigClassTest, TypedValues) {
-  const std::pair<ConfigValue, TextView> written[] = {
-      {std::uint8_t{255}, u"255"},
-      {std::int16_t{-7}, u"-7"},
-      {std::int64_t{-9'000'000'000}, u"-9000000000"},
-      {0.1F, u"0.1"},
-      {-2.5, u"-2.5"},
-      {1e+300, u"1E+300"},
-      {Currency{-5'500}, u"-0.55"},
-      {Currency{120'000}, u"12"},
-      {DateTime{2024, 3, 7, 13, 5, 9}, u"03/07/2024 01:05:09 PM"},
-      {DateTime{2024, 3, 7}, u"03/07/2024"},
-      {DateTime{1899, 12, 30, 6, 0, 0}, u"06:00:00 AM"},
-      {std::vector<Text>{u"a", u"", u"c"}, u"a<sep><sep>c"},
-      {std::vector<Text>{}, u""},
-      {true, u"1"},
-      {UnsupportedValue{u"Object"}, u""},
-  };
+  const std::pair<ConfigValue, TextView> written[] = {{std::uint8_t{255}, u"255"},
+                                                      {std::int16_t{-7}, u"-7"},
+                                                      {std::int64_t{-9'000'000'000}, u"-9000000000"},
+                                                      {0.1F, u"0.1"},
+                                                      {-2.5, u"-2.5"},
+                                                      {1e+300, u"1E+300"},
+                                                      {Currency{-5'500}, u"-0.55"},
+                                                      {Currency{120'000}, u"12"},
+                                                      {DateTime{2024, 3, 7, 13, 5, 9}, u"03/07/2024 01:05:09 PM"},
+                                                      {DateTime{2024, 3, 7}, u"03/07/2024"},
+                                                      {DateTime{1899, 12, 30, 6, 0, 0}, u"06:00:00 AM"},
+                                                      {std::vector<Text>{u"a", u"", u"c"}, u"a<sep><sep>c"},
+                                                      {std::vector<Text>{}, u""},
+                                                      {true, u"1"},
+                                                      {UnsupportedValue{u"Object"}, u""}};
   for (const auto& [value, text] : written) EXPECT_EQ(Config_Class::VariantToCfgString(value), text);
   EXPECT_TRUE(Logged(u"Unsupported Cfg Value Type:  Object"));
 
@@ -254,13 +248,11 @@ TEST_F(ConfigClassTest, StringArrays) {
     List before;
     StringArrayOptions options;
     List after;
-  } cases[] = {
-      {{u"x"}, {}, {u"b", u"", u"A", u"a", u"B", u"x"}},
-      {{u"x"}, {.bReplace = true, .bSort = true}, {u"", u"A", u"a", u"B", u"b"}},
-      {{}, {.bSort = true, .bBinaryCompare = true, .bDropEmpty = true}, {u"A", u"B", u"a", u"b"}},
-      {{u"B"}, {.bBinaryCompare = true, .bRemoveDuplicates = true}, {u"b", u"", u"A", u"a", u"B"}},
-      {{}, {.bRemoveDuplicates = true}, {u"b", u"", u"A"}},
-  };
+  } cases[] = {{{u"x"}, {}, {u"b", u"", u"A", u"a", u"B", u"x"}},
+               {{u"x"}, {.bReplace = true, .bSort = true}, {u"", u"A", u"a", u"B", u"b"}},
+               {{}, {.bSort = true, .bBinaryCompare = true, .bDropEmpty = true}, {u"A", u"B", u"a", u"b"}},
+               {{u"B"}, {.bBinaryCompare = true, .bRemoveDuplicates = true}, {u"b", u"", u"A", u"a", u"B"}},
+               {{}, {.bRemoveDuplicates = true}, {u"b", u"", u"A"}}};
   for (const auto& each : cases) {
     List list = each.before;
     EXPECT_TRUE(config.GetStringArray(u"k", list, each.options));

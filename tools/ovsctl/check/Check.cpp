@@ -1,4 +1,4 @@
-// `ovsctl check`: what is wrong with rules, lists and settings, and how to mend it.
+// `ovsctl check`: tells what is wrong with rules, lists and settings, and how to mend it.
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <nlohmann/json.hpp>

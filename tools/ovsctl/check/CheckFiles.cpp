@@ -120,7 +120,7 @@ void FilesCheck::CheckRuleFile(TextView path) {
   if (!IsUsable(path)) return;
   PlainIni content;
   const IniLoad outcome = LoadRuleFile(installation_.Ini(), problems_, path, content);
-  // What has no [LogFile] is unusable as well; its lines tell the same and more.
+  // A file without [LogFile] is unusable as well; its lines tell the same and more.
   if (outcome != IniLoad::Ok && outcome != IniLoad::Unusable) return;
   rules_.push_back(MakeCheckedRule(file, std::move(content)));
   folders_.push_back(FolderOf(path));
@@ -228,7 +228,7 @@ void FilesCheck::CheckRulesFolder() {
   for (const Text& path : FilesBelow(files_, folder, u"*.*", -1)) CheckStray(path);
 }
 
-// What was meant to be read and is not.
+// A file that was probably meant to be read and is not.
 void FilesCheck::CheckStray(TextView path) {
   const Text name = App_FilePath::FileNameOf(path);
   const bool isRule = MatchesMask(name, u"*.DAT");

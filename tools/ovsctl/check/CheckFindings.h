@@ -46,7 +46,7 @@ class Findings {
   std::size_t current_ = 0;
 };
 
-// How many characters must be put in, taken out or changed to turn one text into the other; case does not count.
+// The number of characters to put in, take out or change to turn one text into the other; case does not count.
 [[nodiscard]] std::size_t EditDistance(TextView a, TextView b);
 // The known name that was probably meant; empty when none is near.
 [[nodiscard]] TextView NearestName(TextView name, std::span<const TextView> known);
@@ -54,7 +54,7 @@ class Findings {
 // In these `settings` is one of the tables of SettingNames.h.
 // Null when there is none; case does not count.
 [[nodiscard]] const SettingName* FindSetting(std::span<const SettingName> settings, TextView section, TextView key);
-// Each once, in the order of the table.
+// The sections, each once, in the order of the table; then the keys of one.
 [[nodiscard]] std::vector<TextView> SectionsOf(std::span<const SettingName> settings);
 [[nodiscard]] std::vector<TextView> KeysOf(std::span<const SettingName> settings, TextView section);
 // The only section that has this key; empty when there is none or more than one.
@@ -62,7 +62,7 @@ class Findings {
 
 // A text out of a file between quotation marks, safe to show and not long.
 [[nodiscard]] std::string Quoted(TextView text);
-// How to mend an unknown name.
+// The advice for an unknown name.
 [[nodiscard]] std::string DidYouMean(TextView nearest, const std::string& otherwise);
 
 }  // namespace ovs

@@ -6,7 +6,7 @@
 
 namespace ovs {
 
-// What is wrong with the lines of one list; they belong to the file that `findings` is at.
+// Finds mistakes in the lines of one list; they belong to the file that `findings` is at.
 void CheckList(GlobalExclusions& lists, GlobalExclusions::List list, Findings& findings);
 
 }  // namespace ovs

@@ -9,8 +9,8 @@
 
 namespace ovs {
 
-// What the settings of [EmailConfig] lack, or where they do not fit together, when alerts are mailed. What belongs to one
-// value alone is found with the lines. The findings belong to the file that `findings` is at.
+// Finds what the settings of [EmailConfig] lack, or where they do not fit together, when alerts are mailed. Mistakes in one
+// value alone are found with the lines. The findings belong to the file that `findings` is at.
 void CheckMailSettings(Installation& installation, const PlainIni& ini, Findings& findings);
 
 }  // namespace ovs

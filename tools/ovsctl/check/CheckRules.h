@@ -21,7 +21,7 @@ struct CheckedRule {
 
 [[nodiscard]] CheckedRule MakeCheckedRule(std::size_t file, PlainIni content);
 
-// What is wrong with the rule itself.
+// Finds mistakes in the rule itself.
 void CheckRule(os::Files& files, const CheckedRule& rule, Findings& findings);
 // Whether a list keeps away every alert that the rule could give.
 void CheckRuleAgainstLists(const CheckedRule& rule, GlobalExclusions& lists, Findings& findings);

@@ -61,7 +61,7 @@ void AppendShown(Text& out, TextView text, std::size_t& i) {
   }
 }
 
-// How wide the status line is that stands on the terminal.
+// The width of the status line that stands on the terminal.
 std::size_t statusWidth = 0;
 
 void PrintEnded(std::string_view line, std::string_view end) {

@@ -1,4 +1,4 @@
-// Where the commands speak: results go to standard output, everything else to standard error.
+// The commands' voice: results go to standard output, everything else to standard error.
 #pragma once
 
 #include <optional>
@@ -13,7 +13,7 @@ enum class Style { Plain, Bold, Good, Bad, Faint };
 
 // A line of the result.
 void Print(std::string_view line);
-// The same, ended by CR LF on every system.
+// A line of the result that ends in CR LF on every system.
 void PrintCrLf(std::string_view line);
 // A message to whoever watches; the caller names file, line and reason.
 void Say(std::string_view line);

@@ -26,7 +26,7 @@ bool ReadAll(os::ReadFile& file, std::uint64_t offset, std::string& bytes) {
   return true;
 }
 
-// Where a UTF-8 character begins: what the cut left of one would make the rest look like another encoding.
+// The place where the first whole UTF-8 character begins: the rest of a cut one would look like another encoding.
 std::size_t FirstCharacter(std::string_view bytes) {
   constexpr std::size_t kLongestRest = 3;
   std::size_t i = 0;

@@ -18,10 +18,10 @@ namespace ovs {
 // A text file that another program appends to while it is watched.
 class GrowingFile {
  public:
-  // What the file holds already is passed over; it may be missing as yet. `files` must outlive this object.
+  // The present content is passed over; the file may be missing as yet. `files` must outlive this object.
   GrowingFile(os::Files& files, TextView path);
 
-  // What has been appended since, of more than 1 MB the end. NULs are left out, so that text in ASCII is found in a file of
+  // The text appended since, of more than 1 MB the end. NULs are left out, so that text in ASCII is found in a file of
   // any encoding.
   const std::string& Appended();
 

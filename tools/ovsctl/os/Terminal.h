@@ -16,7 +16,7 @@ enum class Stream { Output, Messages };
 [[nodiscard]] unsigned PrepareTerminal();
 void RestoreTerminal(unsigned before);
 
-// What to print so that CR LF arrives.
+// The characters to print so that CR LF arrives.
 [[nodiscard]] std::string_view PrintedCrLf();
 
 [[nodiscard]] bool IsTerminal(Stream stream);

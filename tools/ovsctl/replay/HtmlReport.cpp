@@ -41,7 +41,7 @@ std::string Escaped(std::string_view text) {
   return out;
 }
 
-// What a terminal must not see is not for a page either: it would turn the direction of other text.
+// Characters that a terminal must not see are not for a page either: they would turn the direction of other text.
 std::string Html(TextView text) { return Escaped(Console::Shown(text)); }
 
 // "1,234,567"

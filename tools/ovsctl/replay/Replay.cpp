@@ -27,7 +27,7 @@ namespace ovs {
 
 namespace {
 
-// Where the rule engine hands its alerts to e-mail. Sends them when told to.
+// Takes the alerts that the rule engine hands to e-mail, and sends them when told to.
 class ReplayMailer final : public AlertMailer {
  public:
   ReplayMailer(ReplayStatistics& statistics, ServiceMail& mail, bool send)
@@ -89,7 +89,7 @@ class Notes {
   std::unordered_set<Text> known_;
 };
 
-// What was typed, made ready.
+// The input that was typed, made ready.
 struct Input {
   Text file;
   LiveQuery query;

@@ -1,4 +1,4 @@
-// What a replay tells: every figure and every text ready to be written in one form or another.
+// The report of a replay: every figure and every text ready to be written in one form or another.
 #pragma once
 
 #include <cstdint>
@@ -59,7 +59,7 @@ struct ReplayReport {
   std::vector<Text> pieces;  // when each of them starts
 };
 
-// What is not in the statistics.
+// Facts that are not in the statistics.
 struct ReplayFacts {
   Text recordsFrom;
   std::uint64_t bad = 0;
@@ -73,7 +73,7 @@ struct ReplayFacts {
 [[nodiscard]] ReplayReport MakeReplayReport(const ReplayStatistics& statistics, const ReplayFacts& facts,
                                             Installation& installation);
 
-// How many rules have matched.
+// The number of rules that have matched.
 [[nodiscard]] std::uint64_t RulesWithMatches(const ReplayReport& report);
 // "12.3%", "<0.1%" for little, "0%" for nothing.
 [[nodiscard]] std::string ShareText(std::uint64_t part, std::uint64_t whole);
@@ -81,9 +81,9 @@ struct ReplayFacts {
 [[nodiscard]] std::string Counted(std::uint64_t count, const std::string& one, const std::string& more);
 // "5 minutes", "1 day"; the length of a piece of the time line.
 [[nodiscard]] std::string LengthText(Minute length);
-// How many mails go, or would, and to whom; one sentence or two.
+// The number of mails that go, or would, and their recipients; one sentence or two.
 [[nodiscard]] std::string MailSentence(const ReplayReport& report);
-// What is worth knowing about the records and the settings, a sentence or two each; safe to show.
+// Remarks on the records and the settings, a sentence or two each; safe to show.
 [[nodiscard]] std::vector<std::string> ReplayNotes(const ReplayReport& report);
 
 // --- forms, on standard output

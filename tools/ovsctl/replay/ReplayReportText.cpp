@@ -56,7 +56,7 @@ Cells CellsOf(const ReplayReport::Rule& rule, const ReplayReport& report) {
 
 constexpr bool kRight[kColumns] = {false, true, true, true, true, false, false};
 
-// What the columns need; the first gets what is left of the width.
+// The widths that the columns need; the first gets what is left.
 class Layout {
  public:
   explicit Layout(const std::vector<Cells>& table) {

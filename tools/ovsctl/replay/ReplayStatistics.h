@@ -1,4 +1,4 @@
-// What a replay finds out: the records it was given, and for each rule what became of them.
+// The findings of a replay: the records it was given, and for each rule what became of them.
 #pragma once
 
 #include <array>

@@ -17,7 +17,7 @@ using Minute = std::int64_t;
 inline constexpr std::int64_t kTicksPerMinute = 60 * kTicksPerSecond;
 inline constexpr std::int64_t kMinutesPerHour = 60;
 
-// How many a stretch of time holds.
+// The number that a stretch of time holds.
 struct TimeCount {
   std::int64_t stretch = 0;  // its number since 1601
   std::uint64_t count = 0;

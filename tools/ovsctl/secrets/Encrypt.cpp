@@ -28,7 +28,7 @@ struct EncryptOptions {
   bool any = false;  // also a key whose value is no secret
 };
 
-// What speaks against the key; empty when nothing does.
+// The reason why the key cannot be taken; empty when it can.
 std::string Objection(TextView key, bool any) {
   if (key.empty() || App_Strings::TrimBlanks(key).size() != key.size()) return "the key is empty or has blanks at its ends";
   if (key.front() == u';' || key.find_first_of(u"=\r\n") != TextView::npos || key.find(kNul) != TextView::npos) {

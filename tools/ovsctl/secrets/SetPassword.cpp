@@ -26,7 +26,7 @@ constexpr std::size_t kLongest = 127;
 constexpr const char* kKeepClosed =
     "Whoever can read it and has this program can find the password: let only administrators and the system read the file.";
 
-// What speaks against the password; empty when nothing does.
+// The reason why the password cannot be stored; empty when it can.
 std::string Objection(const Text& password) {
   if (password.size() > kLongest) return "the password has more than 127 characters";
   for (std::size_t i = 0; i < password.size(); ++i) {

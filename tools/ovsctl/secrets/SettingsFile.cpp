@@ -29,7 +29,7 @@ TextView LineEndOf(TextView text) {
 
 std::size_t EndOfLine(TextView text, std::size_t from) { return std::min(text.find_first_of(u"\r\n", from), text.size()); }
 
-// Where the value of an INI key goes.
+// The place of an INI key's value.
 struct IniPlace {
   std::optional<Line> section;
   std::optional<Line> last;  // line of the section that is no remark, the section's own among them

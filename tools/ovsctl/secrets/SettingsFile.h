@@ -23,7 +23,7 @@ class SettingsFile {
   [[nodiscard]] bool Read();
   [[nodiscard]] bool Exists() const { return exists_; }
 
-  // Each changes the content in memory and is false when the service would not read the value out of it; why was said.
+  // Both calls change the content in memory. False when the service would not read the value out of it, which was said.
   // A value is put in place of the one that counts; a key or section that is missing is added.
   [[nodiscard]] bool PutIntoSection(const SettingName& setting, TextView value);
   // The same for a .cfg file.

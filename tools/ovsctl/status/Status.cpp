@@ -43,7 +43,7 @@ std::string Bytes(std::uint64_t bytes) {
   return digits + (bytes == 1 ? " byte" : " bytes");
 }
 
-// How the connection will be secured, by the engine's own rules.
+// The security of the connection, by the engine's own rules.
 std::string SecurityOf(const modEmailSvc::Route& route) {
   const SmtpPlan plan = PlanConnection(route.sslType, ParseInt32(route.port).value_or(0), route.autoFix, route.hasPassword);
   if (plan.implicitTls) return "TLS from the first byte";

@@ -1,4 +1,4 @@
-// What ovsctl status tells, gathered through the service's own code.
+// The facts that ovsctl status tells, gathered through the service's own code.
 #pragma once
 
 #include <cstdint>
@@ -30,7 +30,7 @@ struct StatusFacts {
   Text debugFolder;
   std::size_t debugFiles = 0;
   std::uint64_t debugBytes = 0;
-  // What is wrong, in the service's own words.
+  // Sentences on what is wrong, in the service's own words.
   std::vector<Text> problems;
 };
 

@@ -14,7 +14,7 @@ namespace {
 constexpr TextView kAsAdministrator =
     u"start the command prompt with \"Run as administrator\" (right click on it) and try again";
 
-// What a service that is there but does not run makes of it; empty when it runs or cannot be asked.
+// The failure explained by a needed service that does not run; empty when it runs or cannot be asked.
 Text StoppedServiceText() {
   struct Needed {
     TextView name;

@@ -5,7 +5,7 @@
 
 namespace ovs::win32 {
 
-// What such a record carries besides its text.
+// The values that such a record carries besides its text.
 inline constexpr TextView kEventRecordSource = u"OrvantaEventService";
 inline constexpr TextView kEventRecordCode = u"1";
 

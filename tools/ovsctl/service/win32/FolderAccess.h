@@ -1,5 +1,5 @@
-// Who may change the files that the service runs and reads. It runs as the system: whoever can change its program or plant a
-// file beside it commands the machine.
+// The rights to change the files that the service runs and reads. It runs as the system: a user who can change its program
+// or plant a file beside it commands the machine.
 #pragma once
 
 #include <optional>
@@ -29,7 +29,7 @@ enum class FolderAccess {
 [[nodiscard]] bool OthersMayChange(TextView path);
 // True when they may rename or delete the folder or what lies in it, or change who may.
 [[nodiscard]] bool OthersMayReplaceIn(TextView folder);
-// The same two of an owner and an access list in their text form.
+// Both questions, asked of an owner and an access list in their text form.
 [[nodiscard]] bool ListLetsOthersChange(TextView sddl);
 [[nodiscard]] bool ListLetsOthersReplace(TextView sddl);
 

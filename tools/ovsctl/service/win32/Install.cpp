@@ -243,7 +243,7 @@ bool Installer::WriteDefaultRules() {
   return true;
 }
 
-// Whoever can rename the folder can put another in its place.
+// A user who can rename the folder can put another in its place.
 void Installer::LookAtFoldersAbove() {
   Text above = App_Strings::StripTrailingBackslash(folder_);
   const std::size_t root = App_FilePath::RootLength(folder_);

@@ -28,7 +28,7 @@ using ServiceHandle = std::unique_ptr<std::remove_pointer_t<SC_HANDLE>, ServiceC
 // Such as "running".
 [[nodiscard]] std::string_view StateName(DWORD state);
 
-// Where its program lies and how it starts; empty and 0 with the error pending when it cannot be asked.
+// The place of the service's program and its start type; empty and 0 with the error pending when it cannot be asked.
 struct ServiceSetup {
   Text programPath;  // without quotes
   DWORD startType = 0;

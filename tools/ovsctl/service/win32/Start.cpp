@@ -25,7 +25,7 @@ int FailToStart(SC_HANDLE service) {
   return FailAt("the service cannot be started");
 }
 
-// What it left when it ended at once.
+// The service ended at once and left an error number.
 int FailToStay(SC_HANDLE service) {
   SERVICE_STATUS status{};
   if (QueryServiceStatus(service, &status)) Fail(status.dwWin32ExitCode);

@@ -45,7 +45,7 @@ Text NewMark() {
   return mark;
 }
 
-// Where the service with that process id writes its debug log.
+// The debug log of the service with that process id.
 Text DebugLogOf(Installation& installation, std::uint32_t processId) {
   DebugEnvironment environment = DebugEnvironmentOf(installation.Environment(), installation.FileSystem());
   environment.instanceNumber = NumberText(processId);
@@ -62,7 +62,7 @@ std::size_t Count(std::string_view text, std::string_view part) {
 
 int SendsNothing(std::string_view why) { return Console::Fail("the test record would raise no alert: " + std::string(why)); }
 
-// What in the settings keeps a disk alert from being raised; kDone when nothing does.
+// Looks for a setting that keeps a disk alert from being raised; kDone when there is none.
 int CheckSettings(Installation& installation, TextView text) {
   const MonitorSettings& settings = installation.Settings();
   if (!IsOn(MonitorSwitch::DiskEvents, installation.Ini(), settings)) {

@@ -120,7 +120,7 @@ Handle ProcessOf(SC_HANDLE service) {
   return Handle(status.dwProcessId == 0 ? nullptr : OpenProcess(SYNCHRONIZE, FALSE, status.dwProcessId));
 }
 
-// What an earlier uninstall left may be purged still.
+// Files that an earlier uninstall left may be purged still.
 int RemoveEntry(const UninstallOptions& options) {
   constexpr DWORD kLastWords = 10'000;
   const ServiceHandle service = OpenEventService(DELETE | SERVICE_QUERY_STATUS);
