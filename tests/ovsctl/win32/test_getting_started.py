@@ -1,21 +1,19 @@
 """The technician's first hour: every command of docs/getting-started.md, as it is written there, in its order."""
 
 import datetime
-import json
 import os
 import pathlib
 import re
 import shutil
-import sys
 import tempfile
 import unittest
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
-from certificates import Certificates  # noqa: E402 (the path must be set first)
-from mailserver import MailServer  # noqa: E402
-from servicebox import LIMIT, ServiceBox  # noqa: E402
+from certificates import Certificates
+from mailserver import MailServer
+from ovsctl import ROOT, lines_of
+from servicebox import LIMIT, ServiceBox
 
-PAGE = (pathlib.Path(__file__).resolve().parents[3] / "docs" / "getting-started.md").read_text(encoding="utf-8")
+PAGE = (ROOT / "docs" / "getting-started.md").read_text(encoding="utf-8")
 MESSAGE = "The Print Spooler service terminated unexpectedly. It has done this 1 time(s)."
 
 
@@ -47,9 +45,8 @@ class GettingStartedTest(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.certificates = Certificates(folder.name)
         now = datetime.datetime.now(datetime.timezone.utc)
-        box.append(json.dumps({"EventType": 1, "Type": "Error", "EventCode": "7034", "Message": MESSAGE, "Logfile": "System",
-                               "SourceName": "Service Control Manager",
-                               "TimeGenerated": now.strftime("%Y%m%d%H%M%S.%f-000")}) + "\n")
+        box.append(lines_of({"EventCode": "7034", "Message": MESSAGE, "SourceName": "Service Control Manager",
+                             "TimeGenerated": now.strftime("%Y%m%d%H%M%S.%f-000")}))
 
     def type_in(self, command, server):
         box, typed = self.box, server.password + "\n" if "set-password" in command else ""

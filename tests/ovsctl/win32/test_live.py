@@ -6,17 +6,15 @@ import os
 import pathlib
 import signal
 import subprocess
-import sys
 import unittest
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
+from ovsctl import RECORD, lines_of
 from servicebox import LIMIT, ServiceBox
 
 
 def record(message, log="System", minutes_ago=0, **change):
     time = datetime.datetime.now(datetime.timezone.utc) - datetime.timedelta(minutes=minutes_ago)
-    return {"EventType": 1, "Type": "Error", "EventCode": "7", "SourceName": "src", "Message": message, "Logfile": log,
-            "TimeGenerated": time.strftime("%Y%m%d%H%M%S.%f-000")} | change
+    return RECORD | {"Message": message, "Logfile": log, "TimeGenerated": time.strftime("%Y%m%d%H%M%S.%f-000")} | change
 
 
 class LiveTest(unittest.TestCase):
@@ -27,7 +25,7 @@ class LiveTest(unittest.TestCase):
         self.addCleanup(self.box.run, "standin-setup", "unregister", expect=None)
 
     def feed(self, *records):
-        self.box.append("".join(json.dumps(entry) + "\n" for entry in records))
+        self.box.append(lines_of(*records))
 
     def ovsctl(self, *arguments, code=0):
         done = subprocess.run(self.box.command("ovsctl", *arguments, "--app", self.box.windows(self.box.app)),

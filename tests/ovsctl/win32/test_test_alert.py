@@ -3,14 +3,12 @@
 import os
 import pathlib
 import re
-import sys
 import tempfile
 import unittest
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "support"))
-from certificates import Certificates  # noqa: E402 (the path must be set first)
-from mailserver import MailServer  # noqa: E402
-from servicebox import LIMIT, ServiceBox  # noqa: E402
+from certificates import Certificates
+from mailserver import MailServer
+from servicebox import LIMIT, ServiceBox
 
 
 class TestAlertTest(unittest.TestCase):
