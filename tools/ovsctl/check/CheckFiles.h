@@ -6,8 +6,7 @@
 
 #include "config/FileProblems.h"
 #include "ovsctl/check/CheckFindings.h"
-#include "ovsctl/check/CheckProgramSettings.h"
-#include "ovsctl/check/CheckRules.h"
+#include "ovsctl/check/FileChecks.h"
 #include "ovsctl/cli/Installation.h"
 
 namespace ovs {

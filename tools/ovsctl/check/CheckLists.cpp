@@ -1,4 +1,4 @@
-#include "ovsctl/check/CheckLists.h"
+#include "ovsctl/check/FileChecks.h"
 
 #include <algorithm>
 #include <unordered_map>

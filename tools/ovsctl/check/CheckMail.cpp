@@ -1,4 +1,4 @@
-#include "ovsctl/check/CheckMail.h"
+#include "ovsctl/check/FileChecks.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "ovsctl/check/CheckProgramSettings.h"
+#include "ovsctl/check/FileChecks.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "ovsctl/check/CheckRules.h"
+#include "ovsctl/check/FileChecks.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,4 +1,4 @@
-#include "ovsctl/replay/HtmlReport.h"
+#include "ovsctl/replay/ReplayReport.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,5 +1,5 @@
 // The look of the page. When it is changed, the hash below must be made anew; the test of the page says what it should be.
-#include "ovsctl/replay/HtmlReport.h"
+#include "ovsctl/replay/ReplayReport.h"
 
 namespace ovs {
 

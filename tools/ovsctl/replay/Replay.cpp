@@ -20,7 +20,6 @@
 #include "ovsctl/live/LiveFailure.h"
 #include "ovsctl/mail/ServiceMail.h"
 #include "ovsctl/os/Terminal.h"
-#include "ovsctl/replay/HtmlReport.h"
 #include "ovsctl/replay/ReplayReport.h"
 
 namespace ovs {

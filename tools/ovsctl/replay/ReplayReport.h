@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "mail/message/modEmailSvc.h"
@@ -92,5 +93,13 @@ struct ReplayFacts {
 void PrintReplayText(const ReplayReport& report);
 void PrintReplayJson(const ReplayReport& report);
 void PrintReplayCsv(const ReplayReport& report);
+
+// --- one page that needs nothing else: no script, no request, no outside file
+
+// In UTF-8. Texts out of records and rule files stand in it as text, whatever they hold.
+[[nodiscard]] std::string HtmlReport(const ReplayReport& report);
+// The page's style sheet, and its SHA-256 in Base64, by which the page allows this style and no other.
+[[nodiscard]] std::string_view HtmlReportStyle();
+[[nodiscard]] std::string_view HtmlReportStyleHash();
 
 }  // namespace ovs
