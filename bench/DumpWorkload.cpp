@@ -30,7 +30,7 @@ void Dump(const std::filesystem::path& folder) {
   for (const std::size_t count : {10u, 100u, 1000u}) {
     std::ofstream texts(folder / ("text-" + std::to_string(count) + ".txt"));
     for (const std::string& rule : MakeRules(RuleKind::Texts, count, records, kShare)) {
-      texts << ToUtf8(PlainIni(FromUtf8(rule)).RawValue(u"EventDetail", u"EventDesc").value_or(TextView())) << '\n';
+      texts << ToUtf8(PlainIni(FromUtf8(rule)).RawValue(RuleSettings::kEventDesc).value_or(TextView())) << '\n';
     }
     const std::filesystem::path rules = folder / ("mixed-" + std::to_string(count)) / "Config" / "Rules";
     std::filesystem::create_directories(rules);

@@ -121,7 +121,7 @@ OVS_JOB(mixed sweep, RecordKind::Recorded, RuleKind::Mixed, Freshness::Sweep, kS
 class KeyByKey final : public RuleReader {
  public:
   KeyByKey(App_Common& ini, TextView path) : ini_(ini), path_(path) {}
-  Text Read(TextView section, TextView key) override { return ini_.ReadINI(path_, section, key); }
+  Text Read(const SettingName& setting) override { return ini_.ReadINI(path_, setting); }
 
  private:
   App_Common& ini_;

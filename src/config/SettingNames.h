@@ -2,6 +2,8 @@
 // Readers take an entry of this table, `ovsctl check` judges files by it, and a test holds the documentation to it.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <span>
 
@@ -33,6 +35,13 @@ struct SettingName {
   std::int32_t least;  // this and the next for numbers
   std::int32_t most;
 };
+
+template <std::size_t n>
+[[nodiscard]] consteval std::array<TextView, n> KeyTexts(std::span<const SettingName, n> settings) {
+  std::array<TextView, n> keys;
+  for (std::size_t i = 0; i < n; ++i) keys[i] = settings[i].key;
+  return keys;
+}
 
 // Config\Orvanta.ini. A constant that is added belongs into kAll as well, here and below.
 namespace MainSettings {

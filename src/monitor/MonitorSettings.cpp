@@ -4,10 +4,9 @@ namespace ovs {
 
 namespace {
 
-constexpr TextView kOn = u"1";
-constexpr TextView kMonitoring = u"Monitoring";
-
-TextView KeyOf(MonitorSwitch which) { return which == MonitorSwitch::EventEmails ? u"EventEmails" : u"DiskEvents"; }
+const SettingName& NameOf(MonitorSwitch which) {
+  return which == MonitorSwitch::EventEmails ? MainSettings::kEventEmails : MainSettings::kDiskEvents;
+}
 
 }  // namespace
 
@@ -22,20 +21,20 @@ MonitorSettings PathsOf(TextView applicationFolder) {
 }
 
 void ReadDisplaySettings(App_Common& ini, MonitorSettings& settings) {
-  const auto isOn = [&](TextView key) { return ini.ReadINI(settings.configIniPath, u"Config", key) == kOn; };
-  settings.diskEventsRuleName = ini.ReadINI(settings.configIniPath, kMonitoring, u"DiskEventsRuleName");
+  const auto isOn = [&](const SettingName& setting) { return ini.IsOn(settings.configIniPath, setting); };
+  settings.diskEventsRuleName = ini.ReadINI(settings.configIniPath, MainSettings::kDiskEventsRuleName);
   if (settings.diskEventsRuleName.empty()) settings.diskEventsRuleName = u"Disk Event Alert";
-  settings.display.timesInUTC = isOn(u"DisplayEventLogTimesInUTC");
-  settings.display.dateYearFirst = isOn(u"DisplayEventLogDateYearFirst");
-  settings.display.timeAs24Hour = isOn(u"DisplayEventLogTimeAs24Hour");
+  settings.display.timesInUTC = isOn(MainSettings::kTimesInUtc);
+  settings.display.dateYearFirst = isOn(MainSettings::kDateYearFirst);
+  settings.display.timeAs24Hour = isOn(MainSettings::kTimeAs24Hour);
 }
 
 bool IsOn(MonitorSwitch which, App_Common& ini, const MonitorSettings& settings) {
-  return ini.ReadINI(settings.configIniPath, kMonitoring, KeyOf(which)) == kOn;
+  return ini.IsOn(settings.configIniPath, NameOf(which));
 }
 
 bool IsOn(MonitorSwitch which, App_Common& ini, const MonitorSettings& settings, const PlainIni& content) {
-  return ini.ReadINI(content, settings.configIniPath, kMonitoring, KeyOf(which)) == kOn;
+  return ini.IsOn(content, settings.configIniPath, NameOf(which));
 }
 
 }  // namespace ovs

@@ -11,18 +11,18 @@ namespace {
 
 using App_Strings::StringsMatch;
 
-bool IsSet(RuleReader& rule, TextView section, TextView key) { return rule.Read(section, key) == u"1"; }
+bool IsSet(RuleReader& rule, const SettingName& setting) { return rule.Read(setting) == u"1"; }
 
 // An empty value asks for nothing.
-bool EqualsWhenGiven(RuleReader& rule, TextView key, TextView actual) {
-  const Text wanted = rule.Read(u"EventDetail", key);
+bool EqualsWhenGiven(RuleReader& rule, const SettingName& setting, TextView actual) {
+  const Text wanted = rule.Read(setting);
   return wanted.empty() || StringsMatch(wanted, actual);
 }
 
 std::optional<RuleCondition> FailedOnMessage(RuleReader& rule, TextView message) {
-  const Text wanted = rule.Read(u"EventDetail", u"EventDesc");
+  const Text wanted = rule.Read(RuleSettings::kEventDesc);
   if (!wanted.empty() && !ContainsFolded(message, wanted)) return RuleCondition::EventDesc;
-  const Text unwanted = rule.Read(u"EventDetail", u"EventDescEx");
+  const Text unwanted = rule.Read(RuleSettings::kEventDescEx);
   if (!unwanted.empty() && ContainsFolded(message, unwanted)) return RuleCondition::EventDescEx;
   return std::nullopt;
 }
@@ -54,11 +54,11 @@ Text RuleName(TextView ruleFile) {
 
 std::optional<RuleCondition> FirstFailedCondition(RuleReader& rule, const EventRecord& record) {
   const std::optional<std::uint32_t> log = LogNumber(record.logfile);
-  if (!log || !IsSet(rule, u"LogFile", kRuleLogNames[*log])) return RuleCondition::Log;
+  if (!log || !IsSet(rule, RuleSettings::kLogs[*log])) return RuleCondition::Log;
   const std::optional<std::uint32_t> type = TypeNumber(record.eventType, record.type);
-  if (!type || !IsSet(rule, u"EventType", kRuleTypeNames[*type])) return RuleCondition::Type;
-  if (!EqualsWhenGiven(rule, u"EventID", record.eventCode)) return RuleCondition::EventID;
-  if (!EqualsWhenGiven(rule, u"EventSource", record.sourceName)) return RuleCondition::EventSource;
+  if (!type || !IsSet(rule, RuleSettings::kTypes[*type])) return RuleCondition::Type;
+  if (!EqualsWhenGiven(rule, RuleSettings::kEventID, record.eventCode)) return RuleCondition::EventID;
+  if (!EqualsWhenGiven(rule, RuleSettings::kEventSource, record.sourceName)) return RuleCondition::EventSource;
   return FailedOnMessage(rule, record.message);
 }
 
@@ -67,7 +67,7 @@ IniLoad LoadRuleFile(App_Common& ini, FileProblems& problems, TextView path, Pla
   const IniLoad outcome = ini.LoadIni(path, out);
   if (outcome == IniLoad::Missing) problems.Report(FileKind::RuleFile, path, u"it disappeared before it could be read");
   if (outcome != IniLoad::Ok) return outcome;
-  if (!out.HasSection(u"LogFile")) {
+  if (!out.HasSection(RuleSettings::kLogs[0].section)) {
     problems.Report(FileKind::RuleFile, path, u"it has no section [LogFile], so it can never match");
     return IniLoad::Unusable;
   }

@@ -11,18 +11,9 @@
 
 namespace ovs {
 
-// The six logs a rule can name, in the order in which a record's log is looked up.
-inline constexpr TextView kRuleLogNames[] = {
-    u"System",
-    u"Application",
-    u"Security",
-    u"Microsoft-Windows-Windows Defender/Operational",
-    u"Microsoft-Windows-Windows Firewall With Advanced Security/Firewall",
-    u"Microsoft-Windows-WindowsUpdateClient/Operational",
-};
-
-// The five keys of section "EventType".
-inline constexpr TextView kRuleTypeNames[] = {u"Error", u"Warning", u"Info", u"Success", u"Failure"};
+// The names of the logs that a rule can name, and the keys of the types, in the order of their numbers.
+inline constexpr auto kRuleLogNames = KeyTexts(RuleSettings::kLogs);
+inline constexpr auto kRuleTypeNames = KeyTexts(RuleSettings::kTypes);
 
 // Which of the six a record's log is; none for a log that no rule can name.
 [[nodiscard]] std::optional<std::uint32_t> LogNumber(TextView logfile);
@@ -37,7 +28,7 @@ inline constexpr TextView kRuleTypeNames[] = {u"Error", u"Warning", u"Info", u"S
 class RuleReader {
  public:
   virtual ~RuleReader() = default;
-  virtual Text Read(TextView section, TextView key) = 0;
+  virtual Text Read(const SettingName& setting) = 0;
 };
 
 // The conditions of a rule in the order in which they are tested; the last two are of the message.
@@ -59,7 +50,7 @@ enum class RuleCondition { Log, Type, EventID, EventSource, EventDesc, EventDesc
 class RuleFileReader final : public RuleReader {
  public:
   RuleFileReader(App_Common& ini, TextView path, const PlainIni& content) : ini_(ini), path_(path), content_(content) {}
-  Text Read(TextView section, TextView key) override { return ini_.ReadINI(content_, path_, section, key); }
+  Text Read(const SettingName& setting) override { return ini_.ReadINI(content_, path_, setting); }
 
  private:
   App_Common& ini_;

@@ -30,22 +30,22 @@ std::size_t RuleConditions::MemoryInUse() const {
 }
 
 RuleConditions ConditionsOf(const PlainIni& rule) {
-  const auto value = [&](TextView section, TextView key) {
-    const std::optional<TextView> raw = rule.RawValue(section, key);
+  const auto value = [&](const SettingName& setting) {
+    const std::optional<TextView> raw = rule.RawValue(setting);
     return raw ? ProfileValue(*raw) : Text();
   };
   RuleConditions conditions;
   std::uint32_t types = 0;
   for (std::uint32_t type = 0; type < kTypes; ++type) {
-    if (value(u"EventType", kRuleTypeNames[type]) == u"1") types |= 1u << type;
+    if (value(RuleSettings::kTypes[type]) == u"1") types |= 1u << type;
   }
   for (std::uint32_t log = 0; log < std::size(kRuleLogNames); ++log) {
-    if (value(u"LogFile", kRuleLogNames[log]) == u"1") conditions.cells |= types << (log * kTypes);
+    if (value(RuleSettings::kLogs[log]) == u"1") conditions.cells |= types << (log * kTypes);
   }
-  conditions.eventID = value(u"EventDetail", u"EventID");
-  conditions.eventSource = value(u"EventDetail", u"EventSource");
-  conditions.eventDesc = value(u"EventDetail", u"EventDesc");
-  conditions.eventDescEx = value(u"EventDetail", u"EventDescEx");
+  conditions.eventID = value(RuleSettings::kEventID);
+  conditions.eventSource = value(RuleSettings::kEventSource);
+  conditions.eventDesc = value(RuleSettings::kEventDesc);
+  conditions.eventDescEx = value(RuleSettings::kEventDescEx);
   return conditions;
 }
 

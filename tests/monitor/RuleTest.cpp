@@ -17,9 +17,9 @@ EventRecord Record() {
 class TextRule final : public RuleReader {
  public:
   explicit TextRule(Text text) : ini_(std::move(text)) {}
-  Text Read(TextView section, TextView key) override {
-    asked.emplace_back(key);
-    return ProfileValue(ini_.RawValue(section, key).value_or(TextView()));
+  Text Read(const SettingName& setting) override {
+    asked.emplace_back(setting.key);
+    return ProfileValue(ini_.RawValue(setting).value_or(TextView()));
   }
   std::vector<Text> asked;
 

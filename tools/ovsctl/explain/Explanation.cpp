@@ -12,37 +12,40 @@ namespace ovs {
 
 namespace {
 
-Text KeysThatAreOn(RuleReader& rule, TextView section, std::span<const TextView> keys) {
+Text KeysThatAreOn(RuleReader& rule, std::span<const SettingName> switches) {
   Text on;
-  for (const TextView key : keys) {
-    if (rule.Read(section, key) == u"1") on += (on.empty() ? u"" : u", ") + Text(key);
+  for (const SettingName& each : switches) {
+    if (rule.Read(each) == u"1") on += (on.empty() ? u"" : u", ") + Text(each.key);
   }
   return on;
 }
 
-Text FromUtf8Name(std::string_view name) { return Text(name.begin(), name.end()); }
-
 void DescribeFailure(RuleReader& rule, RuleCondition failed, const EventRecord& record, RuleOutcome& out) {
   switch (failed) {
     case RuleCondition::Log:
-      out.ruleSays = KeysThatAreOn(rule, u"LogFile", kRuleLogNames);
+      out.ruleSays = KeysThatAreOn(rule, RuleSettings::kLogs);
       out.recordHas = record.logfile;
       return;
     case RuleCondition::Type:
-      out.ruleSays = KeysThatAreOn(rule, u"EventType", kRuleTypeNames);
+      out.ruleSays = KeysThatAreOn(rule, RuleSettings::kTypes);
       out.recordHas = record.type + u" (" + NumberText(record.eventType) + u")";
       return;
     case RuleCondition::EventID:
+      out.ruleSays = rule.Read(RuleSettings::kEventID);
       out.recordHas = record.eventCode;
-      break;
+      return;
     case RuleCondition::EventSource:
+      out.ruleSays = rule.Read(RuleSettings::kEventSource);
       out.recordHas = record.sourceName;
-      break;
+      return;
+    // The message is long, and at hand.
     case RuleCondition::EventDesc:
+      out.ruleSays = rule.Read(RuleSettings::kEventDesc);
+      return;
     case RuleCondition::EventDescEx:
-      break;  // the message is long, and at hand
+      out.ruleSays = rule.Read(RuleSettings::kEventDescEx);
+      return;
   }
-  out.ruleSays = rule.Read(u"EventDetail", FromUtf8Name(NameOf(failed)));
 }
 
 }  // namespace
