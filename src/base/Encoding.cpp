@@ -107,6 +107,8 @@ constexpr std::array<char16_t, 32> kWindows1252Middle = {0x20AC, 0x0081, 0x201A,
 
 constexpr std::uint32_t kNoByte = 0x100;
 
+constexpr std::string_view kBase64Digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
 std::uint32_t Windows1252ByteOf(char16_t unit) {
   if (unit < 0x80 || (unit >= 0xA0 && unit <= 0xFF)) return unit;
   const auto found = std::ranges::find(kWindows1252Middle, unit);
@@ -258,6 +260,25 @@ std::string EncodeFor(FileEncoding encoding, TextView text, bool* lossless) {
   kept = true;
   if (encoding == FileEncoding::Utf16Le) return ToUtf16Le(text);
   return encoding == FileEncoding::Windows1252 ? ToWindows1252(text, kept) : ToUtf8(text, kept);
+}
+
+std::string Base64Digits(std::string_view bytes, bool rest) {
+  std::string digits;
+  digits.reserve((bytes.size() + 2) / 3 * 4);
+  std::uint32_t bits = 0;
+  int count = 0;
+  for (const char byte : bytes) {
+    bits = (bits << 8) | static_cast<unsigned char>(byte);
+    for (count += 8; count >= 6; count -= 6) digits += kBase64Digits[(bits >> (count - 6)) & 0x3F];
+  }
+  if (rest && count > 0) digits += kBase64Digits[(bits << (6 - count)) & 0x3F];
+  return digits;
+}
+
+std::string Base64(std::string_view bytes) {
+  std::string digits = Base64Digits(bytes, true);
+  while (digits.size() % 4 != 0) digits += '=';
+  return digits;
 }
 
 }  // namespace ovs

@@ -1,4 +1,4 @@
-// Text to bytes and back: UTF-8, UTF-16LE, Windows-1252, and the encodings of text files.
+// Text to bytes and back: UTF-8, UTF-16LE, Windows-1252, the encodings of text files, and Base64.
 #pragma once
 
 #include <cstddef>
@@ -69,5 +69,13 @@ enum class FileEncoding {
 // The bytes that continue a file of that encoding; writes no mark. `lossless` may be null, else it is always set: false
 // when something could not be written as it is (lone surrogates in UTF-8, see ToUtf8, or see ToWindows1252).
 [[nodiscard]] std::string EncodeFor(FileEncoding encoding, TextView text, bool* lossless = nullptr);
+
+// --- Base64 (RFC 4648)
+
+// The complete digits of the bytes, without padding; with `rest` a last incomplete digit too.
+[[nodiscard]] std::string Base64Digits(std::string_view bytes, bool rest);
+
+// With its padding.
+[[nodiscard]] std::string Base64(std::string_view bytes);
 
 }  // namespace ovs

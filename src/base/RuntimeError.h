@@ -1,5 +1,5 @@
 // The run-time error of the program: a number, a description and a source, raised by any code and caught by the handler
-// of the traced procedure that runs it (see diag/Proc.h).
+// of the traced procedure that runs it (see diag/Proc.h). The handler leaves it pending for the debug log.
 #pragma once
 
 #include <exception>
@@ -39,5 +39,23 @@ class RuntimeError : public std::exception {
   Text description_;
   Text source_;
 };
+
+// The error that waits for the debug log: set by the handler that caught it, read and cleared by the next dLog. Each thread
+// has its own.
+struct PendingRuntimeError {
+  int number = 0;  // 0 when none is pending
+  Text description;
+  Text source;
+};
+
+// Texts that cannot be kept for lack of memory are left out; the number is always kept.
+void SetPendingRuntimeError(int number, TextView description, TextView source) noexcept;
+// To be called inside a catch block: the exception in flight becomes the pending error. An exception that is no RuntimeError
+// counts as kOutOfMemory or kInternal of this program.
+void SetPendingRuntimeErrorFromException() noexcept;
+
+[[nodiscard]] int PendingRuntimeErrorNumber() noexcept;
+// Gives the pending error away; afterwards none is pending.
+[[nodiscard]] PendingRuntimeError TakePendingRuntimeError() noexcept;
 
 }  // namespace ovs

@@ -2,12 +2,15 @@
 
 #include "base/App_Strings.h"
 #include "base/Numbers.h"
+#include "os/PendingError.h"
 
 namespace ovs {
 
 namespace {
 
 constexpr TextView kLineBreak = u"\r\n";
+// More numbers than any run meets; the cache starts over rather than growing with hostile input.
+constexpr std::size_t kMostCached = 4096;
 
 void AddLine(TextView label, TextView text, Text& body) {
   if (text.empty()) return;
@@ -17,8 +20,6 @@ void AddLine(TextView label, TextView text, Text& body) {
 void AddVariables(TextView label, TextView text, Text& body) {
   if (!text.empty()) AddLine(label, u"[" + Visualized(text) + u"]", body);
 }
-
-bool IsFlow(EventType type) { return type == EventType::EnterProcedure || type == EventType::ExitProcedure; }
 
 Text FirstLine(const DebugMessage& parts) {
   Text line(parts.procedureTag);
@@ -58,7 +59,7 @@ Text LastErrorText(const DebugErrors& errors, TextView message) {
   return result.append(text).append(u"]");
 }
 
-Text ConstructDebugMsg(const DebugMessage& parts, const std::function<Text(std::uint32_t)>& getSystemMsg) {
+Text ConstructDebugMsg(const DebugMessage& parts) {
   const TextView message = parts.message.empty() ? kNoMessage : parts.message;
   Text shown(message);
   App_Strings::VisualizeNulls(shown);
@@ -68,8 +69,7 @@ Text ConstructDebugMsg(const DebugMessage& parts, const std::function<Text(std::
   AddLine({}, shown, body);
   const DebugErrors& errors = parts.errors;
   if (errors.apiNumber != 0) {
-    const Text text = errors.apiText.empty() ? getSystemMsg(errors.apiNumber) : errors.apiText;
-    AddLine(u"APIError=", Visualized(ApiErrorText(errors.apiNumber, text)), body);
+    AddLine(u"APIError=", Visualized(ApiErrorText(errors.apiNumber, errors.apiText)), body);
   }
   if (errors.vbNumber != 0) {
     const Text text = RuntimeErrorText(errors.vbNumber, errors.vbDescription, errors.vbSource);
@@ -81,6 +81,30 @@ Text ConstructDebugMsg(const DebugMessage& parts, const std::function<Text(std::
   AddVariables(u"VarsCreated=", parts.varsCreated, body);
   AddVariables(u"VarsReturnedByRef=", parts.varsReturned, body);
   return body;
+}
+
+void SystemMessages::Clear() noexcept {
+  for (auto& cache : caches_) cache.clear();
+}
+
+Text SystemMessages::Get(std::uint32_t number, SystemMsgFlavour flavour, bool forceLookup, bool bracketed) {
+  auto& cache = caches_[static_cast<std::size_t>(flavour)];
+  const auto found = cache.find(number);
+  const Text text = found != cache.end() && !forceLookup ? found->second : LookUp(number, cache);
+  return bracketed ? u"[" + NumberText(number) + u"=" + text + u"]" : text;
+}
+
+Text SystemMessages::LookUp(std::uint32_t number, std::map<std::uint32_t, Text>& cache) {
+  const std::uint32_t pending = PendingSystemError();
+  std::optional<Text> text = system_ != nullptr ? system_->MessageText(number) : std::nullopt;
+  // A failed look-up is no error of whoever asked.
+  SetPendingSystemError(pending);
+  if (!text) return Text(kFailure);
+  const Text withoutNuls = App_Strings::RemoveNuls(*text);
+  Text trimmed(App_Strings::TrimBlanks(withoutNuls));
+  if (cache.size() >= kMostCached) cache.clear();
+  cache[number] = trimmed;
+  return trimmed;
 }
 
 }  // namespace ovs

@@ -1,11 +1,12 @@
-// The body of a debug log entry.
+// The texts of a debug log entry: its body, and the system's words for error numbers.
 #pragma once
 
 #include <cstdint>
-#include <functional>
+#include <map>
 
 #include "base/Text.h"
 #include "diag/Events.h"
+#include "os/System.h"
 
 namespace ovs {
 
@@ -48,8 +49,29 @@ struct DebugMessage {
 [[nodiscard]] Text LastErrorText(const DebugErrors& errors, TextView message);
 
 // Lines: tag and type, message, errors, each list of variables that is not empty. For EnterProcedure and ExitProcedure
-// the message stands alone. `getSystemMsg` supplies the text of a
-// system error number when the message has none.
-[[nodiscard]] Text ConstructDebugMsg(const DebugMessage& parts, const std::function<Text(std::uint32_t)>& getSystemMsg);
+// the message stands alone.
+[[nodiscard]] Text ConstructDebugMsg(const DebugMessage& parts);
+
+// Texts of system error numbers, cached by number. Not locked: its owner lets one thread in at a time.
+class SystemMessages {
+ public:
+  static constexpr TextView kFailure = u"FormatMessageW failure (lRet=0) Could not retrieve message from system!";
+
+  // `system` must outlive the object; without one every text is kFailure.
+  void Attach(os::System* system) noexcept { system_ = system; }
+
+  // Empties the caches.
+  void Clear() noexcept;
+
+  // The system's text without NULs, trimmed; kFailure when it has none (asked again next time). `bracketed` gives
+  // "[number=text]". The pending system error stays as it is.
+  Text Get(std::uint32_t number, SystemMsgFlavour flavour, bool forceLookup = false, bool bracketed = false);
+
+ private:
+  Text LookUp(std::uint32_t number, std::map<std::uint32_t, Text>& cache);
+
+  os::System* system_ = nullptr;
+  std::map<std::uint32_t, Text> caches_[2];  // by flavour
+};
 
 }  // namespace ovs

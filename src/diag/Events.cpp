@@ -41,4 +41,14 @@ ProcKind GetProcedureTypeFromString(TextView text) {
   return ProcKind::Unknown;
 }
 
+EventCounts::Numbers EventCounts::Count(EventType type, bool outsideHandler) noexcept {
+  Numbers numbers{Up(values_.globalEvents), Up(values_.globalNonFlowEvents)};
+  if (type == EventType::Normal) numbers.type = Up(values_.normal);
+  if (type == EventType::Verbose) numbers.type = Up(values_.verbose);
+  if (type == EventType::ErrorHandler) numbers.type = Up(values_.errorHandler);
+  if (type == EventType::ApiError) numbers.type = Up(values_.apiError);
+  if (outsideHandler && !IsErrorType(type) && !IsFlow(type)) Up(values_.errorsOutsideErrorHandler);
+  return numbers;
+}
+
 }  // namespace ovs

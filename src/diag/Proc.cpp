@@ -3,8 +3,9 @@
 #include <limits>
 
 #include "base/Numbers.h"
-#include "diag/App_DebugState.h"
-#include "diag/PendingRuntimeError.h"
+#include "base/RuntimeError.h"
+#include "diag/App_Debug.h"
+#include "diag/ProcTrace.h"
 
 namespace ovs {
 
@@ -42,41 +43,26 @@ void RenderValue(const std::vector<Text>& value, Text& out) {
 }
 
 Proc::Proc(TextView module, TextView procedure, ProcKind kind) noexcept
-    : owner_(&Diagnostics()), module_(module), procedure_(procedure), kind_(kind), outer_(innermost) {
-  App_Debug::State& state = *owner_->state_;
-  id_ = state.NextId(enterEvent_);
-  eventCount_ = 1;
+    : owner_(&Diagnostics()),
+      trace_(owner_->trace_),
+      module_(module),
+      procedure_(procedure),
+      kind_(kind),
+      outer_(innermost) {
+  trace_->Enter(*this);
   innermost = this;
-  if (!state.switches.procDump || id_ == kNoProc) return;
-  try {
-    const App_Debug::State::Lock lock(state.mutex);
-    record_ = state.MakeRecord(id_, kind, module, procedure, enterEvent_);
-  } catch (...) {
-    record_ = nullptr;
-  }
 }
 
 Proc::~Proc() {
   innermost = outer_;
-  if (id_ == kNoProc) return;
-  App_Debug::State& state = *owner_->state_;
-  const std::uint32_t exitEvent = CountUp(state.counters.globalEvents);
-  CountUp(state.counters.proceduresExited);
-  if (record_ == nullptr && !hadError_) return;
-  try {
-    const App_Debug::State::Lock lock(state.mutex);
-    state.lastErrors.erase(id_);
-    if (record_ != nullptr) state.ExitRecord(*static_cast<App_Proc*>(record_), exitEvent);
-  } catch (...) {
-    return;  // without memory the dump lacks this record
-  }
+  trace_->Leave(*this);
 }
 
 Proc* Proc::Innermost() noexcept { return innermost; }
 
-Proc* Proc::Find(const App_Debug& owner, ProcId id) noexcept {
+Proc* Proc::Find(const ProcTrace& trace, ProcId id) noexcept {
   for (Proc* guard = innermost; guard != nullptr; guard = guard->outer_) {
-    if (guard->id_ == id && guard->owner_ == &owner) return guard;
+    if (guard->id_ == id && guard->trace_ == &trace) return guard;
   }
   return nullptr;
 }
@@ -91,11 +77,10 @@ void Proc::AddVar(VarKind kind, TextView name, const void* value, detail::Render
 
 void Proc::AddToRecord(const Var& var) noexcept {
   try {
-    const App_Debug::State::Lock lock(owner_->state_->mutex);
     Text text(var.name);
     text += u'=';
     var.render(var.value, text);
-    static_cast<App_Proc*>(record_)->AddVariable(var.kind, owner_->state_->Masked(text));
+    trace_->AddVariable(*record_, var.kind, text);
   } catch (...) {
     return;  // without memory the record lacks this value
   }
@@ -131,8 +116,6 @@ void Proc::Log(TextView message, EventType type, TextView variables, TextView ex
                TextView expectedAPIErrors) noexcept {
   owner_->dLog(id_, message, type, variables, expectedVBErrors, expectedAPIErrors);
 }
-
-bool Proc::WantsVerbose() const noexcept { return record_ != nullptr || owner_->state_->switches.verbose; }
 
 void Proc::HandleError() noexcept {
   SetPendingRuntimeErrorFromException();

@@ -13,8 +13,8 @@
 // on). A value must therefore outlive the guard's Run: name parameters, and locals declared before the body. A guard
 // whose record nobody reads allocates nothing. Values passed in are rendered when they are reported, values created or
 // returned by reference when Run ends; each at most 16,384 characters long. Only ten values of a guard are kept for error
-// entries. Module and procedure names must be literals. Guards nest strictly (they
-// are locals), on any thread; each thread's guards are its own.
+// entries. Module and procedure names must be literals. Guards nest strictly (they are locals), on any thread; each thread's
+// guards are its own.
 #pragma once
 
 #include <cstddef>
@@ -30,6 +30,8 @@
 namespace ovs {
 
 class App_Debug;
+class App_Proc;
+class ProcTrace;
 
 // How values look in traces: numbers in decimal, "True" or "False", texts as they are, lists joined with "<sep>".
 void RenderValue(TextView value, Text& out);
@@ -93,8 +95,6 @@ class Proc {
   // A note of this procedure, see App_Debug::dLog.
   void Log(TextView message, EventType type = EventType::Normal, TextView variables = {}, TextView expectedVBErrors = {},
            TextView expectedAPIErrors = {}) noexcept;
-  // True when an entry of type Verbose would be read by anybody: guards texts that are costly to build.
-  [[nodiscard]] bool WantsVerbose() const noexcept;
 
   // Runs the body under the procedure-wide handler; the result (or the neutral one) is reported as the function result.
   template <class R, class F>
@@ -128,7 +128,7 @@ class Proc {
   }
 
  private:
-  friend class App_Debug;
+  friend class ProcTrace;
   struct Var {
     VarKind kind;
     TextView name;
@@ -139,7 +139,7 @@ class Proc {
 
   [[nodiscard]] static Proc* Innermost() noexcept;
   // This thread's live guard of that ID, or null.
-  [[nodiscard]] static Proc* Find(const App_Debug& owner, ProcId id) noexcept;
+  [[nodiscard]] static Proc* Find(const ProcTrace& trace, ProcId id) noexcept;
   void AddVar(VarKind kind, TextView name, const void* value, detail::RenderFunction render) noexcept;
   void AddToRecord(const Var& var) noexcept;
   void ReportResult(const void* value, detail::RenderFunction render) noexcept;
@@ -151,17 +151,18 @@ class Proc {
   void HandleError() noexcept;
 
   App_Debug* owner_;
+  ProcTrace* trace_;  // the owner's
   TextView module_;
   TextView procedure_;
   ProcKind kind_;
   bool finished_ = false;  // Run has ended
   bool hadError_ = false;  // the diagnostics hold the text of its last error
   ProcId id_ = kNoProc;
-  Proc* outer_ = nullptr;   // the guard that was innermost before this one
-  void* record_ = nullptr;  // App_Proc of the diagnostics when a record is kept, else null
+  Proc* outer_ = nullptr;       // the guard that was innermost before this one
+  App_Proc* record_ = nullptr;  // the trace's, null while none is kept
   Var vars_[kMaxVars];
   std::size_t varCount_ = 0;
-  std::uint32_t eventCount_ = 0;
+  std::uint32_t eventCount_ = 1;  // its entry is the first
   std::uint32_t enterEvent_ = 0;  // global number of its entry
 };
 

@@ -5,8 +5,7 @@
 #include <utility>
 
 #include "base/Numbers.h"
-#include "diag/PerfTimer.h"
-#include "diag/SystemMessages.h"
+#include "diag/DebugTime.h"
 
 namespace ovs {
 
@@ -84,7 +83,7 @@ std::uint32_t App_Proc::Add_ProcedureEvent(App_ProcEvent event) {
   event.procedureEvent = ++eventCount_;
   const EventType type = event.type;
   ++byType_[TypeSlot(type)];
-  if (type != EventType::EnterProcedure && type != EventType::ExitProcedure) ++nonFlow_;
+  if (!IsFlow(type)) ++nonFlow_;
   if (type == EventType::ApiError || event.errors.apiNumber != 0) ++apiErrors_;
   if (type == EventType::ErrorHandler) ++errorHandler_;
   if (event.outsideHandler) ++outsideHandler_;

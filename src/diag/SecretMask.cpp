@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <string>
 
-#include "base/Base64.h"
 #include "base/Encoding.h"
 #include "base/Wipe.h"
 
@@ -12,6 +11,11 @@ namespace ovs {
 namespace {
 
 constexpr TextView kMask = u"***";
+
+// A Base64 digit holds 6 bits, so a text that does not begin a group of three bytes shares its first digit with an unknown
+// neighbour, and its last one likewise. Between them the digits depend on the secret alone: three patterns, one for each
+// place in the group, find it inside any longer text.
+//
 // The digits that the bytes always give when `before` bytes (0 to 2) of an unknown text precede them in a group of three.
 Text InnerBase64(std::string_view bytes, std::size_t before) {
   constexpr std::size_t kDigitsTouchedBefore[] = {0, 2, 3};
@@ -54,6 +58,7 @@ void SecretMask::AddPattern(Text pattern) {
   patterns_.insert(std::ranges::find_if(patterns_, shorter), std::move(pattern));
 }
 
+// Longest first: a secret that contains another must not leave its rest behind.
 bool SecretMask::Apply(Text& text) const {
   bool changed = false;
   for (const Text& pattern : patterns_) {
@@ -63,6 +68,12 @@ bool SecretMask::Apply(Text& text) const {
     }
   }
   return changed;
+}
+
+Text SecretMask::Masked(TextView text) const {
+  Text masked(text);
+  Apply(masked);
+  return masked;
 }
 
 }  // namespace ovs

@@ -1,4 +1,4 @@
-// Replaces registered secrets by "***" wherever diagnostics show a text.
+// Replaces registered secrets by "***" wherever diagnostics show a text. Not locked: its owner lets one thread in at a time.
 #pragma once
 
 #include <vector>
@@ -9,7 +9,7 @@ namespace ovs {
 
 class SecretMask {
  public:
-  static constexpr std::size_t kShortest = 4;
+  static constexpr std::size_t kShortest = 4;  // characters
 
   SecretMask() = default;
   ~SecretMask();  // wipes them
@@ -22,7 +22,7 @@ class SecretMask {
 
   // True when the text was changed.
   bool Apply(Text& text) const;
-  [[nodiscard]] bool IsEmpty() const noexcept { return patterns_.empty(); }
+  [[nodiscard]] Text Masked(TextView text) const;
 
  private:
   [[nodiscard]] bool Knows(TextView pattern) const;

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "base/Encoding.h"
+#include "base/RuntimeError.h"
 #include "diag/App_Debug.h"
 #include "diag/PendingErrorKeeper.h"
-#include "diag/PendingRuntimeError.h"
 #include "os/PendingError.h"
 #include "platform/FileContent.h"
 #include "support/FakeClock.h"

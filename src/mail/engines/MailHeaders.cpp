@@ -4,7 +4,6 @@
 #include <array>
 
 #include "base/App_Strings.h"
-#include "base/Base64.h"
 #include "base/Encoding.h"
 #include "base/Numbers.h"
 

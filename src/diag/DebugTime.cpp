@@ -1,4 +1,6 @@
-#include "diag/PerfTimer.h"
+#include "diag/DebugTime.h"
+
+#include "base/DateTime.h"
 
 namespace ovs {
 
@@ -14,8 +16,25 @@ void AddTwoDigits(std::uint32_t value, Text& out) {
 
 }  // namespace
 
+void EntryClock::Attach(os::Clock* clock, os::TimeZone* timeZone) noexcept {
+  clock_ = clock;
+  timeZone_ = timeZone;
+}
+
+Text EntryClock::NowText() const {
+  if (clock_ == nullptr) return {};
+  const DateTime utc = DateTimeFromTicks(clock_->UtcNow());
+  DateTime local = utc;
+  if (timeZone_ != nullptr && !timeZone_->ToLocal(utc, local)) local = utc;
+  DateFormat format;
+  format.includeTime = true;
+  format.includeSeconds = true;
+  return FormatDate(local, format);
+}
+
 bool PerfTimer::InitValues() noexcept {
-  known_ = timer_ != nullptr && timer_->Periods(minimum_, maximum_);
+  std::uint32_t maximum = 0;
+  known_ = timer_ != nullptr && timer_->Periods(minimum_, maximum);
   return known_;
 }
 

@@ -1,4 +1,4 @@
-#include "diag/PendingRuntimeError.h"
+#include "base/RuntimeError.h"
 
 #include <new>
 #include <utility>

@@ -1,13 +1,29 @@
-// The performance timer of the procedure records: milliseconds of the multimedia timer, taken at tick edges.
+// The two clocks of the diagnostics: local time as text for entries and records, and the performance timer.
 #pragma once
 
 #include <cstdint>
 
 #include "base/Text.h"
+#include "os/Clock.h"
 #include "os/System.h"
 
 namespace ovs {
 
+// Local time as entries show it, such as "11/24/2026 10:47:16 PM".
+class EntryClock {
+ public:
+  // Without a time zone, or while the system does not tell it, the text is in UTC. Both must outlive the object.
+  void Attach(os::Clock* clock, os::TimeZone* timeZone) noexcept;
+  // Empty while no clock is attached.
+  [[nodiscard]] Text NowText() const;
+
+ private:
+  os::Clock* clock_ = nullptr;
+  os::TimeZone* timeZone_ = nullptr;
+};
+
+// Milliseconds of the multimedia timer, taken at tick edges: each reading waits for the next tick, so it takes up to one
+// period. While the timer is not started every reading is 0 and costs nothing.
 class PerfTimer {
  public:
   void Attach(os::PeriodTimer* timer) noexcept { timer_ = timer; }
@@ -20,7 +36,6 @@ class PerfTimer {
   bool HighRes_Stop(std::uint32_t& endTime) noexcept;
   // The reading at the next tick edge; 0 when the timer is not started.
   [[nodiscard]] std::uint32_t GetTime() noexcept;
-  [[nodiscard]] bool IsStarted() const noexcept { return started_; }
 
   // "HH:MM:SS", with ".mmm" when asked; hours run from 00 to 23 and start over.
   [[nodiscard]] static Text MakeTimePretty(std::uint32_t milliseconds, bool withMillis);
@@ -29,10 +44,9 @@ class PerfTimer {
   void AlignToPeriod() noexcept;
 
   os::PeriodTimer* timer_ = nullptr;
-  bool known_ = false;
+  bool known_ = false;  // the system told its periods
   bool started_ = false;
-  std::uint32_t minimum_ = 0;
-  std::uint32_t maximum_ = 0;
+  std::uint32_t minimum_ = 0;  // shortest period, in milliseconds
 };
 
 }  // namespace ovs
