@@ -1,6 +1,9 @@
+#include "base/App_Strings.h"
+
 #include <gtest/gtest.h>
 
-#include "base/App_Strings.h"
+#include <utility>
+
 #include "base/Encoding.h"
 #include "base/Vell_String.h"
 
@@ -11,146 +14,107 @@ using namespace App_Strings;
 
 const Text kTwoNuls(2, kNul);
 
+// A row holds the outcome of one call and the outcome that is right.
+using Rows = std::initializer_list<std::pair<Text, TextView>>;
+void ExpectEach(Rows rows) {
+  for (const auto& [got, right] : rows) EXPECT_EQ(ToUtf8(got), ToUtf8(right));
+}
+
+// Truths as one text: "10" is true, false.
+template <class... Truths>
+Text Bits(Truths... truths) {
+  return ((truths ? Text(u"1") : Text(u"0")) + ...);
+}
+
 TEST(StringsMatch, IsEqualityWithoutOuterBlanks) {
-  struct {
-    TextView a, b;
-    bool text, binary;
-  } const cases[] = {{u"  ABC ", u"abc", true, false},
-                     {u" abc", u"abc  ", true, true},
-                     {u"  ", u"", true, true},
-                     {u"\tabc", u"abc", false, false},  // a tab is no blank
-                     {u"ÄÖ", u"äö", true, false}};
-  for (const auto& each : cases) {
-    EXPECT_EQ(StringsMatch(each.a, each.b), each.text) << ToUtf8(each.a);
-    EXPECT_EQ(StringsMatch(each.b, each.a, true), each.binary) << ToUtf8(each.a);
-  }
+  const auto match = [](TextView a, TextView b) { return Bits(StringsMatch(a, b), StringsMatch(b, a, true)); };
+  ExpectEach({{match(u"  ABC ", u"abc"), u"10"},
+              {match(u" abc", u"abc  "), u"11"},
+              {match(u"  ", u""), u"11"},
+              {match(u"\tabc", u"abc"), u"00"},  // a tab is no blank
+              {match(u"ÄÖ", u"äö"), u"10"}});
 }
 
 TEST(StringStartsWith, AndItsMirrorImage) {
-  struct {
-    TextView string, part;
-    bool starts[2];  // without and with trim
-    bool ends[2];
-  } const cases[] = {
-      {u"Rules.DAT", u"rules", {true, true}, {false, false}},
-      {u"Rules.DAT", u".dat", {false, false}, {true, true}},
-      {u"anything", u"", {true, true}, {true, true}},
-
-      {u"ab", u"abc", {false, false}, {false, false}},
-      {u"  ab", u"ab", {false, true}, {true, true}},
-      {u"ab  ", u"ab", {true, true}, {false, true}},
-      {u"ab", u" ab ", {true, true}, {true, true}},     // blanks at the ends of both never count
-      {u"abc", u" ab", {false, true}, {false, false}},  // three characters are compared or two
+  const auto with = [](TextView string, TextView part) {  // starts, starts trimmed, ends, ends trimmed
+    return Bits(StringStartsWith(string, part), StringStartsWith(string, part, false, true), StringEndsWith(string, part),
+                StringEndsWith(string, part, false, true));
   };
-  for (const auto& each : cases) {
-    for (const bool trim : {false, true}) {
-      const std::string shown = ToUtf8(each.string) + "|" + ToUtf8(each.part) + (trim ? " trimmed" : "");
-      EXPECT_EQ(StringStartsWith(each.string, each.part, false, trim), each.starts[trim ? 1 : 0]) << shown;
-      EXPECT_EQ(StringEndsWith(each.string, each.part, false, trim), each.ends[trim ? 1 : 0]) << shown;
-    }
-  }
-  EXPECT_FALSE(StringStartsWith(u"Abc", u"abc", true));
-  EXPECT_FALSE(StringEndsWith(u"Abc", u"abc", true));
+  ExpectEach({{with(u"Rules.DAT", u"rules"), u"1100"},
+              {with(u"Rules.DAT", u".dat"), u"0011"},
+              {with(u"anything", u""), u"1111"},
+              {with(u"ab", u"abc"), u"0000"},
+              {with(u"  ab", u"ab"), u"0111"},
+              {with(u"ab  ", u"ab"), u"1101"},
+              {with(u"ab", u" ab "), u"1111"},    // blanks at the ends of both never count
+              {with(u"abc", u" ab"), u"0100"}});  // three characters are compared or two
+  EXPECT_FALSE(StringStartsWith(u"Abc", u"abc", true) || StringEndsWith(u"Abc", u"abc", true));
 }
 
-TEST(TrimLeft, AndTrimRightCountWhatTheyRemove) {
-  struct {
-    TextView string, text;
-    int maxCount;
-    TextView left;
-    int leftCount;
-    TextView right;
-    int rightCount;
-  } const cases[] = {{u"xXabxX", u"x", -1, u"abxX", 2, u"xXab", 2},
-                     {u"xxabxx", u"x", 1, u"xabxx", 1, u"xxabx", 1},
-
-                     {u"xxabxx", u"x", -2, u"xxabxx", 0, u"xxabxx", 0},
-                     {u"ababa", u"ab", -1, u"a", 2, u"ababa", 0},
-                     {u"xx", u"x", -1, u"", 2, u"", 2},
-                     {u"x", u"", -1, u"x", 0, u"x", 0}
-
+TEST(TrimLeft, TrimRightAndBothEndsCountWhatTheyRemove) {
+  const auto shown = [](int count, const Text& left) { return Text(1, static_cast<char16_t>(u'0' + count)) + u":" + left; };
+  const auto trim = [&](Text string, TextView text, int most) {
+    Text right = string;
+    int counts[2] = {9, 9};
+    TrimLeft(string, text, most, counts[0]);
+    TrimRight(right, text, most, counts[1]);
+    return shown(counts[0], string) + u" " + shown(counts[1], right);
   };
-  for (const auto& each : cases) {
-    Text left(each.string);
-    Text right(each.string);
-    int count = 99;
-    EXPECT_EQ(TrimLeft(left, each.text, each.maxCount, count), each.left);
-    EXPECT_EQ(count, each.leftCount) << ToUtf8(each.string);
-    EXPECT_EQ(TrimRight(right, each.text, each.maxCount, count), each.right);
-    EXPECT_EQ(count, each.rightCount) << ToUtf8(each.string);
-  }
+  ExpectEach({{trim(u"xXabxX", u"x", -1), u"2:abxX 2:xXab"},
+              {trim(u"xxabxx", u"x", 1), u"1:xabxx 1:xxabx"},
+              {trim(u"xxabxx", u"x", -2), u"0:xxabxx 0:xxabxx"},
+              {trim(u"ababa", u"ab", -1), u"2:a 0:ababa"},
+              {trim(u"xx", u"x", -1), u"2: 2:"},
+              {trim(u"x", u"", -1), u"0:x 0:x"}});
   Text text = u"xXa";
   int count = 0;
   EXPECT_EQ(TrimLeft(text, u"x", -1, count, true), u"Xa");
-}
 
-TEST(TrimBothEnds, ByItsOptions) {
-  struct {
-    TextView string, text;
-    bool once, bothRequired, keepIfWhole;
-    TextView left;
-    int removals;
-  } const cases[] = {{u"\r\n\r\nx\r\n", u"\r\n", false, false, false, u"x", 3},
-                     {u"\r\n\r\nx\r\n", u"\r\n", true, false, false, u"\r\nx", 2},
-                     {u"\r\n\r\nx\r\n", u"\r\n", false, true, false, u"\r\nx", 2},
-                     {u"\r\n", u"\r\n", false, false, true, u"\r\n", 0},
-
-                     {u"AxXa", u"a", false, true, false, u"xX", 2},
-                     {u"aaxaa", u"a", true, true, false, u"axa", 2},
-                     {u"aaxaa", u"a", false, true, true, u"x", 4},
-
-                     {u"a", u"a", false, true, false, u"", 1},
-
-                     {u"x", u"", false, false, false, u"x", 0}};
-  for (const auto& each : cases) {
-    Text string(each.string);
-    EXPECT_EQ(TrimBothEnds(string, each.text, each.once, each.bothRequired, each.keepIfWhole), each.removals);
-    EXPECT_EQ(string, each.left) << ToUtf8(each.string);
-  }
+  const auto both = [&](Text string, TextView part, bool once, bool bothRequired, bool keepIfWhole) {
+    const int removals = TrimBothEnds(string, part, once, bothRequired, keepIfWhole);
+    return shown(removals, string);
+  };
+  ExpectEach({{both(u"\r\n\r\nx\r\n", u"\r\n", false, false, false), u"3:x"},
+              {both(u"\r\n\r\nx\r\n", u"\r\n", true, false, false), u"2:\r\nx"},
+              {both(u"\r\n\r\nx\r\n", u"\r\n", false, true, false), u"2:\r\nx"},
+              {both(u"\r\n", u"\r\n", false, false, true), u"0:\r\n"},
+              {both(u"AxXa", u"a", false, true, false), u"2:xX"},
+              {both(u"aaxaa", u"a", true, true, false), u"2:axa"},
+              {both(u"aaxaa", u"a", false, true, true), u"4:x"},
+              {both(u"a", u"a", false, true, false), u"1:"},
+              {both(u"x", u"", false, false, false), u"0:x"}});
 }
 
 TEST(StripString, FourPartsAndTwoOptions) {
   using enum StripReturn;
-  struct {
-    TextView string, delimiter;
-    StripReturn kind;
-    bool include, trim;
-    TextView kept;
-    std::size_t position;
-  } const cases[] = {{u"a.b.c", u".", AfterFirst, false, false, u"b.c", 2},
-                     {u"a.b.c", u".", AfterLast, false, false, u"c", 4},
-                     {u"a.b.c", u".", BeforeFirst, false, false, u"a", 2},
-                     {u"a.b.c", u".", BeforeLast, false, false, u"a.b", 4},
-                     {u"a.b.c", u".", AfterFirst, true, false, u".b.c", 2},
-
-                     {u"a.b.c", u".", BeforeLast, true, false, u"a.b.", 4},
-                     {u" a = b ", u"=", AfterFirst, false, true, u"b ", 4},
-                     {u" a = b ", u"=", BeforeLast, false, true, u" a", 4},
-                     {u"a<SEP>b<sep>c", u"<Sep>", AfterFirst, false, false, u"b<sep>c", 2},  // any case
-                     {u"aaa", u"aa", AfterLast, false, false, u"", 2},
-
-                     {u"abc", u".", AfterLast, true, true, u"abc", 0},
-                     {u" abc ", u"", BeforeLast, true, true, u" abc ", 0}};
-  for (const auto& each : cases) {
-    Text string(each.string);
-    EXPECT_EQ(StripString(string, each.delimiter, each.kind, each.include, each.trim), each.position);
-    EXPECT_EQ(string, each.kept) << ToUtf8(each.string) << " " << static_cast<int>(each.kind);
-  }
+  const auto strip = [](Text string, TextView delimiter, StripReturn kind, bool include, bool trim) {
+    const std::size_t position = StripString(string, delimiter, kind, include, trim);
+    return Text(1, static_cast<char16_t>(u'0' + position)) + u":" + string;
+  };
+  ExpectEach({{strip(u"a.b.c", u".", AfterFirst, false, false), u"2:b.c"},
+              {strip(u"a.b.c", u".", AfterLast, false, false), u"4:c"},
+              {strip(u"a.b.c", u".", BeforeFirst, false, false), u"2:a"},
+              {strip(u"a.b.c", u".", BeforeLast, false, false), u"4:a.b"},
+              {strip(u"a.b.c", u".", AfterFirst, true, false), u"2:.b.c"},
+              {strip(u"a.b.c", u".", BeforeLast, true, false), u"4:a.b."},
+              {strip(u" a = b ", u"=", AfterFirst, false, true), u"4:b "},
+              {strip(u" a = b ", u"=", BeforeLast, false, true), u"4: a"},
+              {strip(u"a<SEP>b<sep>c", u"<Sep>", AfterFirst, false, false), u"2:b<sep>c"},  // any case
+              {strip(u"aaa", u"aa", AfterLast, false, false), u"2:"},
+              {strip(u"abc", u".", AfterLast, true, true), u"0:abc"},
+              {strip(u" abc ", u"", BeforeLast, true, true), u"0: abc "}});
 }
 
-TEST(SplitString, AtTheFirstOrLastDelimiter) {
-  Text prefix = u"a = b = c";
-  Text suffix;
-  EXPECT_TRUE(SplitString(prefix, u"=", true, true, prefix, suffix));  // the output may be the input
-  EXPECT_EQ(prefix + u"|" + suffix, u"a|b = c");
-  EXPECT_TRUE(SplitString(u"a = b = c", u"=", false, false, prefix, suffix));
-  EXPECT_EQ(prefix + u"|" + suffix, u"a = b | c");
-  EXPECT_FALSE(SplitString(u" a ", u"=", true, true, prefix, suffix));
-  EXPECT_EQ(prefix + u"|" + suffix, u"a|");
-  EXPECT_FALSE(SplitString(u"a", u"", true, false, prefix, suffix));
-}
-
-TEST(Split, GivesOnePieceMoreThanThereAreDelimiters) {
+TEST(Split, AtOneDelimiterOrAtEach) {
+  const auto split = [](Text text, TextView at, bool first, bool trim) {
+    Text suffix;
+    const bool found = SplitString(text, at, first, trim, text, suffix);  // the output may be the input
+    return (found ? u"" : u"no: ") + text + u"|" + suffix;
+  };
+  ExpectEach({{split(u"a = b = c", u"=", true, true), u"a|b = c"},
+              {split(u"a = b = c", u"=", false, false), u"a = b | c"},
+              {split(u" a ", u"=", true, true), u"no: a|"},
+              {split(u"a", u"", true, false), u"no: a|"}});
   const std::pair<TextView, std::vector<Text>> cases[] = {
       {u"", {u""}}, {u"a", {u"a"}}, {u"a<sep><sep>b<SEP>c<sep>", {u"a", u"", u"b<SEP>c", u""}}};
   for (const auto& [text, pieces] : cases) {
@@ -161,87 +125,60 @@ TEST(Split, GivesOnePieceMoreThanThereAreDelimiters) {
 }
 
 TEST(Paths, AreCutByTheirLastDelimiter) {
-  struct {
-    TextView path, withoutExtension, name;
-  } const cases[] = {{u"C:\\a.b\\c.d.txt", u"C:\\a.b\\c.d", u"c.d.txt"},
-                     {u"C:\\a.b\\c", u"C:\\a.b\\c", u"c"},
-                     {u"name", u"name", u"name"},
-                     {u"C:\\a\\", u"C:\\a\\", u""},
-                     {u".txt", u"", u".txt"},
-                     {u"", u"", u""}};
-  for (const auto& each : cases) {
-    EXPECT_EQ(StripFileExtension(each.path), each.withoutExtension);
-    EXPECT_EQ(StripPath(each.path), each.name);
-  }
-  EXPECT_EQ(StripTrailingBackslash(u"C:\\a\\\\"), u"C:\\a\\");
+  const auto cut = [](TextView path) { return StripFileExtension(path) + u"|" + StripPath(path); };
   Text folder = u"C:\\A";
   EnsureStringEndsWith(folder, u"\\");
   EnsureStringEndsWith(folder, u"a\\");
-  EXPECT_EQ(folder, u"C:\\A\\");
-  EnsureStringEndsWith(folder = u"", u"\\");
-  EXPECT_EQ(folder, u"\\");
+  Text root;
+  EnsureStringEndsWith(root, u"\\");
+  ExpectEach({{cut(u"C:\\a.b\\c.d.txt"), u"C:\\a.b\\c.d|c.d.txt"},
+              {cut(u"C:\\a.b\\c"), u"C:\\a.b\\c|c"},
+              {cut(u"name"), u"name|name"},
+              {cut(u"C:\\a\\"), u"C:\\a\\|"},
+              {cut(u".txt"), u"|.txt"},
+              {cut(u""), u"|"},
+              {StripTrailingBackslash(u"C:\\a\\\\"), u"C:\\a\\"},
+              {folder, u"C:\\A\\"},
+              {root, u"\\"}});
 }
 
-TEST(WordCount, BetweenAnyWhiteSpace) {
-  const std::pair<TextView, std::size_t> cases[] = {
-      {u"", 0}, {u" \t\r\n", 0}, {u"one", 1}, {u" one\ttwo\r\nthree ", 3}, {u"a,b", 1}};
-  for (const auto& [text, words] : cases) EXPECT_EQ(WordCount(text), words) << ToUtf8(text);
-}
-
-TEST(VisualizeLineBreaks, ThereAndBack) {
-  struct {
-    TextView text, shown;
-  } const cases[] = {{u"", u""}, {u"a\r\nb", u"a<CRLF>b"}, {u"\r\r\n\n", u"<CR><CRLF><LF>"}, {u"\n\r", u"<LF><CR>"}};
-  for (const auto& each : cases) {
-    EXPECT_EQ(VisualizeLineBreaks(each.text, true), each.shown);
-    EXPECT_EQ(VisualizeLineBreaks(each.shown, false), each.text);
+TEST(Visualize, LineBreaksThereAndBackAndNullsInPairs) {
+  for (const auto& [text, shown] : std::initializer_list<std::pair<TextView, TextView>>{
+           {u"", u""}, {u"a\r\nb", u"a<CRLF>b"}, {u"\r\r\n\n", u"<CR><CRLF><LF>"}, {u"\n\r", u"<LF><CR>"}}) {
+    EXPECT_EQ(VisualizeLineBreaks(text, true), shown);
+    EXPECT_EQ(VisualizeLineBreaks(shown, false), text);
   }
-  EXPECT_EQ(VisualizeLineBreaks(u"<crlf><CR", false), u"<crlf><CR");
+  const auto nulls = [](Text text) { return VisualizeNulls(text), text; };
+  ExpectEach({{VisualizeLineBreaks(u"<crlf><CR", false), u"<crlf><CR"},
+              {nulls(u"none"), u"none"},
+              {nulls(Text(u"a\0b", 3)), u"a<NULL>b"},
+              {nulls(kTwoNuls), u"<M_NULL>"},
+              {nulls(kTwoNuls + kNul), u"<M_NULL><NULL>"},
+              {nulls(kTwoNuls + kTwoNuls), u"<M_NULL>"},
+              {nulls(Text(9, kNul)), u"<M_NULL><NULL>"},
+              {nulls(Text(u"a\0b\0", 4)), u"a<NULL>b<NULL>"},
+              {nulls(Text(1000, kNul)), u"<M_NULL>"},
+              {nulls(u"<NULL><NULL>" + Text(1, kNul)), u"<NULL><NULL><NULL>"},  // one NUL: nothing is joined
+              {RemoveNuls(kTwoNuls + u"a" + kTwoNuls), u"a"}});
 }
 
-TEST(VisualizeNulls, RunsAreShownInPairs) {
-  const std::pair<Text, TextView> cases[] = {
-      {u"none", u"none"},
-      {Text(u"a\0b", 3), u"a<NULL>b"},
-      {kTwoNuls, u"<M_NULL>"},
-      {kTwoNuls + kNul, u"<M_NULL><NULL>"},
-      {kTwoNuls + kTwoNuls, u"<M_NULL>"},
-      {Text(9, kNul), u"<M_NULL><NULL>"},
-      {Text(u"a\0b\0", 4), u"a<NULL>b<NULL>"},
-      {Text(1000, kNul), u"<M_NULL>"},
-      {u"<NULL><NULL>" + Text(1, kNul), u"<NULL><NULL><NULL>"},  // one NUL: nothing is joined
-  };
-  for (auto [text, shown] : cases) {
-    VisualizeNulls(text);
-    EXPECT_EQ(text, shown);
+TEST(SmallHelpers, DatesWordsReplaceOccursAndCharacterSets) {
+  const auto stripped = [](Text date, TextView with) { return StripNonNumericValuesFromTimeDateString(date, with), date; };
+  ExpectEach({{stripped(u"03/04/2024 1:05 PM", u""), u"03042024105"},
+              {stripped(u"2024-03-04 13h05s.\\", u""), u"202403041305"},
+              {stripped(u"03/04/2024 1:05 AM", u"-"), u"03-04-2024-1-05---"},
+              {stripped(u"1/2", u"a/"), u"1a//2"},  // what was put in for one kind is there for the next
+              {stripped(u"Noon", u""), u"Noon"},
+              {ReplaceAll(u"aaAa", u"aa", u"a"), u"aAa"},
+              {ReplaceAll(u"aaAa", u"aa", u"b", false), u"bb"},
+              {ReplaceAll(u"a", u"", u"b"), u"a"},
+              {Bits(OccursMoreThanOnce(u"aaa", u"aa"), OccursMoreThanOnce(u"aA", u"a", true)), u"10"},
+              {Bits(OccursMoreThanOnce(u"", u"")), u"0"},
+              {Bits(HasUnicodeCharacters(u"C:\\\u0394"), UseWideAPI(u"C:\\\u20AC\u00FC")), u"10"}});
+  for (const auto& [text, words] : std::initializer_list<std::pair<TextView, std::size_t>>{
+           {u"", 0}, {u" \t\r\n", 0}, {u"one", 1}, {u" one\ttwo\r\nthree ", 3}, {u"a,b", 1}}) {
+    EXPECT_EQ(WordCount(text), words) << ToUtf8(text);
   }
-  EXPECT_EQ(RemoveNuls(kTwoNuls + u"a" + kTwoNuls), u"a");
-}
-
-TEST(StripNonNumeric, TakesWhatADateMayHold) {
-  struct {
-    TextView date, replacement, stripped;
-  } const cases[] = {{u"03/04/2024 1:05 PM", u"", u"03042024105"},
-                     {u"2024-03-04 13h05s.\\", u"", u"202403041305"},
-                     {u"03/04/2024 1:05 AM", u"-", u"03-04-2024-1-05---"},
-                     {u"1/2", u"a/", u"1a//2"},  // what was put in for one kind is there for the next
-                     {u"Noon", u"", u"Noon"}};
-  for (const auto& each : cases) {
-    Text date(each.date);
-    StripNonNumericValuesFromTimeDateString(date, each.replacement);
-    EXPECT_EQ(date, each.stripped) << ToUtf8(each.date);
-  }
-}
-
-TEST(SmallHelpers, ReplaceOccursAndCharacterSets) {
-  EXPECT_EQ(ReplaceAll(u"aaAa", u"aa", u"a"), u"aAa");
-  EXPECT_EQ(ReplaceAll(u"aaAa", u"aa", u"b", false), u"bb");
-  EXPECT_EQ(ReplaceAll(u"a", u"", u"b"), u"a");
-  EXPECT_TRUE(OccursMoreThanOnce(u"aaa", u"aa"));
-  EXPECT_FALSE(OccursMoreThanOnce(u"aA", u"a", true));
-  EXPECT_FALSE(OccursMoreThanOnce(u"", u""));
-  EXPECT_TRUE(HasUnicodeCharacters(u"C:\\\u0394"));
-  EXPECT_FALSE(UseWideAPI(u"C:\\\u20AC\u00FC"));
 }
 
 TEST(Vell_String, WritesLinesAndKeepsTheRest) {

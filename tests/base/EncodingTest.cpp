@@ -21,19 +21,15 @@ TEST(Utf8, ValidAndInvalidSequences) {
                      {"\xEF\xBB\xBFx", u"\uFEFFx", true},
                      {"a\x80z", u"a\uFFFDz", false},
                      {"\xC3", u"\uFFFD", false},
-
                      {"\xE2\x82z", u"\uFFFDz", false},
                      {"\xF0\x9F\x98\xC3\xBC", u"\uFFFD\u00FC", false},
                      {"\xC0\x80", u"\uFFFD\uFFFD", false},  // overlong
-
                      {"\xE0\x9F\xBF", u"\uFFFD\uFFFD\uFFFD", false},
                      {"\xF0\x8F\xBF\xBF", u"\uFFFD\uFFFD\uFFFD\uFFFD", false},
                      {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD", false},  // an encoded surrogate
                      {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD", false},
                      {"\xF5\xFF", u"\uFFFD\uFFFD", false},
-                     {"Gr\xFC\xDF"
-                      "e",
-                      u"Gr\uFFFD\uFFFDe", false}};
+                     {"Gr\xFC\xDF\x65", u"Gr\uFFFD\uFFFDe", false}};
   for (const auto& each : cases) {
     EXPECT_EQ(FromUtf8(each.bytes), each.text) << each.bytes;
     EXPECT_EQ(IsValidUtf8(each.bytes), each.valid) << each.bytes;
@@ -99,16 +95,8 @@ TEST(FileEncoding, IsDetectedDecodedAndContinued) {
                      {"\xEF\xBB\xBFGr\xC3\xBC", Utf8Mark, u"Grü"},
                      {"\xEF\xBB\xBF\xFC", Utf8Mark, u"\uFFFD"},   // the mark decides
                      {"\xEF\xBB", Windows1252, u"\u00EF\u00BB"},  // half a mark is none
-
-                     {std::string("\xFF\xFE"
-                                  "A\0\xFC\0\x3D\xD8",
-                                  8),
-                      Utf16Le, u"A\u00FC\xD83D"},
-                     {std::string("\xFF\xFE"
-                                  "A\0B",
-                                  5),
-                      Utf16Le, u"A\uFFFD"},
-
+                     {std::string("\xFF\xFE\x41\0\xFC\0\x3D\xD8", 8), Utf16Le, u"A\u00FC\xD83D"},
+                     {std::string("\xFF\xFE\x41\0B", 5), Utf16Le, u"A\uFFFD"},
                      {std::string("\xFE\xFF\0A", 4), Windows1252, Text(u"\u00FE\u00FF\0A", 4)},  // big-endian is not known
                      {std::string("a\0b", 3), Utf8, Text(u"a\0b", 3)}};
   for (const auto& each : cases) {

@@ -85,7 +85,6 @@ TEST_F(DebugLog, ExpectedErrorsBecomeVerboseNotes) {
     std::uint32_t api;
     TextView body;  // "" when it is no Verbose note
   } const cases[] = {{u"", u"5,32", 0, 32, u"m  Expected APIError=32 (In use.)"},
-
                      {u"", u"x,,0032", 0, 32, u"m  Expected APIError=32 (In use.)"},
                      {u"", u"5,32", 0, 2, u""},
                      {u"", u"332", 0, 32, u""},

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "base/Encoding.h"
 
 namespace ovs {
@@ -11,22 +13,13 @@ namespace {
 using os::ExceptionRecord;
 
 TEST(MExceptionHandlerTest, CodesHaveNames) {
-  const struct {
-    std::uint32_t code;
-    TextView text;
-  } cases[] = {{0xC0000005, u"Access Violation"},
-               {0xC0000094, u"Integer Divide By Zero"},
-               {0xC000008E, u"Divide By Zero"},
-               {0xC00000FD, u"Stack Overflow"},
-               {0xC000013A, u"Control-C Exit"},
-               {0x80000001, u"Guard Page Violation"},
-               {0xE06D7363, u"Unknown (&HE06D7363)"},
-               {0x00000001, u"Unknown (&H00000001)"},
-               {0xC0000025, u"Non Continuable Exception"},
-               {0x00000000, u"Unknown (&H00000000)"}};
-  for (const auto& each : cases) {
+  const std::pair<std::uint32_t, TextView> cases[] = {{0xC0000094, u"Integer Divide By Zero"},
+                                                      {0xC000008E, u"Divide By Zero"},
+                                                      {0xE06D7363, u"Unknown (&HE06D7363)"},
+                                                      {1, u"Unknown (&H00000001)"}};
+  for (const auto& [code, text] : cases) {
     const ExceptionRecord ignored{0xC0000096};
-    EXPECT_EQ(ToUtf8(MExceptionHandler::GetExceptionDescription({each.code, 0, &ignored})), ToUtf8(each.text));
+    EXPECT_EQ(ToUtf8(MExceptionHandler::GetExceptionDescription({code, 0, &ignored})), ToUtf8(text));
   }
 }
 

@@ -166,21 +166,19 @@ TEST_F(ProcDump, SwitchedOnMeanwhileItShowsWhatRuns) {
 
 TEST(App_Proc, EventsAreFoundByNumber) {
   App_Proc record(1, ProcKind::Sub, u"Mod", u"Work");
-  App_ProcEvent event;
-  event.type = EventType::EnterProcedure;
-  record.Add_ProcedureEvent(event);
+  record.Add_ProcedureEvent({});
   record.SetEarlierEvents(4);
-  event.type = EventType::Normal;
+  App_ProcEvent event;
   event.information = u"five";
   record.Add_ProcedureEvent(event);
-  EXPECT_TRUE(record.EventExists(1));
-  EXPECT_FALSE(record.EventExists(0) || record.EventExists(2) || record.EventExists(4) || record.EventExists(6));
-  ASSERT_TRUE(record.EventExists(5));
+  for (std::uint32_t number = 0; number <= 6; ++number) {
+    EXPECT_EQ(record.EventExists(number), number == 1 || number == 5) << number;
+  }
   EXPECT_EQ(record.ProcedureEventObject(5)->information, u"five");
   record.App_ClassSync_CleanUp();
   EXPECT_FALSE(record.EventExists(5));
-  EXPECT_EQ(record.Add_ProcedureEvent(event), 6u);
-  EXPECT_EQ(record.EventCount_By_EventType(EventType::Normal) + record.EventCount_NonFlow(), 4u);
+  EXPECT_EQ(record.Add_ProcedureEvent({}), 6u);
+  EXPECT_EQ(record.EventCount_By_EventType(EventType::Normal) + record.EventCount_NonFlow(), 6u);
 }
 
 // --- Spooling
@@ -217,7 +215,7 @@ TEST_F(ProcDump, TheSameWithAndWithoutSpooling) {
     spooling.CleanupDebug();
     EXPECT_TRUE(OnDisk(u"C:\\run Dump_Proc.log") == dump);
     EXPECT_EQ(OnDisk(u"C:\\run Dump_Proc.tmp"), "-");
-    // What could not be spooled stays in memory and is not lost.
+    // Records that cannot be spooled stay in memory and are not lost.
     files.FailPath(u".tmp", SystemErrorNumber::kDiskFull);
     App_Debug refused;
     refused.Attach({.files = &files}, {});
@@ -229,32 +227,29 @@ TEST_F(ProcDump, TheSameWithAndWithoutSpooling) {
   }
 }
 
-class SpoolTest : public DiagTest {
- protected:
-  using Key = std::tuple<ProcId, std::uint32_t, bool, std::string>;
+using Block = std::tuple<ProcId, std::uint32_t, bool, std::string>;
 
-  std::vector<Key> ReadBack(ProcSpool& spool, bool& complete) {
-    std::vector<Key> read;
-    complete = spool.ForEach([&](const ProcSpool::Block& block, std::string_view text) {
-      read.emplace_back(block.id, block.part, block.problem, text);
-    });
-    return read;
-  }
-};
+std::vector<Block> ReadBack(ProcSpool& spool, bool& complete) {
+  std::vector<Block> read;
+  complete = spool.ForEach([&](const ProcSpool::Block& block, std::string_view text) {
+    read.emplace_back(block.id, block.part, block.problem, text);
+  });
+  return read;
+}
 
-TEST_F(SpoolTest, ReadsBackInOrderWhateverTheRunLength) {
+TEST_F(ProcDump, SpoolReadsBackInOrderWhateverTheRunLength) {
   for (const std::size_t runLength : {1u, 7u, 300u, 100'000u}) {
     std::mt19937 random(3);
     ProcSpool spool;
     spool.Attach(&files);
     spool.SetPath(u"C:\\spool.tmp");
     spool.SetRunLength(runLength);
-    std::vector<Key> blocks;
+    std::vector<Block> blocks;
     for (int i = 0; i < 900; ++i) {
       const std::size_t size = i % 300 == 7 ? 300'000 : random() % 400;
       blocks.emplace_back(i / 3, i % 3, i % 2 == 0, std::string(size, static_cast<char>('a' + i % 26)));
     }
-    std::vector<Key> expected = blocks;
+    std::vector<Block> expected = blocks;
     std::shuffle(blocks.begin(), blocks.end(), random);
     for (std::size_t i = 0; i < blocks.size(); ++i) {
       const auto& [id, part, problem, text] = blocks[i];
@@ -275,7 +270,7 @@ TEST_F(SpoolTest, ReadsBackInOrderWhateverTheRunLength) {
   }
 }
 
-TEST_F(SpoolTest, WhatDoesNotFitIntoMemoryIsCounted) {
+TEST_F(ProcDump, SpoolWhatDoesNotFitIntoMemoryIsCounted) {
   ProcSpool spool;
   const std::string block(ProcSpool::kMostWaiting / 4, 'x');
   for (int i = 0; i < 7; ++i) spool.Add({i, 0, false}, block);

@@ -161,9 +161,8 @@ TEST_F(DiagTest, ValuesHaveLimits) {
   const Text expected = u"[a=" + Text(16'384, u'x') + u"...<sep>b=18446744073709551615<sep>c=-9223372036854775808" +
                         u"<sep>d=a<sep><sep>b<sep>e=";
   EXPECT_NE(shown.find(expected), Text::npos);
-  std::size_t values = 0;
-  for (std::size_t at = shown.find(u"e=-"); at != Text::npos; at = shown.find(u"e=-", at + 1)) ++values;
-  EXPECT_EQ(values, 6u);
+  const Text last = u"<sep>e=-9223372036854775808";
+  EXPECT_TRUE(shown.substr(shown.find(u"<sep>e=")).starts_with(last + last + last + last + last + last + u"]"));
 }
 
 }  // namespace
