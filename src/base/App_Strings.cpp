@@ -16,7 +16,7 @@ constexpr TextView kNullPair = u"<NULL><NULL>";
 constexpr TextView kManyNullsTag = u"<M_NULL>";
 constexpr TextView kManyNullsPair = u"<M_NULL><M_NULL>";
 
-// What stands between the numbers of a date, separated by NULs.
+// The characters that separate the numbers of a date, each followed by a NUL.
 constexpr char16_t kDateSeparators[] = u"/\0\\\0-\0a\0p\0m\0 \0 \0:\0.\0h\0s";
 constexpr TextView kDateSeparatorList(kDateSeparators, std::size(kDateSeparators) - 1);
 
@@ -35,7 +35,7 @@ TextView LastUnits(TextView text, std::size_t count) { return text.substr(text.s
 
 using EndPart = TextView (*)(TextView text, std::size_t count);
 
-// How often `part` stands, one after the other, at the end of the text that `endPart` takes.
+// The count of times that `part` stands, one after the other, at the end of the text that `endPart` takes.
 int CountAtEnd(TextView text, TextView part, int maxCount, bool caseSensitive, EndPart endPart) {
   int count = 0;
   if (part.empty()) return count;

@@ -87,7 +87,7 @@ bool SplitString(TextView sFullStr, TextView sDelimiter, bool bUseFirstDelimiter
 // Words are what stands between blanks, tabs, CRs and LFs.
 [[nodiscard]] std::size_t WordCount(TextView text);
 
-// What precedes the last "." of the file name; a "." in a folder of the path does not count. No "." leaves all.
+// The path up to the last "." of the file name; a "." in a folder of the path does not count. No "." leaves all.
 [[nodiscard]] Text StripFileExtension(TextView sFileName);
 
 // The file name: what follows the last "\"; all when there is none.

@@ -16,7 +16,7 @@ constexpr std::string_view kUtf16LeMarkBytes = "\xFF\xFE";
 std::uint8_t ByteOf(char c) { return static_cast<std::uint8_t>(c); }
 char CharOf(std::uint32_t byte) { return static_cast<char>(static_cast<std::uint8_t>(byte)); }
 
-// How many bytes below 80 the text begins with; looks at eight at a time.
+// The count of bytes below 80 that the text begins with; looks at eight at a time.
 std::size_t AsciiRun(std::string_view bytes) {
   constexpr std::uint64_t kHighBits = 0x8080'8080'8080'8080u;
   std::size_t i = 0;
@@ -29,8 +29,9 @@ std::size_t AsciiRun(std::string_view bytes) {
   return i;
 }
 
-// What a byte beyond ASCII promises as the first of a character. The range of the second byte excludes overlong forms,
-// surrogates and what is above U+10FFFF.
+// The shape of a character by its first byte (beyond ASCII). Which characters UTF-8 forbids is decided by the first two
+// bytes alone: overlong forms begin C0, C1, E0 80..9F or F0 80..8F, encoded surrogates ED A0..BF, characters above U+10FFFF
+// F4 90..BF or F5 and on. So a range for the second byte excludes them all, and every later byte may be any of 80..BF.
 struct Lead {
   std::uint8_t following = 0;  // 0: no character begins so
   std::uint8_t lowest = 0x80;  // of the second byte
@@ -81,7 +82,9 @@ void AppendAscii(std::string_view bytes, Text& out) {
   std::transform(bytes.begin(), bytes.end(), out.data() + before, [](char c) { return static_cast<char16_t>(c); });
 }
 
-// Reads the character, or the invalid sequence, that begins beyond ASCII at bytes[0]; returns its length.
+// Reads the character, or the invalid sequence, that begins beyond ASCII at bytes[0]; returns its length. A byte out of its
+// range ends an invalid sequence without belonging to it, as it may begin the next character; so at least one byte is used
+// and a valid character behind a broken one is never lost.
 std::size_t DecodeOne(std::string_view bytes, Text& out) {
   const std::uint8_t first = ByteOf(bytes[0]);
   Lead lead = LeadOf(first);
@@ -105,7 +108,7 @@ constexpr std::array<char16_t, 32> kWindows1252Middle = {0x20AC, 0x0081, 0x201A,
                                                          0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
                                                          0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178};
 
-constexpr std::uint32_t kNoByte = 0x100;
+constexpr std::uint32_t kNoByte = 0x100;  // above all bytes
 
 constexpr std::string_view kBase64Digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 

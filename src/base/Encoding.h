@@ -20,7 +20,7 @@ namespace ovs {
 
 [[nodiscard]] bool IsValidUtf8(std::string_view bytes);
 
-// Checks UTF-8 that arrives in chunks; characters may cross the borders of the chunks.
+// A check of UTF-8 that arrives in chunks; characters may cross the borders of the chunks.
 class Utf8Checker {
  public:
   // False from the first invalid byte on.
@@ -32,7 +32,7 @@ class Utf8Checker {
  private:
   bool valid_ = true;
   std::uint8_t missing_ = 0;    // continuation bytes still to come
-  std::uint8_t lowest_ = 0x80;  // what the next of them may be
+  std::uint8_t lowest_ = 0x80;  // range of the next of them
   std::uint8_t highest_ = 0xBF;
 };
 

@@ -6,6 +6,11 @@ namespace ovs {
 
 namespace {
 
+// The search is exact though most units are never folded: a block of the haystack is passed over only when it holds nothing
+// but ASCII and in no place stands, side by side, a unit that folds to the needle's first and one that folds to its last.
+// Among ASCII units only the two of AsciiForms fold to a given unit, so no occurrence can begin in such a block. Units
+// beyond ASCII may fold to an ASCII letter (long s, dotless i), so a block that holds one is always looked at unit by unit.
+//
 // A multiple of every vector size in use, and small enough that a non-ASCII character costs little.
 constexpr std::size_t kBlock = 32;
 
@@ -16,6 +21,7 @@ bool IsAsciiBlock(const char16_t* units) {
   return bits < 0x80;
 }
 
+// One unsigned comparison stands for "from a to z": units in front of "a" wrap to large numbers.
 void FoldAsciiBlock(const char16_t* units, char16_t* out) {
   for (std::size_t i = 0; i < kBlock; ++i) {
     const auto unit = static_cast<std::uint16_t>(units[i]);
@@ -24,7 +30,8 @@ void FoldAsciiBlock(const char16_t* units, char16_t* out) {
   }
 }
 
-// The ASCII units that fold to one unit: itself and its small letter. None equals a unit beyond ASCII.
+// The ASCII units that fold to one unit: itself and its small letter. For a folded unit beyond ASCII there is none; then
+// both stand for that unit, which no block of ASCII holds.
 struct AsciiForms {
   explicit AsciiForms(char16_t folded)
       : upper(folded), lower(folded >= u'A' && folded <= u'Z' ? static_cast<char16_t>(folded + 0x20) : folded) {}
@@ -32,25 +39,11 @@ struct AsciiForms {
   char16_t lower;
 };
 
-// How the two searches see the haystack.
-struct RawHay {
-  static AsciiForms FormsOf(char16_t needleUnit) { return AsciiForms(FoldUnit(needleUnit)); }
-  static bool Same(char16_t hayUnit, char16_t needleUnit) { return FoldUnit(hayUnit) == FoldUnit(needleUnit); }
-  static constexpr std::uint16_t kBitsThatNeedTheTable = 0xFF80;
-};
+constexpr std::uint16_t kBitsBeyondAscii = 0xFF80;
 
-struct FoldedHay {
-  static AsciiForms FormsOf(char16_t needleUnit) {
-    AsciiForms forms(needleUnit);
-    forms.lower = needleUnit;
-    return forms;
-  }
-  static bool Same(char16_t hayUnit, char16_t needleUnit) { return hayUnit == needleUnit; }
-  static constexpr std::uint16_t kBitsThatNeedTheTable = 0;
-};
+bool Same(char16_t a, char16_t b) { return FoldUnit(a) == FoldUnit(b); }
 
 // False when in no place of the block the needle's first unit stands with its last unit where it belongs.
-template <typename Hay>
 bool MayBeginIn(const char16_t* block, std::size_t lastOffset, AsciiForms first, AsciiForms last) {
   std::uint16_t hits = 0;
   std::uint16_t bits = 0;
@@ -62,38 +55,15 @@ bool MayBeginIn(const char16_t* block, std::size_t lastOffset, AsciiForms first,
     hits = static_cast<std::uint16_t>(hits | (isFirst & isLast));
     bits = static_cast<std::uint16_t>(bits | a | b);
   }
-  return hits != 0 || (bits & Hay::kBitsThatNeedTheTable) != 0;
+  return hits != 0 || (bits & kBitsBeyondAscii) != 0;
 }
 
-template <typename Hay>
 bool BeginsAt(const char16_t* hay, TextView needle) {
-  if (!Hay::Same(hay[0], needle.front()) || !Hay::Same(hay[needle.size() - 1], needle.back())) return false;
+  if (!Same(hay[0], needle.front()) || !Same(hay[needle.size() - 1], needle.back())) return false;
   for (std::size_t i = 1; i + 1 < needle.size(); ++i) {
-    if (!Hay::Same(hay[i], needle[i])) return false;
+    if (!Same(hay[i], needle[i])) return false;
   }
   return true;
-}
-
-template <typename Hay>
-std::size_t Find(TextView hay, TextView needle, std::size_t from) {
-  if (from > hay.size() || needle.size() > hay.size() - from) return kTextNotFound;
-  if (needle.empty()) return from;
-  const std::size_t end = hay.size() - needle.size() + 1;  // of the places where the needle can begin
-  const std::size_t lastOffset = needle.size() - 1;
-  const AsciiForms first = Hay::FormsOf(needle.front());
-  const AsciiForms last = Hay::FormsOf(needle.back());
-  while (from < end) {
-    const bool whole = end - from >= kBlock;
-    const std::size_t stop = whole ? from + kBlock : end;
-    if (whole && !MayBeginIn<Hay>(hay.data() + from, lastOffset, first, last)) {
-      from = stop;
-      continue;
-    }
-    for (; from < stop; ++from) {
-      if (BeginsAt<Hay>(hay.data() + from, needle)) return from;
-    }
-  }
-  return kTextNotFound;
 }
 
 }  // namespace
@@ -117,9 +87,7 @@ void FoldInto(TextView text, Text& out) {
   std::transform(text.data() + i, text.data() + text.size(), out.data() + i, FoldUnit);
 }
 
-bool EqualsFolded(TextView a, TextView b) {
-  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), RawHay::Same);
-}
+bool EqualsFolded(TextView a, TextView b) { return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), Same); }
 
 int CompareFolded(TextView a, TextView b) {
   const std::size_t common = std::min(a.size(), b.size());
@@ -132,19 +100,36 @@ int CompareFolded(TextView a, TextView b) {
   return a.size() < b.size() ? -1 : 1;
 }
 
-std::size_t FindFolded(TextView haystack, TextView needle, std::size_t from) { return Find<RawHay>(haystack, needle, from); }
+std::size_t FindFolded(TextView haystack, TextView needle, std::size_t from) {
+  if (from > haystack.size() || needle.size() > haystack.size() - from) return kTextNotFound;
+  if (needle.empty()) return from;
+  const std::size_t end = haystack.size() - needle.size() + 1;  // of the places where the needle can begin
+  const std::size_t lastOffset = needle.size() - 1;
+  const AsciiForms first(FoldUnit(needle.front()));
+  const AsciiForms last(FoldUnit(needle.back()));
+  while (from < end) {
+    // All places of a whole block are in front of `end`, so the needle's last unit lies within the haystack for each of
+    // them.
+    const bool whole = end - from >= kBlock;
+    const std::size_t stop = whole ? from + kBlock : end;
+    if (whole && !MayBeginIn(haystack.data() + from, lastOffset, first, last)) {
+      from = stop;
+      continue;
+    }
+    for (; from < stop; ++from) {
+      if (BeginsAt(haystack.data() + from, needle)) return from;
+    }
+  }
+  return kTextNotFound;
+}
 
 std::size_t FindLastFolded(TextView haystack, TextView needle) {
   if (needle.size() > haystack.size()) return kTextNotFound;
   if (needle.empty()) return haystack.size();
   for (std::size_t end = haystack.size() - needle.size() + 1; end > 0; --end) {
-    if (BeginsAt<RawHay>(haystack.data() + end - 1, needle)) return end - 1;
+    if (BeginsAt(haystack.data() + end - 1, needle)) return end - 1;
   }
   return kTextNotFound;
-}
-
-std::size_t FindInFolded(TextView foldedHay, TextView foldedNeedle, std::size_t from) {
-  return Find<FoldedHay>(foldedHay, foldedNeedle, from);
 }
 
 }  // namespace ovs

@@ -48,7 +48,4 @@ void FoldInto(TextView text, Text& out);
 // The last occurrence. An empty needle is found at the end. Allocates nothing.
 [[nodiscard]] std::size_t FindLastFolded(TextView haystack, TextView needle);
 
-// As FindFolded, for two texts that have been folded already: fold once, search many.
-[[nodiscard]] std::size_t FindInFolded(TextView foldedHay, TextView foldedNeedle, std::size_t from = 0);
-
 }  // namespace ovs

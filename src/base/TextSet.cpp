@@ -12,6 +12,12 @@ namespace ovs {
 
 namespace {
 
+// Why the answers are exact. An occurrence at place p of a text whose windows at offsets o to o + stride - 1 are known
+// covers `stride` neighbouring places p + o and on; the pass looks at every multiple of the stride, so at exactly one of
+// them. The window found there has the key that was stored for it, since units that fold alike have the same key (see
+// CaselessLoad), and its bit in the filter is set. So nothing is missed. Other texts may share the bit, the bucket, even the
+// key: Examine compares the whole text before it reports one, so nothing is invented either.
+
 constexpr std::uint32_t kNone = 0xFFFF'FFFF;
 constexpr std::uint32_t kShortWindow = 4;
 constexpr std::uint32_t kLongWindow = 8;
@@ -19,7 +25,8 @@ constexpr std::size_t kLongText = 15;  // from here on a text takes part in the 
 constexpr std::uint32_t kWidestStride = 16;
 constexpr std::size_t kFewTexts = 64;  // up to here short windows are selective enough
 
-// Case bit off in each unit, which makes units equal that fold to the same ASCII character (and a few more).
+// Takes the case bit off each of four units. That makes letters equal to their capitals, and a few other units equal that
+// are not ("[" and "{"), which costs a comparison and no exactness.
 constexpr std::uint64_t kCaseless = 0xFFDF'FFDF'FFDF'FFDF;
 constexpr std::uint64_t kNotAscii = 0xFF80'FF80'FF80'FF80;
 
@@ -35,13 +42,16 @@ std::uint64_t FoldedLoad(const char16_t* units) {
   return Load(folded.data());
 }
 
+// The folded units without their case bit. For an ASCII unit folding changes nothing but that bit, so only words with a unit
+// beyond ASCII go through the table; both ways give the same word for units that fold alike.
 template <bool kAscii>
 [[gnu::always_inline]] inline std::uint64_t CaselessLoad(const char16_t* units) {
   const std::uint64_t word = Load(units);
   return (kAscii || (word & kNotAscii) == 0 ? word : FoldedLoad(units)) & kCaseless;
 }
 
-// Different short windows have different keys: the factors are odd.
+// Multiplying by an odd factor maps 64-bit words one to one, so different short windows have different keys; of long windows
+// a few share one. The upper bits, which number filter bits and buckets, depend on all units.
 template <std::uint32_t kUnits, bool kAscii>
 [[gnu::always_inline]] inline std::uint64_t KeyOf(const char16_t* units) {
   std::uint64_t key = CaselessLoad<kAscii>(units) * 0x9E37'79B9'7F4A'7C15;
@@ -147,6 +157,7 @@ void TextSet::AddWindows(Pass& pass, std::uint32_t text, Crowds& crowds) const {
   }
 }
 
+// Entries by bucket, so that those of one bucket are neighbours in memory: bucketStarts[b] up to bucketStarts[b + 1].
 void TextSet::Finish(Pass& pass) {
   const auto bucketOf = [&](const Entry& entry) { return entry.key >> pass.bucketShift; };
   std::ranges::sort(pass.entries, {}, bucketOf);
@@ -158,6 +169,8 @@ void TextSet::Finish(Pass& pass) {
   std::partial_sum(pass.bucketStarts.begin(), pass.bucketStarts.end(), pass.bucketStarts.begin());
 }
 
+// Each search has a number, which marks the texts it found: nothing needs to be cleared for the next one, except when the
+// number wraps.
 void TextSet::Find(TextView haystack, std::uint32_t groups, Scratch& scratch) const {
   scratch.found.clear();
   if (scratch.seenIn.size() != texts_.size() || ++scratch.search == 0) {
@@ -181,6 +194,7 @@ void TextSet::Find(TextView haystack, std::uint32_t groups, Scratch& scratch) co
   }
 }
 
+// The loop that costs: a load or two, a multiplication and a look into the filter for each stretch of the haystack.
 template <std::uint32_t kUnits, bool kAscii>
 void TextSet::Run(const Pass& pass, TextView haystack, std::uint32_t groups, Scratch& scratch) const {
   if (haystack.size() < kUnits) return;
@@ -198,6 +212,7 @@ void TextSet::Run(const Pass& pass, TextView haystack, std::uint32_t groups, Scr
   }
 }
 
+// From the cheapest test to the dearest. `checkAt` may wrap while the sum does not: the text begins within the haystack.
 void TextSet::Examine(const Pass& pass, std::uint64_t key, std::size_t at, TextView haystack, std::uint32_t groups,
                       Scratch& scratch) const {
   const std::uint64_t bucket = key >> pass.bucketShift;

@@ -1,4 +1,4 @@
-// Many texts looked for in one pass over another, without regard to case (see Fold.h).
+// A set of texts that are looked for in one pass over another text, without regard to case (see Fold.h).
 //
 // The pass looks at one window of a few units out of each stretch that is short enough for no occurrence to slip between
 // two windows. A window that could belong to a text is compared in full, so answers are exact.
@@ -15,7 +15,8 @@ namespace ovs {
 
 class TextSet {
  public:
-  // What one search needs; reused, it makes searches allocate nothing. One thread at a time.
+  // The working memory of searches. One that is reused makes searches allocate nothing. It belongs to one thread and one set
+  // at a time; the set itself may be searched by many threads.
   struct Scratch {
     std::vector<std::uint32_t> found;   // numbers of the texts that occur, in no order, each once
     std::vector<std::uint32_t> seenIn;  // by text: the last search that found it
@@ -49,7 +50,7 @@ class TextSet {
     std::uint32_t text;
     std::uint32_t offset;  // of the window in the text
     std::int32_t checkAt;  // from the window to four more units of the text
-    std::uint64_t check;   // what they are; most false alarms end here
+    std::uint64_t check;   // those units without case; most false alarms end here
   };
   // Texts of similar length, searched in one pass.
   struct Pass {

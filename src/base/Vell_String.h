@@ -1,4 +1,4 @@
-// A growable text for many appends.
+// A growable text for many appends. For other programs of the family; the service itself does not use it.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// Overwriting of what must not stay in memory.
+// Overwriting of secrets that must not stay in memory.
 #pragma once
 
 #include <cstddef>

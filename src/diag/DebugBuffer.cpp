@@ -29,6 +29,8 @@ TextView DebugBuffer::UsedText() const noexcept {
   return TextView(text_).substr(0, static_cast<std::size_t>(used_ - forgotten_));
 }
 
+// By whole steps, so that a run of short entries grows the text once in a step. All arithmetic is that of a buffer which
+// keeps everything; only the resize knows of the forgotten part.
 void DebugBuffer::Grow(std::uint64_t length) {
   std::uint64_t capacity = capacity_;
   if (used_ + length > capacity) {

@@ -1,4 +1,5 @@
-// A buffer of finished debug log entries: a preallocated text of blanks with three numbers.
+// A buffer of finished debug log entries: a preallocated text of blanks with three numbers. All lengths are in characters.
+// Not locked: its owner lets one thread in at a time.
 #pragma once
 
 #include <cstddef>
@@ -29,7 +30,6 @@ class DebugBuffer {
 
   [[nodiscard]] std::uint64_t Capacity() const noexcept { return capacity_; }
   [[nodiscard]] std::uint64_t Used() const noexcept { return used_; }
-  [[nodiscard]] std::uint32_t GrowthStep() const noexcept { return step_; }
 
   // The used part, or as much of its end as is held.
   [[nodiscard]] TextView UsedText() const noexcept;

@@ -39,7 +39,7 @@ class DebugLog {
 
   // --- entries
 
-  // Whether events of this type become entries.
+  // True when events of this type become entries.
   [[nodiscard]] bool IsWritten(EventType type) const noexcept;
   // True while an entry is on its way out: whatever is logged meanwhile may only be counted.
   [[nodiscard]] bool IsDelivering() const noexcept { return delivering_; }

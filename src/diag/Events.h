@@ -76,7 +76,7 @@ class EventCounts {
   Numbers Count(EventType type, bool outsideHandler) noexcept;
   // An entry or exit of a procedure: its global number.
   std::uint32_t CountFlow() noexcept { return Up(values_.globalEvents); }
-  // How many procedures were entered, this one included.
+  // The count of procedures entered, this one included.
   std::uint32_t CountEntered() noexcept { return Up(values_.proceduresEntered); }
   void CountExited() noexcept { Up(values_.proceduresExited); }
 

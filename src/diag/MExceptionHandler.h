@@ -1,5 +1,5 @@
 // The process-wide exception handler: an access violation, a division by zero and the like become run-time errors of the
-// procedure they happen in, whose guard logs them like any other error (see Proc.h and base/os/ExceptionFilter.h).
+// procedure they happen in, whose guard logs them like any other error (see Proc.h and os/ExceptionFilter.h).
 #pragma once
 
 #include <cstdint>
@@ -18,6 +18,8 @@ namespace ovs::MExceptionHandler {
 void InstallExceptionHandler(std::int32_t value) noexcept;
 // Gives the system's own handling back; without an installed handler nothing happens.
 void UninstallExceptionHandler() noexcept;
+
+// --- For other programs of the family; the service itself does not call these ---
 
 [[nodiscard]] bool IsInstalled() noexcept;
 // The value of the last installation, 0 before the first. It is kept for the caller and has no effect.

@@ -33,7 +33,7 @@ class App_Debug;
 class App_Proc;
 class ProcTrace;
 
-// How values look in traces: numbers in decimal, "True" or "False", texts as they are, lists joined with "<sep>".
+// The form of values in traces: numbers in decimal, "True" or "False", texts as they are, lists joined with "<sep>".
 void RenderValue(TextView value, Text& out);
 void RenderValue(bool value, Text& out);
 void RenderValue(std::int64_t value, Text& out);

@@ -24,7 +24,7 @@ struct App_ProcEvent {
   DebugErrors errors;
 };
 
-// Which events a rendered record lists: bits of EventType, -1 all.
+// The event types that a rendered record lists: bits of EventType, -1 all.
 using EventTypeSet = std::int32_t;
 
 struct ProcRenderOptions {
@@ -33,22 +33,15 @@ struct ProcRenderOptions {
   EventTypeSet eventTypes = -1;
 };
 
+// The record of one procedure call. Not locked: its owner lets one thread in at a time. Texts arrive masked.
 class App_Proc {
  public:
   App_Proc(ProcId id, ProcKind kind, TextView module, TextView procedure);
 
   [[nodiscard]] ProcId Id() const noexcept { return id_; }
-  [[nodiscard]] ProcKind Kind() const noexcept { return kind_; }
   [[nodiscard]] const Text& ProcedureSource() const noexcept { return source_; }  // "Module.Procedure"
 
-  [[nodiscard]] std::uint32_t EventCount() const noexcept { return eventCount_; }
-  [[nodiscard]] std::uint32_t EventCount_NonFlow() const noexcept { return nonFlow_; }
-  [[nodiscard]] std::uint32_t EventCount_APIErrors() const noexcept { return apiErrors_; }
-  [[nodiscard]] std::uint32_t EventCount_ErrorHandler() const noexcept { return errorHandler_; }
-  [[nodiscard]] std::uint32_t EventCount_ErrorsOutsideHandler() const noexcept { return outsideHandler_; }
-  [[nodiscard]] std::uint32_t EventCount_By_EventType(EventType type) const noexcept;
-
-  // Variables of one kind; several values are joined with "<sep>".
+  // Variables of one kind; several values are joined with "<sep>". A kind that is none of VarKind counts as created.
   void AddVariable(VarKind kind, TextView text);
   void SetVariables(VarKind kind, Text text) { Variables(kind) = std::move(text); }
   [[nodiscard]] const Text& Vars_Passed_ByVal() const noexcept { return vars_[0]; }
@@ -57,25 +50,18 @@ class App_Proc {
   [[nodiscard]] const Text& Vars_Returned_ByRef() const noexcept { return vars_[3]; }
   [[nodiscard]] const Text& Vars_Function_Result() const noexcept { return vars_[4]; }
 
+  // Local time as text (empty when it is not to be shown) and a reading of the performance timer in milliseconds.
   void SetEntered(Text time, std::uint32_t perf);
   void SetExited(Text time, std::uint32_t perf);
-  [[nodiscard]] bool HasExited() const noexcept { return exited_; }
-  [[nodiscard]] const Text& Time_Entered() const noexcept { return timeEntered_; }
-  [[nodiscard]] const Text& Time_Exited() const noexcept { return timeExited_; }
-  [[nodiscard]] std::uint32_t Perf_GetStartTime() const noexcept { return perfStart_; }
-  [[nodiscard]] std::uint32_t Perf_GetEndTime() const noexcept { return perfEnd_; }
   [[nodiscard]] Text Perf_GetElapsedTime() const;
 
   // Numbers the event within the procedure and adds it; the number is returned.
   std::uint32_t Add_ProcedureEvent(App_ProcEvent event);
   // For a record that is made while its procedure already runs: events it had before.
   void SetEarlierEvents(std::uint32_t count) noexcept { eventCount_ = count; }
-
-  // The held events in the order of their numbers.
-  [[nodiscard]] const std::deque<App_ProcEvent>& Events() const noexcept { return events_; }
-  [[nodiscard]] bool EventExists(std::uint32_t number) const noexcept;
-  [[nodiscard]] const App_ProcEvent* ProcedureEventObject(std::uint32_t number) const noexcept;
+  // Null while no event was an error.
   [[nodiscard]] const App_ProcEvent* LastErrorEvent() const noexcept;
+  // The memory that the held events take, in characters.
   [[nodiscard]] std::size_t HeldCharacters() const noexcept { return heldCharacters_; }
 
   // A Function or Property without a (complete) result.
@@ -87,6 +73,24 @@ class App_Proc {
   void RenderEnd(Text& out) const;
   // Forgets the held events; counters and numbering go on.
   void App_ClassSync_CleanUp();
+
+  // --- For other programs of the family; the service itself does not call these ---
+
+  [[nodiscard]] std::uint32_t EventCount() const noexcept { return eventCount_; }
+  [[nodiscard]] std::uint32_t EventCount_NonFlow() const noexcept { return nonFlow_; }
+  [[nodiscard]] std::uint32_t EventCount_APIErrors() const noexcept { return apiErrors_; }
+  [[nodiscard]] std::uint32_t EventCount_ErrorHandler() const noexcept { return errorHandler_; }
+  [[nodiscard]] std::uint32_t EventCount_ErrorsOutsideHandler() const noexcept { return outsideHandler_; }
+  [[nodiscard]] std::uint32_t EventCount_By_EventType(EventType type) const noexcept;
+  [[nodiscard]] const Text& Time_Entered() const noexcept { return timeEntered_; }
+  [[nodiscard]] const Text& Time_Exited() const noexcept { return timeExited_; }
+  [[nodiscard]] std::uint32_t Perf_GetStartTime() const noexcept { return perfStart_; }
+  [[nodiscard]] std::uint32_t Perf_GetEndTime() const noexcept { return perfEnd_; }
+  // Held events by their number within the procedure; null when that event is not held.
+  [[nodiscard]] bool EventExists(std::uint32_t number) const noexcept;
+  [[nodiscard]] const App_ProcEvent* ProcedureEventObject(std::uint32_t number) const noexcept;
+  // The held events in the order of their numbers.
+  [[nodiscard]] const std::deque<App_ProcEvent>& Events() const noexcept { return events_; }
 
  private:
   Text& Variables(VarKind kind) noexcept;

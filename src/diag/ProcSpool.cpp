@@ -28,7 +28,9 @@ bool ReadAll(os::ReadFile& file, std::uint64_t offset, std::span<char> buffer) {
 
 }  // namespace
 
-// Delivers the index entries of all runs in order.
+// Delivers the index entries of all runs in order. Each run is sorted, so the least entry of all is the least of the runs'
+// next ones, which the heap holds; no more than kEntriesAtOnce of a run are in memory. The last run was never written: it
+// comes from memory, and so it is there even when the file cannot be read.
 class ProcSpool::Merge {
  public:
   Merge(os::ReadFile* file, const std::vector<Run>& runs, std::vector<Entry> last) : file_(file) {
@@ -129,6 +131,8 @@ void ProcSpool::SetPath(TextView path) {
   triesToSkip_ = 0;
 }
 
+// A block's place is fixed before it is on disk: bytes that wait follow the written ones without a gap. That is why a failed
+// append may not move `written_`, and why nothing but waiting bytes may be written before them.
 void ProcSpool::Add(const Block& block, std::string_view utf8) {
   if (waiting_.size() + utf8.size() > kMostWaiting && !Flush()) {
     ++lost_;
@@ -144,7 +148,7 @@ void ProcSpool::Add(const Block& block, std::string_view utf8) {
 bool ProcSpool::OpenFile() {
   if (file_ != nullptr) return true;
   if (files_ == nullptr || path_.empty()) return false;
-  // What an earlier run may have left behind goes first.
+  // A file that an earlier run left behind is emptied first.
   if (!files_->Write(path_, {})) return false;
   file_ = files_->OpenAppend(path_);
   return file_ != nullptr;
@@ -156,6 +160,8 @@ bool ProcSpool::WriteBytes(std::string_view bytes) {
   return true;
 }
 
+// A file that refuses is tried again after kTriesSkipped more blocks only: each try may cost milliseconds, and the traced
+// procedures wait for it.
 bool ProcSpool::Flush() {
   if (triesToSkip_ > 0) {
     --triesToSkip_;
@@ -170,6 +176,8 @@ bool ProcSpool::Flush() {
   return true;
 }
 
+// The run is written behind all waiting bytes. When either append fails the entries stay and the run is written, larger,
+// with one of the next blocks. The file is private to this process, so entries are written as they are in memory.
 void ProcSpool::WriteRun() {
   static_assert(std::is_trivially_copyable_v<Entry>);
   if (!Flush()) return;

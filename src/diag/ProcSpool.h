@@ -1,7 +1,8 @@
 // Rendered procedure records on disk, in whatever order they come, read back in ID order.
 //
 // One file holds blocks of text and, between them, sorted runs of the index (ID, part, place); reading merges the runs.
-// Memory stays flat: one index run and one block buffer, however many records there are.
+// Memory stays flat: one index run and one block buffer, however many records there are. docs/debug-log.md has the file's
+// layout. Not locked: its owner lets one thread in at a time. The pending system error stays as it is.
 #pragma once
 
 #include <cstdint>
@@ -32,9 +33,10 @@ class ProcSpool {
   ProcSpool(const ProcSpool&) = delete;
   ProcSpool& operator=(const ProcSpool&) = delete;
 
+  // `files` must outlive the spool.
   void Attach(os::Files* files) noexcept { files_ = files; }
-  // Where the file is made once something is to be written; ignored when it is made already. Until a path is given, and
-  // while the file cannot be written, blocks wait in memory; beyond kMostWaiting bytes they are lost and counted.
+  // The place of the file, which is made once something is to be written; ignored when it is made already. Until a path is
+  // given, and while the file cannot be written, blocks wait in memory; beyond kMostWaiting bytes they are lost and counted.
   void SetPath(TextView path);
   static constexpr std::size_t kMostWaiting = std::size_t{4} * 1024 * 1024;
 
