@@ -1,4 +1,4 @@
-// What both ciphers share: checks and padding, so that both give the same answers.
+// The part that both ciphers share: checks and padding, so that both give the same answers.
 #include "os/Crypto.h"
 
 #include <algorithm>

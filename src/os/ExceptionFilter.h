@@ -7,7 +7,7 @@
 
 namespace ovs::os {
 
-// What the system tells of an exception. Laid out as the system's own record begins.
+// The system's report of an exception. Laid out as the system's own record begins.
 struct ExceptionRecord {
   std::uint32_t code = 0;
   std::uint32_t flags = 0;

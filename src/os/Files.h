@@ -39,7 +39,7 @@ struct FileInfo {
   [[nodiscard]] bool IsDirectory() const { return (attributes & FileAttribute::kDirectory) != 0; }
 };
 
-// What identifies one state of one file. Two equal stamps mean: the same file, not written in between, as far as the
+// The identity of one state of one file. Two equal stamps mean: the same file, not written in between, as far as the
 // file system's times can tell.
 struct FileStamp {
   std::uint64_t volume = 0;

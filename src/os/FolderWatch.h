@@ -17,7 +17,7 @@ enum class FolderNews {
 class FolderWatch {
  public:
   virtual ~FolderWatch() = default;
-  // What happened since the last call, or since the watch was made. Never waits.
+  // The changes since the last call, or since the watch was made. Never waits.
   virtual FolderNews Take() = 0;
 };
 

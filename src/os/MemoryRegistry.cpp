@@ -182,7 +182,7 @@ std::uint32_t MemoryRegistry::DeleteKey(os::RootKey root, TextView key, std::uin
 }
 
 bool MemoryRegistry::LoadRegExport(TextView text) {
-  // What the text says may be gone already; a miss is no error of anybody.
+  // A key that the text deletes may be gone already; a miss is no error of anybody.
   const std::uint32_t pending = PendingSystemError();
   bool good = true;
   const bool parsed = ParseRegExport(text, [&](const RegExportEntry& entry) {

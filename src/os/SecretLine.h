@@ -1,4 +1,4 @@
-// What the adapters of os::ReadSecretLine share.
+// The part that the adapters of os::ReadSecretLine share.
 #pragma once
 
 #include <functional>

@@ -80,7 +80,7 @@ std::optional<WindowsPath> SplitExtended(TextView path) {
   return Finish(path, std::move(out), false);
 }
 
-// What a path without a root of its own counts from; `rest` loses the parts that are used up.
+// The folder that a path without a root of its own counts from; `rest` loses the parts that are used up.
 std::optional<WindowsPath> Base(TextView& rest, TextView currentFolder) {
   WindowsPath current;
   if (!currentFolder.empty()) {

@@ -1,4 +1,4 @@
-// What the diagnostics ask of the floors above them, made out of the running program's environment.
+// The names and helpers that the diagnostics ask of the floors above them, made out of the running program's environment.
 #pragma once
 
 #include "diag/App_Debug.h"

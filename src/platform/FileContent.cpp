@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t kChunk = 64u << 10;
 
-// What a failed call on the path means. The number is taken and set again only when nothing better explains it.
+// The meaning of a failed call on the path. The number is taken and set again only when nothing better explains it.
 ReadOutcome Explain(os::Files& files, TextView path) {
   const std::uint32_t number = TakePendingSystemError();
   if (number == SystemErrorNumber::kFileNotFound || number == SystemErrorNumber::kPathNotFound) {

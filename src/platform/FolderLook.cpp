@@ -42,7 +42,7 @@ bool FolderLook::List(std::vector<Entry>& out) {
   }
   for (os::DirEntry& entry : entries) {
     if (!isWanted_(entry.name)) continue;
-    // What a link leads to may change without a trace here.
+    // The target of a link may change without a trace here.
     const bool isLink = (entry.info.attributes & os::FileAttribute::kReparsePoint) != 0;
     out.push_back({std::move(entry.name), entry.stamp, entry.info.IsDirectory(), isLink || IsYoung(entry.stamp)});
   }

@@ -1,4 +1,4 @@
-// What changed in a folder since one last looked. Untraced; the caller decides when to look.
+// The changes in a folder since one last looked. Untraced; the caller decides when to look.
 #pragma once
 
 #include <functional>

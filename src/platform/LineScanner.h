@@ -35,7 +35,7 @@ class LineScanner {
   // Takes the bytes that follow what was fed before and hands out each line that a CR LF ends in them.
   void Feed(std::string_view bytes, const Sink& sink);
 
-  // What stands behind the last CR LF.
+  // The text behind the last CR LF.
   [[nodiscard]] Text FoldedTail() const;
   [[nodiscard]] bool TailIsCut() const { return cut_; }
   [[nodiscard]] std::uint64_t TailOffset() const { return lineOffset_; }

@@ -76,7 +76,7 @@ class NoDuplicateIndex {
   [[nodiscard]] std::size_t Bytes() const;
 
  private:
-  // What the lines of one tail that are longer than `length` end with.
+  // The ends, `length` long, of the longer lines of one tail.
   struct SuffixSet {
     std::size_t length;
     std::uint64_t tail;

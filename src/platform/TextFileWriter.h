@@ -1,6 +1,6 @@
 // Writing text files: appends in the encoding a file has, appends without duplicates, and replaces whole.
 //
-// What is known of a file (its encoding, the index of its lines) is kept between calls and proven fresh by the file's
+// All that is known of a file (its encoding, the index of its lines) is kept between calls and proven fresh by the file's
 // stamp before each use, so that an append reads nothing.
 #pragma once
 
@@ -35,7 +35,7 @@ class TextFileWriter {
   SaveOutcome Replace(TextView path, TextView text);
 
  private:
-  // What is known of one file as it was at `stamp`.
+  // The facts about one file as it was at `stamp`.
   struct Known {
     os::FileStamp stamp;
     EncodingFinder encoding;
@@ -44,7 +44,7 @@ class TextFileWriter {
 
   // The entry of a file at `stamp`, learnt from `file` unless it is fresh; null when the system refuses.
   Known* Knowledge(TextView path, os::ReadFile& file, const os::FileStamp& stamp);
-  // What an append in the right encoding needs; null when the system refuses.
+  // The facts that an append in the right encoding needs; null when the system refuses.
   Known* KnowledgeForAppend(TextView path, const os::FileStamp& stamp);
   bool IsThere(TextView path, os::ReadFile& file, TextView text, bool& found);
   void Renew(TextView path, std::string_view appended);

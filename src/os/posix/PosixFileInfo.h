@@ -1,4 +1,4 @@
-// What a native file system tells about a file, in the port's terms.
+// The facts that a native file system tells about a file, in the port's terms.
 #pragma once
 
 #include <fcntl.h>

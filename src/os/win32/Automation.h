@@ -60,7 +60,7 @@ class AutomationObject {
 
 // The object in a value; throws RuntimeError when it is none. `what` names the call that gave it.
 [[nodiscard]] AutomationObject ObjectOf(AutomationValue value, TextView what);
-// What a component means by true: True, or a number that is not 0.
+// True for a value that a component means as true: True, or a number that is not 0.
 [[nodiscard]] bool TruthOf(const AutomationValue& value);
 // The text in a value; empty when it is none.
 [[nodiscard]] Text TextOf(AutomationValue value);

@@ -20,7 +20,7 @@ namespace {
 constexpr ULONG_PTR kPage = 4096;
 // Stack that is left when an overflow is noticed: for the system's dispatcher, the unwinder, and handlers that log.
 constexpr ULONG kGuaranteedStack = 128 * 1024;
-// What a handler needs between itself and the restored guard pages.
+// The stack a handler needs between itself and the restored guard pages.
 constexpr ULONG_PTR kHandlerStack = kGuaranteedStack / 4;
 
 // The compiler's C++ exceptions, and the bits that differ between its kinds of them.
@@ -146,7 +146,7 @@ bool CallRaiseFault(CONTEXT& context, const ExceptionRecord& record) noexcept {
   context.Rcx = record.code;
   context.Rdx = record.flags;
   context.R8 = record.address;
-  // What the processor would report again at once, or compiled code does not expect.
+  // Flags that the processor would report again at once, or that compiled code does not expect.
   context.EFlags &= ~(kTrapFlag | kDirectionFlag | kAlignmentFlag);
   context.MxCsr &= ~kPendingFloatErrors;
   context.FltSave.MxCsr &= ~kPendingFloatErrors;

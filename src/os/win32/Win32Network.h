@@ -7,7 +7,7 @@
 
 namespace ovs::win32 {
 
-// What System::LanAddresses promises.
+// The addresses that System::LanAddresses promises.
 [[nodiscard]] std::vector<Text> AdapterAddresses();
 
 }  // namespace ovs::win32

@@ -13,7 +13,7 @@ namespace ovs::os {
 
 namespace {
 
-// Who may do what with the file; empty when the system does not tell.
+// The access rights of the file; empty when the system does not tell.
 std::vector<char> RightsOf(const std::wstring& path) {
   DWORD size = 0;
   GetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
@@ -37,7 +37,7 @@ bool WriteFileBeside(const std::wstring& path, std::vector<char>& rights, std::s
   return win32::WriteAll(file, bytes) && (FlushFileBuffers(file.Get()) != 0 || win32::FailLast());
 }
 
-// Whoever has the target open at this moment, as the service when it reads it, keeps it from being replaced.
+// A program that has the target open at this moment, as the service when it reads it, keeps it from being replaced.
 bool MoveOver(const std::wstring& from, const std::wstring& target) {
   constexpr int kTries = 40;
   constexpr DWORD kPause = 25;
