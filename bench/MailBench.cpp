@@ -4,7 +4,8 @@
 
 #include "BenchDiagnostics.h"
 #include "MailSink.h"
-#include "mail/engines/os/MailMachine.h"
+#include "config/ckCrypt_Config.h"
+#include "mail/engines/MailComponent.h"
 #include "mail/message/vtxEmail.h"
 #include "os/Crypto.h"
 #include "support/FakeSystem.h"
@@ -39,7 +40,7 @@ struct Sender {
     engines->Start();
   }
   bool Send(const Text& attachment) {
-    vtxEmail mail({fileSystem, environment, *engines, user, nullptr});
+    vtxEmail mail({fileSystem, environment, *engines, user, store});
     mail.SmtpHost = u"127.0.0.1";
     mail.SmtpPort = sink.Port();
     mail.SmtpUsername = u"user";
@@ -58,9 +59,11 @@ struct Sender {
   os::Files& files = os::SystemFiles();
   App_FileSystem fileSystem{files, os::ThisSystem()};
   App_Env environment{os::ThisSystem()};
+  const ckCrypt_Config crypt{os::SystemCrypto()};
+  const Config_Class store{fileSystem, crypt, environment.ApplicationFolder()};
   NobodyThere nobody;
   PlainMailUser user{nobody};
-  std::unique_ptr<MailEngines> engines = SystemMailEngines({files, os::SystemClock(), os::ThisSystem(), os::SystemCrypto()});
+  std::unique_ptr<MailEngines> engines = SystemMailEngines(os::ThisMachine());
 };
 
 void Measure(benchmark::State& state, Sender& sender, const Text& attachment) {

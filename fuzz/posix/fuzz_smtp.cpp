@@ -11,7 +11,6 @@
 #include <thread>
 
 #include "Pieces.h"
-#include "mail/engines/CurlSteps.h"
 #include "mail/engines/CurlTransfer.h"
 #include "support/FakeClock.h"
 #include "support/MemoryFiles.h"
@@ -79,18 +78,24 @@ void CheckNoSecret(const Text& shown) {
   if (HasSecret(ToUtf8(shown))) std::abort();
 }
 
-CurlJob JobFor(int port, std::uint8_t way) {
-  CurlJob job;
-  job.host = "127.0.0.1";
-  job.port = port;
+SmtpServer ServerFor(int port, std::uint8_t way) {
+  SmtpServer server;
+  server.host = u"127.0.0.1";
+  server.port = port;
+  server.autoFix = 0;
+  server.sslType = (way & 1) != 0 ? kSslWhenOffered : kSslNone;
+  server.username = (way & 2) != 0 ? u"loginname" : u"";
+  server.password = u"geheimer99";
+  constexpr std::int32_t kMethods[] = {kAuthAutomatic, kAuthLogin, kAuthPlain, kAuthCramMd5};
+  server.authMethod = kMethods[(way >> 2) % 4];
+  server.connectSeconds = 1;
+  return server;
+}
+
+CurlJob JobFor(const SmtpServer& server) {
+  CurlJob job{server};
   job.ehloName = "pc";
-  job.plan.startTls = (way & 1) != 0 ? StartTls::WhenOffered : StartTls::Never;
-  job.username = (way & 2) != 0 ? "loginname" : "";
-  job.password = "geheimer99";
-  constexpr const char* kMethods[] = {"", "LOGIN", "PLAIN", "CRAM-MD5"};
-  job.authMethod = kMethods[(way >> 2) % 4];
-  job.connectMilliseconds = kPatience;
-  job.sendMilliseconds = kPatience;
+  job.milliseconds = kPatience;
   job.sender = "a@example.com";
   job.recipients = {"b@example.com", "c@example.com"};
   job.headers = {"Subject: x"};
@@ -107,7 +112,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (size == 0 || HasSecret({reinterpret_cast<const char*>(data), size})) return 0;
   StartCurl();
   std::thread serving([&] { server.Serve(fuzz::Pieces(data + 1, size - 1)); });
-  const CurlJob job = JobFor(server.Port(), data[0]);
+  const SmtpServer settings = ServerFor(server.Port(), data[0]);
+  const CurlJob job = JobFor(settings);
   SmtpSession session;
   const CurlResult result = PerformTransfer(files, os::SystemClock(), job, session);
   serving.join();

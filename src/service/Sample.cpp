@@ -89,7 +89,7 @@ void Sample::RunMonitor() {
                       .environment = modules_.environment,
                       .engines = peers_.mailEngines,
                       .user = user,
-                      .store = [this] { return store_.get(); }});
+                      .store = *store_});
   AlertAction action(modules_.ini, mailer, settings);
   EventLogFiles log(modules_.fileSystem, settings);
   AlertSequence alerts({action, log});

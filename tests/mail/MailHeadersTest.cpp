@@ -5,7 +5,6 @@
 #include <string>
 
 #include "base/Encoding.h"
-#include "mail/engines/MailAddress.h"
 
 namespace ovs {
 namespace {

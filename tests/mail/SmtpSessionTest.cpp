@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "base/Encoding.h"
-#include "mail/engines/SmtpPlan.h"
+#include "mail/engines/SmtpServer.h"
 
 namespace ovs {
 namespace {

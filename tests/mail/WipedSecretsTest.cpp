@@ -4,10 +4,9 @@
 
 #include "base/Wipe.h"
 #include "config/ckCrypt_Config.h"
-#include "mail/engines/BuiltInEngines.h"
+#include "mail/engines/CurlMailer.h"
 #include "mail/message/StoredPassword.h"
 #include "mail/message/modEmailSvc.h"
-#include "os/Crypto.h"
 #include "os/MemoryRegistry.h"
 #include "support/AllocationCount.h"
 #include "support/FakeClock.h"
@@ -36,13 +35,14 @@ TEST_F(WipedSecretsTest, TheWayOfAMail) {
   App_Common ini(files);
   const ckCrypt_Config crypt(os::SystemCrypto());
   Config_Class store(fileSystem, crypt, u"C:\\App\\");
-  BuiltInEngines engines({files, os::SystemClock(), system, os::SystemCrypto()});
-  engines.Start();
   fakes::FakePrompt prompt;
+  BuiltInEngines engines({files, os::SystemFolderWatcher(), registry, os::SystemClock(), os::SystemTimeZone(), system,
+                          os::SystemPeriodTimer(), prompt, os::SystemCrypto()});
+  engines.Start();
   PlainMailUser user(prompt);
   const FreedMemoryWatch watch(kPassword);
   {
-    modEmailSvc service({ini, helper, fileSystem, environment, engines, user, [&store] { return &store; }});
+    modEmailSvc service({ini, helper, fileSystem, environment, engines, user, store});
     EXPECT_FALSE(service.SendEmail(u"tech@x", {}, u"subject", u"body", {}));
   }
   EXPECT_GT(FreedMemoryWatch::Searched(), 100);

@@ -49,7 +49,8 @@ class modEmailSvcTest : public PlatformTest {
     return routes;
   }
   modEmailSvc New() {
-    return modEmailSvc({ini, helper, fileSystem, environment, engines, user, [this] { return &store; }});
+    return modEmailSvc({ini, helper, fileSystem, environment, engines, user, store,
+                        [this](const MailOutcome& outcome) { outcomes.push_back(outcome); }});
   }
 
   MemoryRegistry registry;
@@ -59,6 +60,7 @@ class modEmailSvcTest : public PlatformTest {
   const ckCrypt_Config crypt{os::SystemCrypto()};
   Config_Class store{fileSystem, crypt, u"C:\\App\\"};
   fakes::FakeMailEngines engines;
+  std::vector<MailOutcome> outcomes;
   fakes::FakePrompt prompt;
   PlainMailUser user{prompt};
 };
@@ -87,9 +89,17 @@ TEST_F(modEmailSvcTest, WhoGetsTheAlert) {
     // A send that fails, in whatever way, does not stop the next.
     for (const bool broken : {false, true}) {
       engines.mails.clear();
+      outcomes.clear();
       engines.throwOnSend = broken;
       EXPECT_EQ(New().SendEventsEmail(u"Event Alert!", u"text", {}), u"");
       EXPECT_EQ(Routes(), each.routes);
+      ASSERT_EQ(outcomes.size(), each.routes.size());
+      for (std::size_t i = 0; i < outcomes.size(); ++i) {
+        EXPECT_TRUE(each.routes[i].ends_with(u"|" + outcomes[i].to));
+        EXPECT_EQ(outcomes[i].sent, !broken);
+        EXPECT_EQ(outcomes[i].reason, broken ? u"the component broke" : u"");
+        EXPECT_EQ(outcomes[i].engine, u"fake engine");
+      }
     }
   }
   engines.throwOnSend = false;
@@ -102,6 +112,24 @@ TEST_F(modEmailSvcTest, WhoGetsTheAlert) {
   New().SendEventsEmail(u"s", u"b", {});
   EXPECT_TRUE(Routes().empty());
   EXPECT_TRUE(Logged(u"Nothing can be mailed, [EmailConfig] lacks: AdminEmail"));
+}
+
+TEST_F(modEmailSvcTest, BothCopiesAreOfOneVersionOfTheFile) {
+  Reg(kOldKey, u"EmailClientEvents", Text(u"1"));
+  Reg(kOldKey, u"ClientEmail", Text(u"client@x"));
+  engines.onSend = [this] {
+    Settings(u"[EmailConfig]\r\nAdminEmail=new@x\r\nSMTPServer=new\r\nSMTPPort=25\r\n[Branding]\r\nAppName=New\r\n");
+  };
+  modEmailSvc service = New();
+  service.SendEventsEmail(u"s", u"b", {});
+  ASSERT_EQ(engines.mails.size(), 2u);
+  for (const auto& mail : engines.mails) {
+    EXPECT_EQ(mail.server.host, u"mail");
+    EXPECT_TRUE(mail.message.body.starts_with(u"Orvanta Event Service"));
+  }
+  EXPECT_NE(engines.mails[1].message.body.find(u"Client Details"), Text::npos);
+  service.SendEmail(u"a@x", {}, u"s", u"b", {});
+  EXPECT_EQ(engines.mails.back().server.host, u"new") << "the next mail is of the file as it is then";
 }
 
 TEST_F(modEmailSvcTest, SubjectAndBodyOfBothKinds) {
@@ -198,13 +226,13 @@ TEST_F(modEmailSvcTest, SettingsThatReachTheEngine) {
         Case{u"UseSSL=\" 4 \"\r\nSMTPAuth=+0", 4, 0, 1}, Case{u"SMTPUserName=R&D@x", 2, 1, 1, u"R&D@x"}}) {
     Settings(Complete(each.lines));
     EXPECT_TRUE(New().SendEmail(u"c@x", u"a@x", u"s", u"b", {})) << ToUtf8(each.lines);
-    const auto& [bySystem, settings, message, attempts] = engines.mails.back();
-    EXPECT_EQ(settings.host, u"mail");
-    EXPECT_EQ(settings.port, 587);
-    EXPECT_EQ(TextView(settings.password), u"geheim99");
-    EXPECT_EQ(settings.sslType, each.sslType) << ToUtf8(each.lines);
-    EXPECT_EQ(settings.authMethod, each.authMethod) << ToUtf8(each.lines);
-    EXPECT_EQ(settings.autoFix, each.autoFix) << ToUtf8(each.lines);
+    const auto& [bySystem, server, message, attempts] = engines.mails.back();
+    EXPECT_EQ(server.host, u"mail");
+    EXPECT_EQ(server.port, 587);
+    EXPECT_EQ(TextView(server.password), u"geheim99");
+    EXPECT_EQ(server.sslType, each.sslType) << ToUtf8(each.lines);
+    EXPECT_EQ(server.authMethod, each.authMethod) << ToUtf8(each.lines);
+    EXPECT_EQ(server.autoFix, each.autoFix) << ToUtf8(each.lines);
     EXPECT_EQ(message.from, each.from);
     EXPECT_EQ(message.replyTo, u"a@x");
   }
@@ -232,6 +260,8 @@ TEST_F(modEmailSvcTest, WhatStopsAMail) {
     EXPECT_FALSE(service.SendEmail(u"c@x", u"a@x", u"s", u"b", {}));
     EXPECT_NE(log.find(each.entry), Text::npos) << ToUtf8(each.entry) << ToUtf8(log);
     EXPECT_EQ(log.find(each.entry), log.rfind(each.entry)) << "said once";
+    EXPECT_EQ(outcomes.back().reason.find(each.entry), 0u) << ToUtf8(outcomes.back().reason);
+    EXPECT_EQ(outcomes.back().engine, u"") << "no engine was asked";
     EXPECT_EQ(log.find(u"geheim"), Text::npos);
     EXPECT_EQ(service.GetEmailConfig(), each.isConfigured);
     Settings(Complete());
@@ -251,9 +281,9 @@ TEST_F(modEmailSvcTest, WhatIsEmptiedKeepsItsValue) {
   EXPECT_TRUE(service.GetEmailConfig());
   Settings(Complete(u"SMTPUserName=\r\nSMTPPassword=\r\nUseSSL=\r\nSMTPAuth=\r\nAutoFix="));
   EXPECT_TRUE(service.SendEmail(u"c@x", u"a@x", u"s", u"b", {}));
-  const SmtpSettings& settings = engines.mails.back().settings;
-  EXPECT_EQ(settings.username + Text(settings.password), u"usergeheim99");
-  EXPECT_EQ(settings.sslType * 10 + settings.authMethod, 21);
+  const SmtpServer& server = engines.mails.back().server;
+  EXPECT_EQ(server.username + Text(server.password), u"usergeheim99");
+  EXPECT_EQ(server.sslType * 10 + server.authMethod, 21);
   // The technician is still known by the address of before, though nothing is sent.
   Settings(Complete(u"AdminEmail="));
   EXPECT_FALSE(service.SendEmail(u"tech@x", u"a@x", u"s", u"b", {}));

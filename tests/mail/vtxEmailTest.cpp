@@ -53,7 +53,7 @@ class vtxEmailTest : public PlatformTest {
         u"Email.SMTP.Host=mail\r\nEmail.SMTP.Port=587\r\nEmail.SMTP.Username=user\r\nEmail.SMTP.Password=geheim99\r\n"
         u"Email.From=pc@example.com\r\nEmail.To=tech@example.com");
   }
-  vtxEmail New() { return vtxEmail({fileSystem, environment, engines, user, &store}); }
+  vtxEmail New() { return vtxEmail({fileSystem, environment, engines, user, store}); }
 
   App_Env environment{system};
   const ckCrypt_Config crypt{os::SystemCrypto()};
@@ -74,7 +74,7 @@ TEST_F(vtxEmailTest, DefaultsComeFromTheStore) {
   Store(u"Email.SMTP.AutoFix=0\r\nEmail.SMTP.SSLType=3\r\nEmail.ReplyTo=reply@example.com");
   store.Ensure_Encrypted(u"Email.SMTP.Password");
   const vtxEmail full = New();
-  EXPECT_EQ(full.SmtpPassword, u"geheim99");
+  EXPECT_EQ(TextView(full.SmtpPassword), u"geheim99");
   EXPECT_EQ(full.SmtpAuthMethod, 1) << "a stored password without a method means LOGIN";
   EXPECT_EQ(full.SmtpAutoFix, 0);
   EXPECT_EQ(full.SmtpSSLType, 3);
@@ -89,14 +89,21 @@ TEST_F(vtxEmailTest, DefaultsComeFromTheStore) {
 
 TEST_F(vtxEmailTest, SendReadyAndTheMessageItGives) {
   StoreComplete();
-  for (Text vtxEmail::*const part :
-       {&vtxEmail::SmtpHost, &vtxEmail::SmtpUsername, &vtxEmail::SmtpPassword, &vtxEmail::EmailFrom, &vtxEmail::EmailTo}) {
+  const std::pair<TextView, std::function<void(vtxEmail&)>> cases[] = {
+      {u"SmtpHost", [](vtxEmail& mail) { mail.SmtpHost = u""; }},
+      {u"SmtpUsername", [](vtxEmail& mail) { mail.SmtpUsername = u""; }},
+      {u"SmtpPassword", [](vtxEmail& mail) { mail.SmtpPassword = u""; }},
+      {u"EmailFrom", [](vtxEmail& mail) { mail.EmailFrom = u""; }},
+      {u"EmailTo", [](vtxEmail& mail) { mail.EmailTo = u""; }},
+  };
+  for (const auto& [name, clear] : cases) {
     vtxEmail mail = New();
-    (mail.*part).clear();
+    clear(mail);
     EXPECT_FALSE(mail.SendReady());
     EXPECT_FALSE(mail.SendEmail());
+    EXPECT_EQ(mail.TakeOutcome().reason, u"The mail cannot be sent, a setting is missing: " + Text(name));
     mail.RequireAllSettingsForSend = false;
-    EXPECT_EQ(mail.SendReady(), part != &vtxEmail::SmtpHost);
+    EXPECT_EQ(mail.SendReady(), name != u"SmtpHost");
   }
   EXPECT_TRUE(engines.mails.empty());
   EXPECT_TRUE(user.shown.empty()) << "nobody is asked in automatic mode";
@@ -163,7 +170,7 @@ TEST_F(vtxEmailTest, TheSystemMessageLogsItsFields) {
     mail.SmtpPassword = u"geheim99";
     mail.SmtpAuthMethod = test.method;
     EXPECT_TRUE(mail.SendEmail());
-    EXPECT_EQ(engines.mails.back().settings.authMethod, test.handedOver);
+    EXPECT_EQ(engines.mails.back().server.authMethod, test.handedOver);
     const Text full = mail.LogFullText();
     EXPECT_EQ(full.substr(0, full.find(u"\r\nLast Fail")),
               u"Object Setup\r\ncdoSMTPServer.Status=0\r\ncdoSMTPServerPort.Status=1\r\ncdoSMTPAuthenticate.Status=2\r\n"
@@ -215,14 +222,14 @@ TEST_F(vtxEmailTest, WhatTheEngineGets) {
   mail.AddFileAttachment(u"C:\\App\\missing.txt");
   mail.AddFileAttachment({});
   EXPECT_TRUE(mail.SendEmail());
-  const auto& [bySystem, settings, message, attempts] = engines.mails.back();
-  EXPECT_EQ(engines.unlockCodes.back(), u"code");
-  EXPECT_EQ(settings.connectSeconds, 7);
-  EXPECT_EQ(settings.sendSeconds, 180) << "0 is no limit that anybody wants";
-  EXPECT_EQ(settings.caFile, u"C:\\ca.pem");
-  EXPECT_TRUE(settings.allowUntrusted);
-  EXPECT_TRUE(settings.mailManDebugLog.ends_with(u"ckMailMan_Debug(4711).log"));
-  EXPECT_TRUE(settings.emailDebugLog.ends_with(u"ckEmail_Debug(4711).log"));
+  const auto& [bySystem, server, message, attempts] = engines.mails.back();
+  EXPECT_EQ(engines.options.back().unlockCode, u"code");
+  EXPECT_EQ(server.connectSeconds, 7);
+  EXPECT_EQ(server.sendSeconds, 180) << "0 is no limit that anybody wants";
+  EXPECT_EQ(server.caFile, u"C:\\ca.pem");
+  EXPECT_TRUE(server.allowUntrusted);
+  EXPECT_TRUE(engines.options.back().mailManDebugLog.ends_with(u"ckMailMan_Debug(4711).log"));
+  EXPECT_TRUE(engines.options.back().emailDebugLog.ends_with(u"ckEmail_Debug(4711).log"));
   EXPECT_EQ(message.subject, u"s  Bcc: x");
   EXPECT_EQ(message.body, u"body" + mail.EmailBodyTailMsg);
   EXPECT_EQ(message.logoFile, u"C:\\App\\Config\\Logo.gif");

@@ -33,7 +33,7 @@ class MemoryTest : public ::testing::TestWithParam<std::tuple<bool, bool>> {
   bool AlertOutOfMemoryAt(int nth) {
     for (const TextView log : {u"EventLogs.txt", u"EventLogs_RuleNamesOnly.txt"}) folder.Delete(log);
     engines.mails.clear();
-    modEmailSvc mailer({folder.ini, helper, folder.fileSystem, environment, engines, user, [this] { return &store; }});
+    modEmailSvc mailer({folder.ini, helper, folder.fileSystem, environment, engines, user, store});
     ServiceEngine engine(folder, mailer);
     const int before = AllocationCount();
     {

@@ -14,7 +14,7 @@
 #include "base/Encoding.h"
 #include "config/ckCrypt_Config.h"
 #include "diag/App_Debug.h"
-#include "mail/engines/os/MailMachine.h"
+#include "mail/engines/MailComponent.h"
 #include "mail/message/vtxEmail.h"
 #include "os/Clock.h"
 #include "os/CommandLine.h"
@@ -46,28 +46,32 @@ class NotingUser final : public MailUser {
   void Note(const std::string& kind, TextView text) { asked.push_back(kind + ToUtf8(text)); }
 };
 
-template <class Value>
+template <class Value, class Owner = vtxEmail>
 struct Property {
   const char* name;
-  Value vtxEmail::*member;
+  Value Owner::*member;
 };
 
 constexpr Property<Text> kTexts[] = {
-    {"EmailFrom", &vtxEmail::EmailFrom},       {"EmailReplyTo", &vtxEmail::EmailReplyTo},
-    {"EmailTo", &vtxEmail::EmailTo},           {"EmailCC", &vtxEmail::EmailCC},
-    {"EmailBCC", &vtxEmail::EmailBCC},         {"EmailSubject", &vtxEmail::EmailSubject},
-    {"EmailBody", &vtxEmail::EmailBody},       {"EmailBodyTailMsg", &vtxEmail::EmailBodyTailMsg},
-    {"ZipFileName", &vtxEmail::ZipFileName},   {"ZipFile", &vtxEmail::ZipFile},
-    {"SmtpUsername", &vtxEmail::SmtpUsername}, {"SmtpPassword", &vtxEmail::SmtpPassword},
-    {"SmtpHost", &vtxEmail::SmtpHost},         {"SmtpLoginDomain", &vtxEmail::SmtpLoginDomain},
+    {"EmailFrom", &vtxEmail::EmailFrom},     {"EmailReplyTo", &vtxEmail::EmailReplyTo},
+    {"EmailTo", &vtxEmail::EmailTo},         {"EmailCC", &vtxEmail::EmailCC},
+    {"EmailBCC", &vtxEmail::EmailBCC},       {"EmailSubject", &vtxEmail::EmailSubject},
+    {"EmailBody", &vtxEmail::EmailBody},     {"EmailBodyTailMsg", &vtxEmail::EmailBodyTailMsg},
+    {"ZipFileName", &vtxEmail::ZipFileName}, {"ZipFile", &vtxEmail::ZipFile},
 };
 
-constexpr Property<std::int32_t> kNumbers[] = {
-    {"SmtpPort", &vtxEmail::SmtpPort},
-    {"SmtpSSLType", &vtxEmail::SmtpSSLType},
-    {"SmtpSSLProtocol", &vtxEmail::SmtpSSLProtocol},
-    {"SmtpAuthMethod", &vtxEmail::SmtpAuthMethod},
-    {"SmtpAutoFix", &vtxEmail::SmtpAutoFix},
+constexpr Property<Text, SmtpServer> kServerTexts[] = {
+    {"SmtpUsername", &SmtpServer::username},
+    {"SmtpHost", &SmtpServer::host},
+    {"SmtpLoginDomain", &SmtpServer::loginDomain},
+};
+
+constexpr Property<std::int32_t, SmtpServer> kNumbers[] = {
+    {"SmtpPort", &SmtpServer::port},
+    {"SmtpSSLType", &SmtpServer::sslType},
+    {"SmtpSSLProtocol", &SmtpServer::sslProtocol},
+    {"SmtpAuthMethod", &SmtpServer::authMethod},
+    {"SmtpAutoFix", &SmtpServer::autoFix},
 };
 
 constexpr Property<bool> kSwitches[] = {
@@ -89,12 +93,16 @@ void SetProperty(vtxEmail& mail, const std::string& name, const json& value) {
   for (const auto& property : kTexts) {
     if (name == property.name) return void(mail.*property.member = TextOf(value));
   }
+  for (const auto& property : kServerTexts) {
+    if (name == property.name) return void(mail.Smtp.*property.member = TextOf(value));
+  }
   for (const auto& property : kNumbers) {
-    if (name == property.name) return void(mail.*property.member = value.get<std::int32_t>());
+    if (name == property.name) return void(mail.Smtp.*property.member = value.get<std::int32_t>());
   }
   for (const auto& property : kSwitches) {
     if (name == property.name) return void(mail.*property.member = value.get<bool>());
   }
+  if (name == "SmtpPassword") return void(mail.SmtpPassword = TextOf(value));
   throw std::invalid_argument("no such property: " + name);
 }
 
@@ -128,7 +136,7 @@ json Send(MailEngines& engines, const json& request) {
   if (request.contains("store")) store.LoadString(TextOf(request["store"]));
   NotingUser user;
 
-  vtxEmail mail({fileSystem, environment, engines, user, &store});
+  vtxEmail mail({fileSystem, environment, engines, user, store});
   mail.ZipAttachments = request.value("zip", false);
   const json properties = request.value("set", json::object());
   for (const auto& [name, value] : properties.items()) SetProperty(mail, name, value);
@@ -152,8 +160,7 @@ json Send(MailEngines& engines, const json& request) {
 void Serve() {
   Diagnostics().Attach(DebugPortsOf(os::ThisMachine()), {});
   Diagnostics().SetSwitches({.verbose = true});
-  const std::unique_ptr<MailEngines> engines =
-      SystemMailEngines({os::SystemFiles(), os::SystemClock(), os::ThisSystem(), os::SystemCrypto()});
+  const std::unique_ptr<MailEngines> engines = SystemMailEngines(os::ThisMachine());
   engines->Start();
   for (std::string line; std::getline(std::cin, line);) {
     const json answer = Send(*engines, json::parse(line));

@@ -84,9 +84,9 @@ class FaultyEngines final : public MailEngines {
     AdmitOrThrow(order_);
     inner_.Start();
   }
-  std::unique_ptr<MailComponent> NewComponent(TextView unlockCode) override {
+  std::unique_ptr<MailComponent> NewComponent(const ClosedComponentOptions& options) override {
     AdmitOrThrow(order_);
-    return std::make_unique<Component>(order_, inner_.NewComponent(unlockCode));
+    return std::make_unique<Component>(order_, inner_.NewComponent(options));
   }
   std::unique_ptr<MailComponent> NewSystemMessage() override {
     AdmitOrThrow(order_);
@@ -106,15 +106,15 @@ class FaultyEngines final : public MailEngines {
    public:
     Component(FaultyFiles& order, std::unique_ptr<MailComponent> inner) : order_(order), inner_(std::move(inner)) {}
     TextView Name() const override { return inner_->Name(); }
-    std::vector<std::int32_t> Configure(const SmtpSettings& settings) override {
+    std::vector<std::int32_t> Configure(const SmtpServer& server) override {
       AdmitOrThrow(order_);
-      return inner_->Configure(settings);
+      return inner_->Configure(server);
     }
     bool Compose(const MailMessage& message) override {
       AdmitOrThrow(order_);
       return inner_->Compose(message);
     }
-    void SetAuthMethod(TextView method) override { inner_->SetAuthMethod(method); }
+    void SetAuthMethod(std::int32_t method) override { inner_->SetAuthMethod(method); }
     bool Send() override { return order_.Admit(u"mail") && inner_->Send(); }
     MailReport Report() override {
       AdmitOrThrow(order_);

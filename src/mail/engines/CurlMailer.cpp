@@ -8,11 +8,9 @@
 #include "base/Encoding.h"
 #include "base/Numbers.h"
 #include "base/Version.h"
-#include "base/Wipe.h"
 #include "diag/App_Debug.h"
-#include "mail/engines/CurlFailure.h"
-#include "mail/engines/CurlSteps.h"
-#include "mail/engines/MailHeaders.h"
+#include "mail/engines/LibzipArchive.h"
+#include "mail/engines/os/TlsFacts.h"
 #include "os/PendingError.h"
 #include "platform/App_FilePath.h"
 #include "platform/FileContent.h"
@@ -67,11 +65,9 @@ Text Shown(TextView text) { return u"[" + MailHeaders::OneLine(text) + u"]"; }
 
 }  // namespace
 
-std::vector<std::int32_t> CurlMailer::Configure(const SmtpSettings& settings) {
-  constexpr std::size_t kFields = 8;
-  settings_ = settings;
-  authMethod_ = ckSmtpAuthMethodStr(settings.authMethod);
-  return std::vector<std::int32_t>(kFields, 0);
+std::vector<std::int32_t> CurlMailer::Configure(const SmtpServer& server) {
+  server_ = server;
+  return std::vector<std::int32_t>(kStatusFields, 0);
 }
 
 bool CurlMailer::Compose(const MailMessage& message) {
@@ -148,11 +144,11 @@ bool CurlMailer::CanRead(TextView path) {
 }
 
 Text CurlMailer::Objection() const {
-  if (!IsHost(settings_.host)) return u"The mail server's name cannot be used: " + Shown(settings_.host);
-  if (settings_.port < 1 || settings_.port > std::numeric_limits<std::uint16_t>::max()) {
-    return u"The mail server's port cannot be used: " + NumberText(settings_.port);
+  if (!IsHost(server_.host)) return u"The mail server's name cannot be used: " + Shown(server_.host);
+  if (server_.port < 1 || server_.port > std::numeric_limits<std::uint16_t>::max()) {
+    return u"The mail server's port cannot be used: " + NumberText(server_.port);
   }
-  if (settings_.sslProtocol == kSsl3) return u"SSL 3.0 is no longer offered by the TLS library; allow TLS 1.2 or higher";
+  if (server_.sslProtocol == kSsl3) return u"SSL 3.0 is no longer offered by the TLS library; allow TLS 1.2 or higher";
   if (!senderProblem_.empty()) return senderProblem_;
   return recipients_.empty() ? Text(u"The mail has no recipient that can be used") : Text();
 }
@@ -163,10 +159,9 @@ bool CurlMailer::Send() {
     report_.failReason = report_.lastErrorText = std::move(objection);
     return false;
   }
-  CurlJob job = NewJob();
-  const WipeAtEnd wipe(job.password);
+  const CurlJob job = NewJob();
   // libcurl would take 0 for "no limit".
-  if (job.sendMilliseconds < 1) {
+  if (job.milliseconds < 1) {
     // After a first attempt its reason tells more.
     if (report_.failReason.empty()) report_.failReason = u"The time for this mail is used up";
     return false;
@@ -182,17 +177,10 @@ bool CurlMailer::Send() {
 }
 
 CurlJob CurlMailer::NewJob() {
-  CurlJob job;
-  job.host = ToUtf8(settings_.host);
-  job.port = settings_.port;
+  CurlJob job{server_};
   job.ehloName = EhloName(machine_.system.ComputerName());
-  SetLogin(job);
-  job.plan = PlanConnection(settings_.sslType, settings_.port, settings_.autoFix, !job.username.empty());
-  job.sslProtocol = settings_.sslProtocol;
   job.certificateAuthorities = CertificateAuthorities();
-  job.allowUntrusted = settings_.allowUntrusted;
-  job.connectMilliseconds = std::int64_t{settings_.connectSeconds} * 1000;
-  job.sendMilliseconds = MillisecondsLeft();
+  job.milliseconds = MillisecondsLeft();
   job.sender = ToUtf8(sender_.address);
   for (const Text& recipient : recipients_) job.recipients.push_back(ToUtf8(recipient));
   job.headers = headers_;
@@ -203,27 +191,18 @@ CurlJob CurlMailer::NewJob() {
   return job;
 }
 
-void CurlMailer::SetLogin(CurlJob& job) const {
-  if (authMethod_ == ckSmtpAuthMethodStr(0) || settings_.username.empty()) return;
-  const bool isNtlm = authMethod_ == ckSmtpAuthMethodStr(2);
-  const Text domain = isNtlm && !settings_.loginDomain.empty() ? settings_.loginDomain + u"\\" : Text();
-  job.username = ToUtf8(domain + settings_.username);
-  job.password = ToUtf8(settings_.password);
-  job.authMethod = ToUtf8(authMethod_);
-}
-
 std::int64_t CurlMailer::MillisecondsLeft() {
   const std::uint64_t passed = machine_.clock.Milliseconds() - start_.value_or(0);
-  return std::int64_t{settings_.sendSeconds} * 1000 - static_cast<std::int64_t>(passed);
+  return std::int64_t{server_.sendSeconds} * 1000 - static_cast<std::int64_t>(passed);
 }
 
 // The TLS library may forget what the system trusts when it is given an authority, so it gets both.
 std::string CurlMailer::CertificateAuthorities() {
-  if (settings_.caFile.empty() || settings_.allowUntrusted) return {};
+  if (server_.caFile.empty() || server_.allowUntrusted) return {};
   std::string pem;
-  const ReadOutcome outcome = ReadFileBytes(machine_.files, settings_.caFile, pem, kMaxCertificateBytes);
+  const ReadOutcome outcome = ReadFileBytes(machine_.files, server_.caFile, pem, kMaxCertificateBytes);
   if (outcome == ReadOutcome::Ok) return pem + "\n" + TrustedRoots();
-  Note(u"Cannot use Email.SMTP.CAFile " + Shown(settings_.caFile) + u": " +
+  Note(u"Cannot use Email.SMTP.CAFile " + Shown(server_.caFile) + u": " +
        DescribeReadOutcome(outcome, TakePendingSystemError()));
   return {};
 }
@@ -237,11 +216,21 @@ MailReport CurlMailer::Report() {
   for (const auto& refusal : session_.RefusedRecipients()) {
     Note(u"The mail server refused a recipient: " + refusal.address + u" (" + refusal.reply + u")");
   }
-  if (session_.PasswordInClear()) Note(u"The password was sent over a connection without TLS.");
-  if (settings_.allowUntrusted) Note(u"Certificate and host name of the mail server were not verified.");
+  if (session_.PasswordInClear()) Note(Text(kPasswordInClear));
+  if (server_.allowUntrusted) Note(Text(kNotVerified));
   report_.lastStatus = session_.LastReply();
   report_.session = session_.Transcript();
   return report_;
+}
+
+std::unique_ptr<MailComponent> BuiltInEngines::NewComponent(const ClosedComponentOptions& /*options*/) {
+  return std::make_unique<CurlMailer>(machine_);
+}
+
+std::unique_ptr<MailComponent> BuiltInEngines::NewSystemMessage() { return std::make_unique<CurlMailer>(machine_); }
+
+std::unique_ptr<ZipArchive> BuiltInEngines::NewZip(TextView /*unlockCode*/) {
+  return std::make_unique<LibzipArchive>(machine_.files);
 }
 
 }  // namespace ovs

@@ -1,8 +1,8 @@
 // The built-in mail engine: SMTP by libcurl, with the TLS library of the system.
 //
-// Certificates and host names are verified by what the system trusts. A recipient that cannot be used, or that the server
-// refuses, stops no other. Attachments are read while they are sent and never held in memory; one that cannot be read is
-// left out, which the report notes.
+// Certificates and host names are verified against the authorities that the system trusts. A recipient that cannot be used,
+// or that the server refuses, stops no other. Attachments are read while they are sent and never held in memory; one that
+// cannot be read is left out, which the report notes.
 #pragma once
 
 #include <cstdint>
@@ -11,21 +11,21 @@
 #include <vector>
 
 #include "mail/engines/CurlTransfer.h"
-#include "mail/engines/MailAddress.h"
 #include "mail/engines/MailComponent.h"
+#include "mail/engines/MailHeaders.h"
 #include "mail/engines/SmtpSession.h"
-#include "mail/engines/os/MailMachine.h"
+#include "os/Machine.h"
 
 namespace ovs {
 
 class CurlMailer final : public MailComponent {
  public:
-  explicit CurlMailer(const MailMachine& machine) : machine_(machine) {}
+  explicit CurlMailer(const os::Machine& machine) : machine_(machine) {}
 
   [[nodiscard]] TextView Name() const override { return u"built-in engine"; }
-  std::vector<std::int32_t> Configure(const SmtpSettings& settings) override;
+  std::vector<std::int32_t> Configure(const SmtpServer& server) override;
   bool Compose(const MailMessage& message) override;
-  void SetAuthMethod(TextView method) override { authMethod_ = method; }
+  void SetAuthMethod(std::int32_t method) override { server_.authMethod = method; }
   bool Send() override;
   [[nodiscard]] MailReport Report() override;
 
@@ -35,17 +35,15 @@ class CurlMailer final : public MailComponent {
   void ComposeHeaders(const std::vector<MailAddress>& to, const std::vector<MailAddress>& cc);
   [[nodiscard]] std::string NewMessageId();
   [[nodiscard]] bool CanRead(TextView path);
-  // Why no connection is worth trying; empty when one is.
+  // The reason not to try a connection; empty when one is worth it.
   [[nodiscard]] Text Objection() const;
   [[nodiscard]] CurlJob NewJob();
-  void SetLogin(CurlJob& job) const;
   [[nodiscard]] std::int64_t MillisecondsLeft();
   [[nodiscard]] std::string CertificateAuthorities();
   void Note(Text note);
 
-  MailMachine machine_;
-  SmtpSettings settings_;
-  Text authMethod_;
+  os::Machine machine_;
+  SmtpServer server_;
   MailMessage message_;
   MailAddress sender_;
   Text senderProblem_;
@@ -54,6 +52,20 @@ class CurlMailer final : public MailComponent {
   std::optional<std::uint64_t> start_;  // of the first send
   SmtpSession session_;
   MailReport report_;
+};
+
+// The engines that need nothing but this program: they serve wherever no closed component does.
+class BuiltInEngines final : public MailEngines {
+ public:
+  explicit BuiltInEngines(const os::Machine& machine) : machine_(machine) {}
+
+  void Start() override { StartCurl(); }
+  [[nodiscard]] std::unique_ptr<MailComponent> NewComponent(const ClosedComponentOptions& options) override;
+  [[nodiscard]] std::unique_ptr<MailComponent> NewSystemMessage() override;
+  [[nodiscard]] std::unique_ptr<ZipArchive> NewZip(TextView unlockCode) override;
+
+ private:
+  os::Machine machine_;
 };
 
 }  // namespace ovs

@@ -1,4 +1,4 @@
-// The parts of a mail, in libcurl's hands.
+// The parts of a mail as libcurl takes them, and owners of what libcurl allocates.
 #pragma once
 
 #include <curl/curl.h>
@@ -22,7 +22,7 @@ struct CurlMimeFree {
 };
 using CurlMime = std::unique_ptr<curl_mime, CurlMimeFree>;
 
-// Says that a call has taken over what the owner holds.
+// For an owner whose object a call has taken over.
 template <class Owner>
 void HandedOver(Owner& owner) {
   [[maybe_unused]] const auto* const given = owner.release();

@@ -10,6 +10,7 @@
 #include "base/Encoding.h"
 #include "base/Numbers.h"
 #include "base/RuntimeError.h"
+#include "base/Wipe.h"
 #include "mail/engines/CurlMime.h"
 
 namespace ovs {
@@ -30,7 +31,7 @@ void Set(CURL* easy, CURLoption option, Value value) {
                      u"libcurl refused option " + NumberText(option) + u": " + FromUtf8(curl_easy_strerror(code)));
 }
 
-// Who listens to a transfer.
+// The receiver of everything that libcurl tells about a transfer.
 struct Listener {
   SmtpSession& session;
   ConnectionFacts facts;
@@ -104,15 +105,16 @@ long TlsVersions(std::int32_t sslProtocol) {
   return known ? kVersions.at(static_cast<std::size_t>(sslProtocol)) : long{CURL_SSLVERSION_DEFAULT};
 }
 
-void SetConnection(CURL* easy, const CurlJob& job) {
-  const bool bare = job.host.find(':') != std::string::npos && !job.host.starts_with('[');
-  const std::string host = bare ? "[" + job.host + "]" : job.host;
-  const std::string url = std::string(job.plan.implicitTls ? "smtps" : "smtp") + "://" + host + ":" +
-                          std::to_string(job.port) + "/" + job.ehloName;
+void SetConnection(CURL* easy, const CurlJob& job, const SmtpPlan& plan) {
+  std::string host = ToUtf8(job.server.host);
+  const bool bare = host.find(':') != std::string::npos && !host.starts_with('[');
+  if (bare) host = "[" + host + "]";
+  const std::string url = std::string(plan.implicitTls ? "smtps" : "smtp") + "://" + host + ":" +
+                          std::to_string(job.server.port) + "/" + job.ehloName;
   Set(easy, CURLOPT_URL, url.c_str());
   Set(easy, CURLOPT_PROTOCOLS_STR, "smtp,smtps");
-  Set(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(job.connectMilliseconds));
-  Set(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(job.sendMilliseconds));
+  Set(easy, CURLOPT_CONNECTTIMEOUT_MS, static_cast<long>(std::int64_t{job.server.connectSeconds} * 1000));
+  Set(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(job.milliseconds));
   Set(easy, CURLOPT_NOSIGNAL, 1L);
   // A resolver that hangs is left to itself instead of being waited for.
   Set(easy, CURLOPT_QUICK_EXIT, 1L);
@@ -120,26 +122,29 @@ void SetConnection(CURL* easy, const CurlJob& job) {
   static_cast<void>(curl_easy_setopt(easy, CURLOPT_PROXY, ""));
 }
 
-void SetTls(CURL* easy, const CurlJob& job) {
+void SetTls(CURL* easy, const CurlJob& job, const SmtpPlan& plan) {
   static constexpr std::array<long, 3> kLevels = {CURLUSESSL_NONE, CURLUSESSL_TRY, CURLUSESSL_ALL};
-  Set(easy, CURLOPT_USE_SSL, kLevels.at(static_cast<std::size_t>(job.plan.startTls)));
-  Set(easy, CURLOPT_SSLVERSION, TlsVersions(job.sslProtocol));
+  Set(easy, CURLOPT_USE_SSL, kLevels.at(static_cast<std::size_t>(plan.startTls)));
+  Set(easy, CURLOPT_SSLVERSION, TlsVersions(job.server.sslProtocol));
   // Private authorities often publish no list of what they revoked.
   Set(easy, CURLOPT_SSL_OPTIONS, long{CURLSSLOPT_REVOKE_BEST_EFFORT});
-  Set(easy, CURLOPT_SSL_VERIFYPEER, job.allowUntrusted ? 0L : 1L);
-  Set(easy, CURLOPT_SSL_VERIFYHOST, job.allowUntrusted ? 0L : 2L);
+  Set(easy, CURLOPT_SSL_VERIFYPEER, job.server.allowUntrusted ? 0L : 1L);
+  Set(easy, CURLOPT_SSL_VERIFYHOST, job.server.allowUntrusted ? 0L : 2L);
   if (job.certificateAuthorities.empty()) return;
   std::string pem = job.certificateAuthorities;  // libcurl copies it, but wants it writable
   curl_blob blob{pem.data(), pem.size(), CURL_BLOB_COPY};
   Set(easy, CURLOPT_CAINFO_BLOB, &blob);
 }
 
-void SetLogin(CURL* easy, const CurlJob& job) {
-  if (job.username.empty()) return;
-  Set(easy, CURLOPT_USERNAME, job.username.c_str());
-  Set(easy, CURLOPT_PASSWORD, job.password.c_str());
-  const std::string options = "AUTH=" + (job.authMethod.empty() ? std::string("*") : job.authMethod);
-  Set(easy, CURLOPT_LOGIN_OPTIONS, options.c_str());
+void SetLogin(CURL* easy, const SmtpServer& server) {
+  const std::string name = ToUtf8(LoginName(server));
+  if (name.empty()) return;
+  std::string password = ToUtf8(server.password);
+  const WipeAtEnd wiped(password);
+  const std::string method = ToUtf8(ckSmtpAuthMethodStr(server.authMethod));
+  Set(easy, CURLOPT_USERNAME, name.c_str());
+  Set(easy, CURLOPT_PASSWORD, password.c_str());
+  Set(easy, CURLOPT_LOGIN_OPTIONS, ("AUTH=" + (method.empty() ? std::string("*") : method)).c_str());
 }
 
 void SetDeadline(CURL* easy, Deadline& deadline) {
@@ -178,13 +183,14 @@ CurlResult PerformTransfer(os::Files& files, os::Clock& clock, const CurlJob& jo
   const Easy easy(curl_easy_init());
   if (!easy) throw std::bad_alloc();
   std::array<char, CURL_ERROR_SIZE> error{};
-  session.Begin(job.plan.implicitTls);
+  const SmtpPlan plan = PlanConnection(job.server);
+  session.Begin(plan.implicitTls);
   Listener listener{session, {}};
   SetSession(easy.get(), listener, error.data());
-  SetConnection(easy.get(), job);
-  SetTls(easy.get(), job);
-  SetLogin(easy.get(), job);
-  Deadline deadline(clock, session, job.sendMilliseconds);
+  SetConnection(easy.get(), job, plan);
+  SetTls(easy.get(), job, plan);
+  SetLogin(easy.get(), job.server);
+  Deadline deadline(clock, session, job.milliseconds);
   SetDeadline(easy.get(), deadline);
 
   const CurlList recipients = NewCurlList(job.recipients);

@@ -1,7 +1,7 @@
-// Port: what sends a mail, and what packs its attachments.
+// The ports of the mail floor: a component that sends one mail, one that packs attachments, and the maker of both.
 //
-// Texts of a message are free of CR, LF and NUL except for the body. Objects serve one message each, on one thread. Where
-// no result says otherwise a failure throws RuntimeError.
+// Texts of a message are free of CR, LF and NUL except for the body. A component serves one message, on one thread. Where no
+// result tells of a failure, it throws RuntimeError.
 #pragma once
 
 #include <cstdint>
@@ -9,39 +9,12 @@
 #include <vector>
 
 #include "base/Text.h"
-#include "base/Wipe.h"
+#include "mail/engines/SmtpServer.h"
+#include "os/Machine.h"
 
 namespace ovs {
 
-// --- what the message object's codes stand for
-
-// 0 "NONE", 1 "LOGIN", 2 "NTLM", 3 "PLAIN", 4 "CRAM-MD5"; empty for 5 (the engine chooses) and every other code.
-[[nodiscard]] TextView ckSmtpAuthMethodStr(std::int32_t code);
-// 0 "TLS 1.0 or higher" to 6 "SSL 3.0", 7 "default"; empty for every other code.
-[[nodiscard]] TextView ckSSLProtocolStr(std::int32_t code);
-
-struct SmtpSettings {
-  Text host;
-  std::int32_t port = 0;
-  Text username;
-  SecretText password;
-  Text loginDomain;              // for NTLM
-  std::int32_t sslType = 0;      // 0 none, 1 implicit TLS, 2 STARTTLS, 3 STARTTLS when offered, 4 by port
-  std::int32_t sslProtocol = 0;  // see ckSSLProtocolStr
-  std::int32_t authMethod = 0;   // see ckSmtpAuthMethodStr
-  std::int32_t autoFix = 1;      // 0: the SSL type is taken literally
-  // Limits of one message in seconds: for the connection, and for everything, a second attempt included.
-  std::int32_t connectSeconds = 60;
-  std::int32_t sendSeconds = 180;
-  Text caFile;                  // PEM file of a certification authority to be trusted as well; empty for none
-  bool allowUntrusted = false;  // neither certificate nor host name is verified
-  bool verboseLogging = false;
-  // Debug log files of the closed component's two objects; empty for none.
-  Text mailManDebugLog;
-  Text emailDebugLog;
-};
-
-// Addresses as the message object holds them, see MailAddress.h.
+// Addresses as the message object holds them, see MailHeaders.h.
 struct MailMessage {
   Text from;
   Text replyTo;
@@ -56,22 +29,26 @@ struct MailMessage {
   std::vector<Text> attachments;  // full paths
 };
 
-// One step on the way of a mail, for whoever tries the settings.
+// One step on the way of a mail, for a technician who tries the settings.
 struct MailStep {
   TextView name;  // such as "connection"
   bool done = false;
-  Text detail;  // what was found, or why it failed
+  Text detail;  // a finding, or the reason of the failure
 };
 
-// What is known after a send. No text holds a password or an AUTH exchange.
+// Notes that every engine may leave in a report.
+inline constexpr TextView kPasswordInClear = u"The password was sent over a connection without TLS.";
+inline constexpr TextView kNotVerified = u"Certificate and host name of the mail server were not verified.";
+
+// The facts known after a send. No text holds a password or an AUTH exchange.
 struct MailReport {
   Text failReason;
   Text lastErrorText;
   Text lastStatus;
   Text session;  // commands and replies
-  std::vector<MailStep>
-      steps;                // of the last attempt, in their order up to the first that failed; empty when nothing is known
-  std::vector<Text> notes;  // what the debug log must say about this send, whether it succeeded or not
+  // Of the last attempt, in their order up to the first that failed; empty when nothing is known.
+  std::vector<MailStep> steps;
+  std::vector<Text> notes;  // for the debug log, whether the mail was sent or not
 };
 
 class MailComponent {
@@ -81,15 +58,16 @@ class MailComponent {
   // For logs, such as "built-in engine".
   [[nodiscard]] virtual TextView Name() const = 0;
 
-  // Takes the settings over. The result is the status of eight fields, 0 where all is well, in the order: server, port,
+  // Takes the server over. The result is the status of eight fields, 0 where all is well, in the order: server, port,
   // authentication, TLS, user name, password, connection limit, way of sending.
-  virtual std::vector<std::int32_t> Configure(const SmtpSettings& settings) = 0;
+  static constexpr std::size_t kStatusFields = 8;
+  virtual std::vector<std::int32_t> Configure(const SmtpServer& server) = 0;
 
   // Builds the mail. False when the logo file could not be added; the mail is complete without it.
   virtual bool Compose(const MailMessage& message) = 0;
 
-  // From now on this method alone; see ckSmtpAuthMethodStr.
-  virtual void SetAuthMethod(TextView method) = 0;
+  // The login method of the next Send; see SmtpServer::authMethod.
+  virtual void SetAuthMethod(std::int32_t method) = 0;
 
   // May be called again. True when the server has taken the mail for one recipient at least.
   virtual bool Send() = 0;
@@ -108,7 +86,17 @@ class ZipArchive {
   [[nodiscard]] virtual Text LastErrorText() = 0;
 };
 
-// Which of them the machine offers.
+// Settings of the closed components, which the built-in ones do without.
+struct ClosedComponentOptions {
+  Text unlockCode;
+  bool verboseLogging = false;
+  // Debug log files of the component's two objects; empty for none.
+  Text mailManDebugLog;
+  Text emailDebugLog;
+};
+
+// Makes the components that the machine offers. All of a process are made, used and given up on one thread, before the maker
+// ends.
 class MailEngines {
  public:
   virtual ~MailEngines() = default;
@@ -117,11 +105,14 @@ class MailEngines {
   virtual void Start() = 0;
 
   // The closed mail component where it is registered and accepts the unlock code, otherwise the built-in engine.
-  [[nodiscard]] virtual std::unique_ptr<MailComponent> NewComponent(TextView unlockCode) = 0;
+  [[nodiscard]] virtual std::unique_ptr<MailComponent> NewComponent(const ClosedComponentOptions& options) = 0;
   // The system's message object where it can be made, otherwise the built-in engine.
   [[nodiscard]] virtual std::unique_ptr<MailComponent> NewSystemMessage() = 0;
   // The closed archive component, as above, otherwise the built-in one.
   [[nodiscard]] virtual std::unique_ptr<ZipArchive> NewZip(TextView unlockCode) = 0;
 };
+
+// The engines of this machine: on Windows the closed components where they are registered, everywhere the built-in ones.
+[[nodiscard]] std::unique_ptr<MailEngines> SystemMailEngines(const os::Machine& machine);
 
 }  // namespace ovs

@@ -1,6 +1,5 @@
-// The header of a mail (RFC 5322, 2045, 2047, 2231): pure text work. Bytes that come out are ASCII, but for the UTF-8 of
-// addresses that are not; lines are folded at 76 bytes where they can be. No value can begin a further line: control
-// characters become blanks.
+// Mail addresses as people write them: alone, or behind a name, as in "Jane Doe" <jane@example.com>; and the header of a
+// mail (RFC 5322, 2045, 2047, 2231). Pure text work.
 #pragma once
 
 #include <string>
@@ -9,9 +8,30 @@
 
 #include "base/DateTime.h"
 #include "base/Text.h"
-#include "mail/engines/MailAddress.h"
 
-namespace ovs::MailHeaders {
+namespace ovs {
+
+struct MailAddress {
+  Text name;  // may be empty
+  Text address;
+
+  bool operator==(const MailAddress&) const = default;
+};
+
+// Of a text that ends in "<...>" the last pair of angle brackets holds the address, and the name precedes it, without the
+// double quotes around it; of any other text all is address. Outer blanks are removed everywhere.
+[[nodiscard]] MailAddress ParseAddress(TextView text);
+
+// The pieces between commas, each parsed; blank ones are left out. A comma always divides, also within quotes.
+[[nodiscard]] std::vector<MailAddress> SplitAddresses(TextView text);
+
+// True when an SMTP command and a header can carry the address as it is: 1 to 254 characters, none of them a blank, a
+// control character, a lone surrogate or one of <>()[]\,;:" (a domain in brackets is none that this program can use).
+[[nodiscard]] bool IsUsableAddress(TextView address);
+
+// Header lines. Bytes that come out are ASCII, but for the UTF-8 of addresses that are not; lines are folded at 76 bytes
+// where they can be. No value can begin a further line: control characters become blanks.
+namespace MailHeaders {
 
 // "Name: value" with words of RFC 2047 where the value is not ASCII. `name` is ASCII.
 [[nodiscard]] std::string Unstructured(std::string_view name, TextView value);
@@ -36,4 +56,6 @@ namespace ovs::MailHeaders {
 // Control characters (line ends and NUL among them) as blanks.
 [[nodiscard]] Text OneLine(TextView text);
 
-}  // namespace ovs::MailHeaders
+}  // namespace MailHeaders
+
+}  // namespace ovs

@@ -1,4 +1,4 @@
-// What was said between this program and a mail server, fit to be shown: no AUTH exchange is kept.
+// The dialogue between this program and a mail server, fit to be shown: no AUTH exchange is kept.
 #pragma once
 
 #include <cstdint>
@@ -10,11 +10,11 @@
 
 namespace ovs {
 
-// Decides line by line what of a session may be shown.
+// Decides line by line how much of a session may be shown.
 class AuthMask {
  public:
-  // A command without its line end. Of AUTH only the mechanism is left; what follows it is "***" until a reply other than
-  // 334.
+  // A command without its line end. Of AUTH only the mechanism is left; everything behind it is "***" until a reply other
+  // than 334.
   [[nodiscard]] std::string Command(std::string_view line);
   // A reply line; of a 334 only the number is left.
   [[nodiscard]] std::string Reply(std::string_view line);
@@ -23,8 +23,8 @@ class AuthMask {
   bool inAuth_ = false;
 };
 
-// The same for a session, or a report about one, that somebody else has recorded as lines. What stands in front of a
-// command ("SmtpCmdSent: ") stays.
+// The same for a session, or a report about one, that a component has recorded as lines. A label in front of a command
+// ("SmtpCmdSent: ") stays.
 [[nodiscard]] Text MaskSession(TextView session);
 
 class SmtpSession {
@@ -60,7 +60,7 @@ class SmtpSession {
   [[nodiscard]] const std::vector<Refusal>& RefusedRecipients() const { return refused_; }
   // Of this connection, those of the login without their secrets; at most some hundred.
   [[nodiscard]] const std::vector<Exchange>& Exchanges() const { return exchanges_; }
-  // What goes over the connection from now on is encrypted.
+  // Everything from now on goes over the connection encrypted.
   [[nodiscard]] bool IsTls() const { return tls_; }
   // The password itself, not a proof of it, went over a connection without TLS.
   [[nodiscard]] bool PasswordInClear() const { return passwordInClear_; }

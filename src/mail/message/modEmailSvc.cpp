@@ -36,9 +36,9 @@ Text Mailbox(TextView name, TextView address) {
 }  // namespace
 
 modEmailSvc::modEmailSvc(const EmailServiceParts& parts)
-    : parts_(parts), configIniPath_(parts.environment.ApplicationFolder() + u"Config\\Orvanta.ini") {}
-
-modEmailSvc::~modEmailSvc() { Wipe(settings_.password); }
+    : parts_(parts), configIniPath_(parts.environment.ApplicationFolder() + u"Config\\Orvanta.ini") {
+  settings_.server.sslType = settings_.server.authMethod = -1;
+}
 
 Text modEmailSvc::SendEventsEmail(TextView subject, TextView body, TextView attachmentPath) {
   Proc proc(kModule, u"SendEventsEmail", ProcKind::Function);
@@ -46,15 +46,17 @@ Text modEmailSvc::SendEventsEmail(TextView subject, TextView body, TextView atta
   proc.ByVal(u"sBody", body);
   proc.ByVal(u"sAttachmentPath", attachmentPath);
   return proc.Run(Text(), [&] {
-    for (const Copy& copy : AlertCopies()) SendEmail(copy.to, copy.sender, subject, body, attachmentPath);
+    const PlainIni settings = LoadSettings();
+    for (const Copy& copy : AlertCopies(settings)) Send(&settings, {copy.to, copy.sender, subject, body, attachmentPath});
     return Text();
   });
 }
 
+std::vector<modEmailSvc::Copy> modEmailSvc::AlertCopies() { return AlertCopies(LoadSettings()); }
+
 // The client's address, identifier and wish come from the old key alone.
-std::vector<modEmailSvc::Copy> modEmailSvc::AlertCopies() {
+std::vector<modEmailSvc::Copy> modEmailSvc::AlertCopies(const PlainIni& ini) {
   std::vector<Copy> copies;
-  const PlainIni ini = LoadSettings();
   Copy technician = TechnicianCopy(ini);
   const bool clientWantsEvents = MachineValue(kOldClientKey, u"EmailClientEvents") == u"1";
   if (Text client = MachineValue(kOldClientKey, u"ClientEmail"); clientWantsEvents && !client.empty()) {
@@ -84,26 +86,38 @@ PlainIni modEmailSvc::LoadSettings() {
 }
 
 bool modEmailSvc::GetEmailConfig() {
+  Text problem;
+  return TakeConfig(nullptr, problem);
+}
+
+bool modEmailSvc::TakeConfig(const PlainIni* known, Text& problem) {
   Proc proc(kModule, u"GetEmailConfig", ProcKind::Function);
   return proc.Run(false, [&] {
-    const PlainIni ini = LoadSettings();
-    const auto read = [&](TextView key) { return parts_.ini.ReadINI(ini, configIniPath_, u"EmailConfig", key); };
-    Text missing;
-    if (!Replace(settings_.technicianAddress, read(u"AdminEmail"))) missing += u" AdminEmail";
-    if (!Replace(settings_.host, read(u"SMTPServer"))) missing += u" SMTPServer";
-    if (!Replace(settings_.port, read(u"SMTPPort"))) missing += u" SMTPPort";
-    Replace(settings_.username, read(u"SMTPUserName"));
-    if (!TakePassword(proc, ini)) return false;
-    ReplaceNumber(settings_.autoFix, u"AutoFix", read(u"AutoFix"));
-    ReplaceNumber(settings_.sslType, u"UseSSL", read(u"UseSSL"));
-    ReplaceNumber(settings_.authMethod, u"SMTPAuth", read(u"SMTPAuth"));
-    if (!missing.empty()) proc.Log(u"Nothing can be mailed, [EmailConfig] lacks:" + missing);
-    return missing.empty();
+    const PlainIni own = known == nullptr ? LoadSettings() : PlainIni();
+    const bool complete = KeepingReason(problem, [&] { return TakeServer(known == nullptr ? own : *known, problem); });
+    if (!complete) proc.Log(problem);
+    return complete;
   });
 }
 
+bool modEmailSvc::TakeServer(const PlainIni& ini, Text& problem) {
+  const auto read = [&](TextView key) { return parts_.ini.ReadINI(ini, configIniPath_, u"EmailConfig", key); };
+  SmtpServer& server = settings_.server;
+  Text missing;
+  if (!Replace(settings_.technicianAddress, read(u"AdminEmail"))) missing += u" AdminEmail";
+  if (!Replace(server.host, read(u"SMTPServer"))) missing += u" SMTPServer";
+  if (!Replace(settings_.port, read(u"SMTPPort"))) missing += u" SMTPPort";
+  Replace(server.username, read(u"SMTPUserName"));
+  if (!TakePassword(ini, problem)) return false;
+  ReplaceNumber(server.autoFix, u"AutoFix", read(u"AutoFix"));
+  ReplaceNumber(server.sslType, u"UseSSL", read(u"UseSSL"));
+  ReplaceNumber(server.authMethod, u"SMTPAuth", read(u"SMTPAuth"));
+  if (!missing.empty()) problem = u"Nothing can be mailed, [EmailConfig] lacks:" + missing;
+  return missing.empty();
+}
+
 // Neither form of the password may become a value of a traced procedure: short ones are not masked there.
-bool modEmailSvc::TakePassword(Proc& proc, const PlainIni& ini) {
+bool modEmailSvc::TakePassword(const PlainIni& ini, Text& problem) {
   Text stored = ProfileValue(ini.RawValue(u"EmailConfig", u"SMTPPassword").value_or(TextView()));
   const WipeAtEnd storedWiped(stored);
   if (stored.empty()) return true;
@@ -111,11 +125,11 @@ bool modEmailSvc::TakePassword(Proc& proc, const PlainIni& ini) {
   StoredPassword::Unscrambled password = StoredPassword::UnscrambleText(stored, StoredPassword::kKey);
   const WipeAtEnd passwordWiped(password.text);
   if (!password.problem.empty()) {
-    proc.Log(Text(u"Cannot decode [EmailConfig] SMTPPassword: ").append(password.problem));
+    problem = Text(u"Cannot decode [EmailConfig] SMTPPassword: ").append(password.problem);
     return false;
   }
   Diagnostics().AddSecret(password.text);
-  settings_.password.swap(password.text);
+  settings_.server.password = password.text;
   return true;
 }
 

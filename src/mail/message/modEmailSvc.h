@@ -3,8 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
-#include <optional>
 #include <vector>
 
 #include "base/Text.h"
@@ -16,7 +14,7 @@
 
 namespace ovs {
 
-// What the module works with; all must outlive it.
+// The module's collaborators; all must outlive it.
 struct EmailServiceParts {
   App_Common& ini;
   App_Registry& registry;
@@ -24,14 +22,16 @@ struct EmailServiceParts {
   App_Env& environment;
   MailEngines& engines;
   MailUser& user;
-  std::function<const Config_Class*()> store;  // may give null
+  const Config_Class& store;
+  MailOutcomeSink onOutcome = {};  // may be empty
 };
 
+// One thread at a time.
 class modEmailSvc final : public AlertMailer {
  public:
-  // The main settings file is the application folder's "Config\Orvanta.ini", read anew for each mail.
+  // The main settings file is the application folder's "Config\Orvanta.ini", read once for each alert: the client's copy and
+  // the technician's are made of one version of it.
   explicit modEmailSvc(const EmailServiceParts& parts);
-  ~modEmailSvc() override;
   modEmailSvc(const modEmailSvc&) = delete;
   modEmailSvc& operator=(const modEmailSvc&) = delete;
 
@@ -40,17 +40,18 @@ class modEmailSvc final : public AlertMailer {
   // One mail that an alert gives rise to.
   struct Copy {
     Text to;
-    Text sender;  // who the mail names as its sender
+    Text sender;  // that the mail names
     bool isClients = false;
   };
-  // Those an alert would have at this moment, in their order; whether they can be sent is not looked at.
+  // The copies that an alert would have at this moment, in their order, whether or not they can be sent.
   [[nodiscard]] std::vector<Copy> AlertCopies();
   // The technician's, whether or not technicians get alerts; without address when none is set.
   [[nodiscard]] Copy TechnicianCopy();
 
-  // The way a mail would take at this moment. The password is only told to be there.
+  // The way that a mail would take at this moment. Whether there is a password is told, the password is not.
   struct Route {
-    bool usable = false;  // false when something is missing or cannot be read; the debug log tells what
+    bool usable = false;
+    Text problem;  // a setting that is missing or cannot be read; empty when usable
     Text host;
     Text port;
     Text userName;
@@ -61,12 +62,12 @@ class modEmailSvc final : public AlertMailer {
   };
   [[nodiscard]] Route RouteOfMails();
 
-  // Composes and sends one mail; true when it was sent. The client's details and the attachments go to technicians only.
-  // `attachmentPath` names a file or a folder whose files are attached.
+  // Composes and sends one mail by the settings file as it is now; true when it was sent. The client's details and the
+  // attachments go to technicians only. `attachmentPath` names a file or a folder whose files are attached.
   bool SendEmail(TextView toAddress, TextView senderText, TextView subject, TextView body, TextView attachmentPath);
 
-  // Loads the SMTP settings; true when technician address, host and port are all present. What is missing keeps its
-  // earlier value. A number or a password that cannot be read ends the loading: false.
+  // Loads the SMTP settings; true when technician address, host and port are all present. A setting that is missing keeps
+  // its earlier value. A number or a password that cannot be read ends the loading: false.
   bool GetEmailConfig();
 
   [[nodiscard]] Text GetClientEmail();
@@ -81,15 +82,18 @@ class modEmailSvc final : public AlertMailer {
  private:
   struct Settings {
     Text technicianAddress;
-    Text host;
-    Text port;
-    Text username;
-    Text password;
-    std::int32_t autoFix = 1;
-    std::int32_t sslType = -1;     // none set
-    std::int32_t authMethod = -1;  // none set
+    Text port;          // the server's, as it was typed
+    SmtpServer server;  // SSL type and login method are -1 while none is set
   };
-  // Who the machine's user is.
+  // A mail as its caller wants it.
+  struct Order {
+    TextView to;
+    TextView sender;
+    TextView subject;
+    TextView body;
+    TextView attachmentPath;
+  };
+  // The person whose machine this is.
   struct Client {
     Text identifier;
     Text name;
@@ -99,21 +103,28 @@ class modEmailSvc final : public AlertMailer {
 
   // The main settings file as it is now; without keys when it is missing or unusable.
   [[nodiscard]] PlainIni LoadSettings();
+  [[nodiscard]] std::vector<Copy> AlertCopies(const PlainIni& ini);
   [[nodiscard]] Copy TechnicianCopy(const PlainIni& ini);
-  [[nodiscard]] bool TakePassword(class Proc& proc, const PlainIni& ini);
+  // Without `known` the settings file is read. `problem` becomes the reason of a false.
+  bool TakeConfig(const PlainIni* known, Text& problem);
+  [[nodiscard]] bool TakeServer(const PlainIni& ini, Text& problem);
+  [[nodiscard]] bool TakePassword(const PlainIni& ini, Text& problem);
   // A text below HKEY_LOCAL_MACHINE; empty when it is missing.
   [[nodiscard]] Text MachineValue(TextView key, TextView name);
   // The client's value of that name, from the second key when the first has none.
   [[nodiscard]] Text ClientValue(TextView name);
 
   // modEmailSvcCompose.cpp
+  bool Send(const PlainIni* known, const Order& order);
+  [[nodiscard]] bool ComposeAndSend(class Proc& proc, const PlainIni& ini, const Order& order, MailOutcome& outcome);
   [[nodiscard]] std::vector<Text> FilesToAttach(TextView attachmentPath);
   [[nodiscard]] bool IsTechnician(const PlainIni& ini, TextView address);
   [[nodiscard]] Text ReportName();
   [[nodiscard]] Text BodyHead(const PlainIni& ini);
   [[nodiscard]] Text ClientDetails(const Client& client);
   [[nodiscard]] MailParts PartsOfMail() const;
-  void SetSmtpSettings(vtxEmail& mail) const;
+  // Throws RuntimeError when the port is no number.
+  void SetServer(SmtpServer& server) const;
 
   EmailServiceParts parts_;
   Text configIniPath_;

@@ -1,4 +1,4 @@
-// How one mail is composed: recipients' kinds, body, attachments.
+// The composition of one mail: kinds of recipients, body, attachments.
 #include "base/App_Strings.h"
 #include "base/Numbers.h"
 #include "base/RuntimeError.h"
@@ -12,8 +12,6 @@ namespace ovs {
 namespace {
 
 constexpr TextView kModule = u"modEmailSvc";
-constexpr std::int32_t kLastSslType = 4;
-constexpr std::int32_t kAutomaticMethod = 5;
 
 // The blank at its end belongs there.
 constexpr TextView kBodyTail = u"\r\n---\r\nThis message sent by ";
@@ -34,74 +32,93 @@ Text SubjectTag(TextView identifier, TextView name) {
 
 bool modEmailSvc::SendEmail(TextView toAddress, TextView senderText, TextView subject, TextView body,
                             TextView attachmentPath) {
-  Proc proc(kModule, u"SendEmail", ProcKind::Function);
-  proc.ByVal(u"sToAddress", toAddress);
-  proc.ByVal(u"sSenderText", senderText);
-  proc.ByVal(u"sSubject", subject);
-  proc.ByVal(u"sBody", body);
-  proc.ByVal(u"sAttachmentPath", attachmentPath);
-  return proc.Run(false, [&] {
-    if (!GetEmailConfig()) return false;
-    const PlainIni ini = LoadSettings();
-    const std::vector<Text> files = FilesToAttach(attachmentPath);
-    const Client client{GetClientIdentifier(), GetClientName(), GetClientPhone(), GetClientEmail()};
-    const bool withDetails = IsTechnician(ini, toAddress);
-    Text text = BodyHead(ini);
-    if (withDetails) text += ClientDetails(client);
-    const TextView sender = senderText.empty() ? toAddress : senderText;
+  return Send(nullptr, {toAddress, senderText, subject, body, attachmentPath});
+}
 
-    vtxEmail mail(PartsOfMail());
-    mail.ShowErrorMsgs = false;
-    mail.ShowSuccessMsgs = false;
-    mail.EmailBodyAppendTailMsg = false;
-    SetSmtpSettings(mail);
-    mail.EmailReplyTo = sender;
-    mail.EmailTo = toAddress;
-    mail.EmailSubject = Text(subject).append(u" - ") + SubjectTag(client.identifier, client.name);
-    mail.EmailBody = text.append(body).append(kBodyTail);
-    const bool userIsSender = settings_.username.find(u'&') != Text::npos;
-    mail.EmailFrom = userIsSender ? settings_.username : Text(sender);
-    if (IsTechnician(ini, toAddress)) {
-      for (const Text& file : files) mail.AddFileAttachment(file);
-    }
-    proc.Log(u"Sending email...");
-    return mail.SendEmail();
+bool modEmailSvc::Send(const PlainIni* known, const Order& order) {
+  Proc proc(kModule, u"SendEmail", ProcKind::Function);
+  proc.ByVal(u"sToAddress", order.to);
+  proc.ByVal(u"sSenderText", order.sender);
+  proc.ByVal(u"sSubject", order.subject);
+  proc.ByVal(u"sBody", order.body);
+  proc.ByVal(u"sAttachmentPath", order.attachmentPath);
+  MailOutcome outcome;
+  const bool sent = proc.Run(false, [&] {
+    outcome.to = order.to;
+    const PlainIni own = known == nullptr ? LoadSettings() : PlainIni();
+    return KeepingReason(outcome.reason,
+                         [&] { return ComposeAndSend(proc, known == nullptr ? own : *known, order, outcome); });
   });
+  proc.Run([&] {
+    if (parts_.onOutcome) parts_.onOutcome(outcome);
+  });
+  return sent;
+}
+
+bool modEmailSvc::ComposeAndSend(Proc& proc, const PlainIni& ini, const Order& order, MailOutcome& outcome) {
+  if (!TakeConfig(&ini, outcome.reason)) return false;
+  const std::vector<Text> files = FilesToAttach(order.attachmentPath);
+  const Client client{GetClientIdentifier(), GetClientName(), GetClientPhone(), GetClientEmail()};
+  const bool withDetails = IsTechnician(ini, order.to);
+  Text text = BodyHead(ini);
+  if (withDetails) text += ClientDetails(client);
+  const TextView sender = order.sender.empty() ? order.to : order.sender;
+
+  vtxEmail mail(PartsOfMail());
+  mail.ShowErrorMsgs = false;
+  mail.ShowSuccessMsgs = false;
+  mail.EmailBodyAppendTailMsg = false;
+  SetServer(mail.Smtp);
+  mail.EmailReplyTo = sender;
+  mail.EmailTo = order.to;
+  mail.EmailSubject = Text(order.subject).append(u" - ") + SubjectTag(client.identifier, client.name);
+  mail.EmailBody = text.append(order.body).append(kBodyTail);
+  const bool userIsSender = settings_.server.username.find(u'&') != Text::npos;
+  mail.EmailFrom = userIsSender ? settings_.server.username : Text(sender);
+  if (IsTechnician(ini, order.to)) {
+    for (const Text& file : files) mail.AddFileAttachment(file);
+  }
+  proc.Log(kSendingEntry);
+  const bool sent = mail.SendEmail();
+  outcome = mail.TakeOutcome();
+  return sent;
 }
 
 modEmailSvc::Route modEmailSvc::RouteOfMails() {
   Proc proc(kModule, u"RouteOfMails", ProcKind::Sub);
   Route route;
   proc.Run([&] {
-    route.usable = GetEmailConfig();
-    route.host = settings_.host;
+    const bool complete = TakeConfig(nullptr, route.problem);
+    route.host = settings_.server.host;
     route.port = settings_.port;
-    route.userName = settings_.username;
-    route.hasPassword = !settings_.password.empty();
-    if (!route.usable) return;
-    route.usable = false;  // until the end is reached: a port that is no number raises
-    vtxEmail mail(PartsOfMail());
-    SetSmtpSettings(mail);
-    route.sslType = mail.SmtpSSLType;
-    route.autoFix = mail.SmtpAutoFix;
-    route.engine = mail.EngineName();
+    route.userName = settings_.server.username;
+    route.hasPassword = !settings_.server.password.empty();
+    if (!complete) return;
+    KeepingReason(route.problem, [&] {
+      vtxEmail mail(PartsOfMail());
+      SetServer(mail.Smtp);
+      route.sslType = mail.SmtpSSLType;
+      route.autoFix = mail.SmtpAutoFix;
+      route.engine = mail.EngineName();
+    });
     route.usable = true;
   });
   return route;
 }
 
 MailParts modEmailSvc::PartsOfMail() const {
-  return {parts_.fileSystem, parts_.environment, parts_.engines, parts_.user, parts_.store ? parts_.store() : nullptr};
+  return {parts_.fileSystem, parts_.environment, parts_.engines, parts_.user, parts_.store};
 }
 
-void modEmailSvc::SetSmtpSettings(vtxEmail& mail) const {
-  mail.SmtpHost = settings_.host;
-  mail.SmtpPort = PortNumber(settings_.port);
-  mail.SmtpUsername = settings_.username;
-  mail.SmtpPassword = settings_.password;
-  mail.SmtpAutoFix = settings_.autoFix;
-  if (IsWithin(settings_.sslType, kLastSslType)) mail.SmtpSSLType = settings_.sslType;
-  mail.SmtpAuthMethod = IsWithin(settings_.authMethod, kAutomaticMethod) ? settings_.authMethod : kAutomaticMethod;
+void modEmailSvc::SetServer(SmtpServer& server) const {
+  const SmtpServer& own = settings_.server;
+  server.host = own.host;
+  server.port = PortNumber(settings_.port);
+  server.username = own.username;
+  server.password = own.password;
+  server.autoFix = own.autoFix;
+  if (IsWithin(own.sslType, kSslByPort)) server.sslType = own.sslType;
+  server.authMethod = IsWithin(own.authMethod, kAuthAutomatic) ? own.authMethod : std::int32_t{kAuthAutomatic};
 }
 
 // --- attachments

@@ -17,8 +17,6 @@ constexpr TextView kPasswordKey = u"Email.SMTP.Password";
 
 vtxEmail::vtxEmail(const MailParts& parts) : parts_(parts) { SetDefaultEmailConfig(); }
 
-vtxEmail::~vtxEmail() { Wipe(SmtpPassword); }
-
 // --- the log
 
 void vtxEmail::ClearLogText() {
@@ -90,17 +88,18 @@ bool vtxEmail::HasSmtpPassword(bool test) const {
 bool vtxEmail::SetDefaultEmailConfig() {
   Proc proc(kModule, u"SetDefaultEmailConfig", ProcKind::Function);
   return proc.Run(false, [&] {
-    constexpr std::int32_t kLogin = 1;
     SmtpAutoFix = HasSetting(u"Email.SMTP.AutoFix") ? NumberSetting(u"Email.SMTP.AutoFix") : 1;
     SmtpUsername = Setting(u"Email.SMTP.Username");
-    SmtpPassword = Setting(kPasswordKey);
+    Text password = Setting(kPasswordKey);
+    const WipeAtEnd wiped(password);
+    SmtpPassword = password;
     SmtpHost = Setting(u"Email.SMTP.Host");
     SmtpPort = NumberSetting(u"Email.SMTP.Port");
     SmtpSSLType = NumberSetting(u"Email.SMTP.SSLType");
     if (HasSetting(u"Email.SMTP.AuthMethod")) {
       SmtpAuthMethod = NumberSetting(u"Email.SMTP.AuthMethod");
     } else if (HasSetting(kPasswordKey)) {
-      SmtpAuthMethod = kLogin;
+      SmtpAuthMethod = kAuthLogin;
     }
     EmailFrom = Setting(u"Email.From");
     EmailReplyTo = Setting(u"Email.ReplyTo");
@@ -123,10 +122,10 @@ bool vtxEmail::ShowCriticalUserMsgs() const {
   return ShowSuccessMsgs || ShowErrorMsgs || !parts_.environment.AutomaticMode() || showCriticalUserMsgs_;
 }
 
-Text vtxEmail::Setting(TextView key) const { return parts_.store == nullptr ? Text() : parts_.store->GetString(key); }
+Text vtxEmail::Setting(TextView key) const { return parts_.store.GetString(key); }
 
-bool vtxEmail::HasSetting(TextView key) const { return parts_.store != nullptr && parts_.store->SettingExist(key); }
+bool vtxEmail::HasSetting(TextView key) const { return parts_.store.SettingExist(key); }
 
-std::int32_t vtxEmail::NumberSetting(TextView key) const { return parts_.store == nullptr ? 0 : parts_.store->GetLong(key); }
+std::int32_t vtxEmail::NumberSetting(TextView key) const { return parts_.store.GetLong(key); }
 
 }  // namespace ovs

@@ -1,17 +1,19 @@
-// One e-mail message with the SMTP settings needed to send it, the files to attach, the switches for user messages, and a
-// running log of what the send did.
+// One e-mail message: its texts, the mail server, the files to attach, the switches for user messages, and a running log of
+// the send.
 //
 // A new object holds the defaults of the settings store. No operation fails to the caller: errors are reported to the
 // debug log and give false. One thread at a time.
 #pragma once
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "base/Text.h"
 #include "base/Vell_String.h"
 #include "config/Config_Class.h"
 #include "mail/engines/MailComponent.h"
+#include "mail/message/AlertMailer.h"
 #include "mail/message/MailUser.h"
 #include "platform/App_Env.h"
 #include "platform/App_FileSystem.h"
@@ -19,38 +21,31 @@
 
 namespace ovs {
 
-// What a message works with; all must outlive it.
+// Entries of the debug log that a reader of the log, in another process, may look for.
+inline constexpr TextView kSendingEntry = u"Sending email...";
+inline constexpr TextView kComponentSentEntry = u"ckSendEmail Success!";
+// "True" or "False" follows.
+inline constexpr TextView kComponentResultEntry = u"ckSendEmail Result = ";
+inline constexpr TextView kSystemResultEntry = u"cdoSendEmail Result = ";
+
+// A message's collaborators; all must outlive it.
 struct MailParts {
   App_FileSystem& fileSystem;
   App_Env& environment;
   MailEngines& engines;
   MailUser& user;
-  const Config_Class* store;  // null: no settings
+  const Config_Class& store;
 };
 
 class vtxEmail {
  public:
   explicit vtxEmail(const MailParts& parts);
-  ~vtxEmail();
   vtxEmail(const vtxEmail&) = delete;
   vtxEmail& operator=(const vtxEmail&) = delete;
 
+  // --- the message and its server
+
   bool AddPriorityHeader = false;
-
-  // --- the log. Writing one of the four values also appends it to the log, masked where it holds a secret.
-  void ClearLogText();
-  [[nodiscard]] Text LogFullText() const;
-  [[nodiscard]] const Text& LogSmtpFailReason() const { return failReason_; }
-  void SetLogSmtpFailReason(TextView value) { SetLogValue(failReason_, u"Last Fail Reason [", value); }
-  [[nodiscard]] const Text& LogSmtpLastErrorText() const { return lastErrorText_; }
-  void SetLogSmtpLastErrorText(TextView value) { SetLogValue(lastErrorText_, u"Last Error [", value); }
-  [[nodiscard]] const Text& LogSmtpLastStatus() const { return lastStatus_; }
-  void SetLogSmtpLastStatus(TextView value) { SetLogValue(lastStatus_, u"Last Status [", value); }
-  [[nodiscard]] const Text& LogSmtpSession() const { return session_; }
-  void SetLogSmtpSession(TextView value) { SetLogValue(session_, u"Session [", value); }
-  // The last send went through the mail component rather than the system's message object.
-  bool UsedChilkatSendMethod = false;
-
   Text EmailFrom;
   Text EmailReplyTo;
   Text EmailTo;
@@ -66,48 +61,69 @@ class vtxEmail {
   bool ZipAttachments = false;
   Text ZipFileName;
   Text ZipFile;  // full path; decided by the send when it is empty
-  Text SmtpUsername;
-  Text SmtpPassword;
-  Text SmtpHost;
-  std::int32_t SmtpPort = 0;
-  std::int32_t SmtpSSLType = 0;
-  Text SmtpLoginDomain;
-  std::int32_t SmtpSSLProtocol = 0;
-  [[nodiscard]] Text SmtpSSLProtocolStr() const { return Text(ckSSLProtocolStr(SmtpSSLProtocol)); }
-  std::int32_t SmtpAuthMethod = 0;
-  [[nodiscard]] Text SmtpAuthMethodStr() const { return Text(ckSmtpAuthMethodStr(SmtpAuthMethod)); }
-  std::int32_t SmtpAutoFix = 1;
+  // The server; the properties below name its parts.
+  SmtpServer Smtp;
+  Text& SmtpUsername = Smtp.username;
+  SecretText& SmtpPassword = Smtp.password;
+  Text& SmtpHost = Smtp.host;
+  std::int32_t& SmtpPort = Smtp.port;
+  std::int32_t& SmtpSSLType = Smtp.sslType;
+  Text& SmtpLoginDomain = Smtp.loginDomain;
+  std::int32_t& SmtpSSLProtocol = Smtp.sslProtocol;
+  std::int32_t& SmtpAuthMethod = Smtp.authMethod;
+  std::int32_t& SmtpAutoFix = Smtp.autoFix;
   bool RequireAllSettingsForSend = true;
-  // False only in automatic mode, when neither success nor errors are to be shown and nobody set it.
-  [[nodiscard]] bool ShowCriticalUserMsgs() const;
-  void SetShowCriticalUserMsgs(bool show) { showCriticalUserMsgs_ = show; }
   bool ShowSuccessMsgs = false;
   bool ShowErrorMsgs = false;
 
   // Adds a file that exists; any other is reported and left out.
   void AddFileAttachment(TextView file);
-  // Adds every file of the folder that matches the mask, to `recursionLevel` levels below it (0 none, -1 all).
-  void AddFileAttachmentsFromPath(TextView path, TextView mask = u"*.*", std::int32_t recursionLevel = 0);
-  void ClearFileAttachments() { attachments_.clear(); }
-  [[nodiscard]] const std::vector<Text>& FileAttachments() const { return attachments_; }
-  // True when the store holds "Email.SMTP.Password", or "Test.Email.SMTP.Password" with `test`.
-  [[nodiscard]] bool HasSmtpPassword(bool test = false) const;
   // Loads the defaults from the store; the result is SendReady.
   bool SetDefaultEmailConfig();
+
+  // --- the send
+
   // True when a send has the settings that it needs: a host, and with RequireAllSettingsForSend user name, password, sender
   // and recipients too.
   [[nodiscard]] bool SendReady() const { return MissingSetting().empty(); }
-
   // The engine that a send would use.
   [[nodiscard]] Text EngineName() const;
-
   // Sends the message; true when a server took it for one recipient at least.
   bool SendEmail(bool useChilkat = false);
-  // The problem report of a desktop program: not available here, always false.
-  bool SendDebugEmail();
-
+  // Of the last send; once. Never throws: the mail may have been sent.
+  [[nodiscard]] MailOutcome TakeOutcome() noexcept { return std::exchange(outcome_, {}); }
+  // The last send went through the mail component rather than the system's message object.
+  bool UsedChilkatSendMethod = false;
   // Packs the files that exist into a new archive; false when there is none to pack or the archive was not written.
   bool ckZipFileCollection(const std::vector<Text>& files, TextView zipPath);
+  // True when the store holds "Email.SMTP.Password", or "Test.Email.SMTP.Password" with `test`.
+  [[nodiscard]] bool HasSmtpPassword(bool test = false) const;
+  // False only in automatic mode, when neither success nor errors are to be shown and the flag below was not set.
+  [[nodiscard]] bool ShowCriticalUserMsgs() const;
+
+  // --- the log. Writing one of the four values also appends it to the log, masked where it holds a secret.
+
+  [[nodiscard]] Text LogFullText() const;
+  [[nodiscard]] const Text& LogSmtpFailReason() const { return failReason_; }
+  void SetLogSmtpFailReason(TextView value) { SetLogValue(failReason_, u"Last Fail Reason [", value); }
+  [[nodiscard]] const Text& LogSmtpLastErrorText() const { return lastErrorText_; }
+  void SetLogSmtpLastErrorText(TextView value) { SetLogValue(lastErrorText_, u"Last Error [", value); }
+  [[nodiscard]] const Text& LogSmtpLastStatus() const { return lastStatus_; }
+  void SetLogSmtpLastStatus(TextView value) { SetLogValue(lastStatus_, u"Last Status [", value); }
+  [[nodiscard]] const Text& LogSmtpSession() const { return session_; }
+  void SetLogSmtpSession(TextView value) { SetLogValue(session_, u"Session [", value); }
+
+  // --- members of the message object that the service itself does without
+
+  void ClearLogText();
+  void SetShowCriticalUserMsgs(bool show) { showCriticalUserMsgs_ = show; }
+  [[nodiscard]] Text SmtpSSLProtocolStr() const { return Text(ckSSLProtocolStr(SmtpSSLProtocol)); }
+  [[nodiscard]] Text SmtpAuthMethodStr() const { return Text(ckSmtpAuthMethodStr(SmtpAuthMethod)); }
+  // Adds every file of the folder that matches the mask, to `recursionLevel` levels below it (0 none, -1 all).
+  void AddFileAttachmentsFromPath(TextView path, TextView mask = u"*.*", std::int32_t recursionLevel = 0);
+  void ClearFileAttachments() { attachments_.clear(); }
+  // The problem report of a desktop program: not available here, always false.
+  bool SendDebugEmail();
 
  private:
   void SetLogValue(Text& value, TextView label, TextView text);
@@ -117,7 +133,7 @@ class vtxEmail {
   [[nodiscard]] std::int32_t NumberSetting(TextView key) const;
 
   // vtxEmailSend.cpp
-  bool Send(class Proc& proc, bool useChilkat);
+  [[nodiscard]] bool Send(class Proc& proc, bool useChilkat);
   bool TakeBodyFromFile(class Proc& proc);
   void PackAttachments(class Proc& proc);
   void PromptForSubject();
@@ -127,10 +143,13 @@ class vtxEmail {
   void ShowFailure();
 
   // vtxEmailEngines.cpp
+  [[nodiscard]] ClosedComponentOptions ComponentOptions() const;
   bool cdoSendEmail();
+  bool SendBySystemMessage(class Proc& proc);
   bool ckSendEmail();
+  bool SendByMailComponent(class Proc& proc);
   [[nodiscard]] Text FailVariables() const;
-  [[nodiscard]] SmtpSettings Settings() const;
+  [[nodiscard]] SmtpServer Server() const;
   [[nodiscard]] std::int32_t SecondsSetting(TextView key, std::int32_t initial) const;
   [[nodiscard]] MailMessage Message();
   [[nodiscard]] Text Recipients(TextView addresses);
@@ -140,6 +159,7 @@ class vtxEmail {
   void AppendToArchive(ZipArchive& archive, TextView file);
 
   MailParts parts_;
+  MailOutcome outcome_;
   std::vector<Text> attachments_;
   Vell_String log_;
   Text failReason_;

@@ -1,4 +1,4 @@
-// How a message drives the two kinds of engine, and the archive.
+// The part of a message that drives the two kinds of engine, and the archive.
 #include <array>
 
 #include "base/App_Strings.h"
@@ -27,86 +27,89 @@ bool BreaksOutsideQuotes(TextView text, TextView line) {
 
 }  // namespace
 
+ClosedComponentOptions vtxEmail::ComponentOptions() const {
+  ClosedComponentOptions options;
+  options.unlockCode = Setting(kUnlockKey);
+  options.verboseLogging = parts_.store.GetBool(u"Debug.Chilkat.Verbose");
+  if (!parts_.store.GetBool(u"Debug.Chilkat.WriteLogFiles")) return options;
+  const Text end = u"(" + parts_.environment.ProcessIdText() + u").log";
+  options.mailManDebugLog = Diagnostics().DebugLogPath(true) + u"ckMailMan_Debug" + end;
+  options.emailDebugLog = Diagnostics().DebugLogPath(true) + u"ckEmail_Debug" + end;
+  return options;
+}
+
 Text vtxEmail::EngineName() const {
   const std::unique_ptr<MailComponent> component =
-      NeedsMailComponent(false) ? parts_.engines.NewComponent(Setting(kUnlockKey)) : parts_.engines.NewSystemMessage();
+      NeedsMailComponent(false) ? parts_.engines.NewComponent(ComponentOptions()) : parts_.engines.NewSystemMessage();
   return Text(component->Name());
 }
 
 bool vtxEmail::cdoSendEmail() {
   Proc proc(kModule, u"cdoSendEmail", ProcKind::Function);
-  return proc.Run(false, [&] {
-    static constexpr std::array<TextView, 8> kFields = {u"cdoSMTPServer.Status=",
-                                                        u"cdoSMTPServerPort.Status=",
-                                                        u"cdoSMTPAuthenticate.Status=",
-                                                        u"cdoSMTPUseSSL.Status=",
-                                                        u"cdoSendUserName.Status=",
-                                                        u"cdoSendPassword.Status=",
-                                                        u"cdoSMTPConnectionTimeout.Status=",
-                                                        u"cdoSendUsingMethod.Status="};
-    SmtpSettings settings = Settings();
-    if (SmtpAuthMethod < 0 || SmtpAuthMethod > 2) settings.authMethod = HasSmtpPassword() ? 1 : 2;
-    const std::unique_ptr<MailComponent> component = parts_.engines.NewSystemMessage();
-    const std::vector<std::int32_t> statuses = component->Configure(settings);
-    log_.AddLine(u"Object Setup");
-    for (std::size_t i = 0; i < kFields.size() && i < statuses.size(); ++i) {
-      log_.AddLine(Text(kFields[i]) + NumberText(statuses[i]));
-    }
-    ComposeWith(proc, *component, u"Failed to add logo file:  ");
-    const bool sent = component->Send();
-    log_.AddLine(u"Send Email (cdo)");
-    TakeReport(proc, *component);
-    if (!sent) proc.Log(u"cdoSendEmail Failure!", EventType::Normal, FailVariables());
-    return sent;
-  });
+  return proc.Run(false, [&] { return KeepingReason(outcome_.reason, [&] { return SendBySystemMessage(proc); }); });
+}
+
+bool vtxEmail::SendBySystemMessage(Proc& proc) {
+  static constexpr std::array<TextView, MailComponent::kStatusFields> kFields = {u"cdoSMTPServer.Status=",
+                                                                                 u"cdoSMTPServerPort.Status=",
+                                                                                 u"cdoSMTPAuthenticate.Status=",
+                                                                                 u"cdoSMTPUseSSL.Status=",
+                                                                                 u"cdoSendUserName.Status=",
+                                                                                 u"cdoSendPassword.Status=",
+                                                                                 u"cdoSMTPConnectionTimeout.Status=",
+                                                                                 u"cdoSendUsingMethod.Status="};
+  SmtpServer server = Server();
+  const bool isKnown = SmtpAuthMethod >= kAuthNone && SmtpAuthMethod <= kAuthNtlm;
+  if (!isKnown) server.authMethod = HasSmtpPassword() ? kAuthLogin : kAuthNtlm;
+  const std::unique_ptr<MailComponent> component = parts_.engines.NewSystemMessage();
+  outcome_.engine = component->Name();
+  const std::vector<std::int32_t> statuses = component->Configure(server);
+  log_.AddLine(u"Object Setup");
+  for (std::size_t i = 0; i < kFields.size() && i < statuses.size(); ++i) {
+    log_.AddLine(Text(kFields[i]) + NumberText(statuses[i]));
+  }
+  ComposeWith(proc, *component, u"Failed to add logo file:  ");
+  const bool sent = component->Send();
+  log_.AddLine(u"Send Email (cdo)");
+  TakeReport(proc, *component);
+  if (!sent) proc.Log(u"cdoSendEmail Failure!", EventType::Normal, FailVariables());
+  return sent;
 }
 
 bool vtxEmail::ckSendEmail() {
   Proc proc(kModule, u"ckSendEmail", ProcKind::Function);
-  return proc.Run(false, [&] {
-    constexpr std::int32_t kAutomatic = 5;
-    const std::unique_ptr<MailComponent> component = parts_.engines.NewComponent(Setting(kUnlockKey));
-    component->Configure(Settings());
-    ComposeWith(proc, *component, u"Chilkat failed to add logo file:  ");
-    bool sent = component->Send();
-    if (!sent && SmtpAuthMethod == kAutomatic) {
-      component->SetAuthMethod(ckSmtpAuthMethodStr(1));
-      sent = component->Send();
-    }
-    TakeReport(proc, *component);
-    if (sent) {
-      proc.Log(u"ckSendEmail Success!");
-    } else {
-      proc.Log(u"ckSendEmail Failure!", EventType::Normal, FailVariables());
-    }
-    return sent;
-  });
+  return proc.Run(false, [&] { return KeepingReason(outcome_.reason, [&] { return SendByMailComponent(proc); }); });
+}
+
+bool vtxEmail::SendByMailComponent(Proc& proc) {
+  const std::unique_ptr<MailComponent> component = parts_.engines.NewComponent(ComponentOptions());
+  outcome_.engine = component->Name();
+  component->Configure(Server());
+  ComposeWith(proc, *component, u"Chilkat failed to add logo file:  ");
+  bool sent = component->Send();
+  if (!sent && SmtpAuthMethod == kAuthAutomatic) {
+    component->SetAuthMethod(kAuthLogin);
+    sent = component->Send();
+  }
+  TakeReport(proc, *component);
+  if (sent) {
+    proc.Log(kComponentSentEntry);
+  } else {
+    proc.Log(u"ckSendEmail Failure!", EventType::Normal, FailVariables());
+  }
+  return sent;
 }
 
 Text vtxEmail::FailVariables() const { return u"SmtpFailReason=" + failReason_ + u"<sep>LastErrorText=" + lastErrorText_; }
 
-SmtpSettings vtxEmail::Settings() const {
-  SmtpSettings settings;
-  settings.host = MailHeaders::OneLine(SmtpHost);
-  settings.port = SmtpPort;
-  settings.username = MailHeaders::OneLine(SmtpUsername);
-  settings.password = SmtpPassword;
-  settings.loginDomain = MailHeaders::OneLine(SmtpLoginDomain);
-  settings.sslType = SmtpSSLType;
-  settings.sslProtocol = SmtpSSLProtocol;
-  settings.authMethod = SmtpAuthMethod;
-  settings.autoFix = SmtpAutoFix;
-  settings.connectSeconds = SecondsSetting(u"Email.SMTP.ConnectTimeout", settings.connectSeconds);
-  settings.sendSeconds = SecondsSetting(u"Email.SMTP.SendTimeout", settings.sendSeconds);
-  settings.caFile = Setting(u"Email.SMTP.CAFile");
-  settings.allowUntrusted = Setting(u"Email.SMTP.AllowUntrusted") == u"1";
-  settings.verboseLogging = parts_.store != nullptr && parts_.store->GetBool(u"Debug.Chilkat.Verbose");
-  if (parts_.store != nullptr && parts_.store->GetBool(u"Debug.Chilkat.WriteLogFiles")) {
-    const Text end = u"(" + parts_.environment.ProcessIdText() + u").log";
-    settings.mailManDebugLog = Diagnostics().DebugLogPath(true) + u"ckMailMan_Debug" + end;
-    settings.emailDebugLog = Diagnostics().DebugLogPath(true) + u"ckEmail_Debug" + end;
-  }
-  return settings;
+SmtpServer vtxEmail::Server() const {
+  SmtpServer server = Smtp;
+  for (Text* const line : {&server.host, &server.username, &server.loginDomain}) *line = MailHeaders::OneLine(*line);
+  server.connectSeconds = SecondsSetting(u"Email.SMTP.ConnectTimeout", server.connectSeconds);
+  server.sendSeconds = SecondsSetting(u"Email.SMTP.SendTimeout", server.sendSeconds);
+  server.caFile = Setting(u"Email.SMTP.CAFile");
+  server.allowUntrusted = Setting(u"Email.SMTP.AllowUntrusted") == u"1";
+  return server;
 }
 
 std::int32_t vtxEmail::SecondsSetting(TextView key, std::int32_t initial) const {
@@ -119,8 +122,8 @@ std::int32_t vtxEmail::SecondsSetting(TextView key, std::int32_t initial) const 
   return initial;
 }
 
-// Without those that hold a line break or another control character outside of a quoted name: what stands behind one is not
-// what somebody meant.
+// Without those that hold a line break or another control character outside of a quoted name: nobody meant the text
+// behind one.
 Text vtxEmail::Recipients(TextView addresses) {
   Text kept;
   for (const TextView each : App_Strings::SplitViews(addresses, u",")) {
@@ -179,7 +182,7 @@ Text vtxEmail::FindLogoFile() const {
 }
 
 void vtxEmail::TakeReport(Proc& proc, MailComponent& component) {
-  const MailReport report = component.Report();
+  MailReport report = component.Report();
   for (const Text& note : report.notes) {
     log_.AddLine(note);
     proc.Log(note);
@@ -188,6 +191,11 @@ void vtxEmail::TakeReport(Proc& proc, MailComponent& component) {
   SetLogSmtpSession(report.session);
   SetLogSmtpLastErrorText(report.lastErrorText);
   SetLogSmtpLastStatus(report.lastStatus);
+  report.failReason = failReason_;
+  report.session = session_;
+  report.lastErrorText = lastErrorText_;
+  report.lastStatus = lastStatus_;
+  outcome_.report = std::move(report);
 }
 
 bool vtxEmail::ckZipFileCollection(const std::vector<Text>& files, TextView zipPath) {

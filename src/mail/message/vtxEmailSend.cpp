@@ -26,7 +26,12 @@ bool vtxEmail::SendEmail(bool useChilkat) {
   proc.ByVal(u"EmailTo", EmailTo);
   proc.ByVal(u"EmailSubject", EmailSubject);
   bool sent = false;
-  proc.Run([&] { sent = Send(proc, useChilkat); });
+  proc.Run([&] {
+    outcome_ = {};
+    outcome_.to = EmailTo;
+    sent = KeepingReason(outcome_.reason, [&] { return Send(proc, useChilkat); });
+  });
+  outcome_.sent = sent;
   proc.Run([&] {
     if (ZipAttachments && !ZipFile.empty() && parts_.fileSystem.FileExist(ZipFile)) parts_.fileSystem.FileDelete(ZipFile);
   });
@@ -50,7 +55,8 @@ bool vtxEmail::Send(Proc& proc, bool useChilkat) {
   UsedChilkatSendMethod = NeedsMailComponent(useChilkat);
   if (!SendReady() && !MakeReady(proc)) return false;
   const bool sent = UsedChilkatSendMethod ? ckSendEmail() : cdoSendEmail();
-  proc.Log((UsedChilkatSendMethod ? u"ckSendEmail Result = " : u"cdoSendEmail Result = ") + Text(sent ? u"True" : u"False"));
+  if (!sent && outcome_.reason.empty()) outcome_.reason = outcome_.report.failReason;
+  proc.Log(Text(UsedChilkatSendMethod ? kComponentResultEntry : kSystemResultEntry) + (sent ? u"True" : u"False"));
   ShowResult(sent);
   return sent;
 }
@@ -59,7 +65,8 @@ bool vtxEmail::TakeBodyFromFile(Proc& proc) {
   Text content;
   if (!parts_.fileSystem.FileExist(EmailBody) || !parts_.fileSystem.GetFileToString(EmailBody, content)) {
     log_.AddLine(EmailBody);
-    proc.Log(u"The file of the mail's body does not exist or cannot be read: " + EmailBody);
+    outcome_.reason = u"The file of the mail's body does not exist or cannot be read: " + EmailBody;
+    proc.Log(outcome_.reason);
     return false;
   }
   EmailBody = std::move(content);
@@ -82,21 +89,19 @@ void vtxEmail::PackAttachments(Proc& proc) {
 }
 
 void vtxEmail::PromptForSubject() {
-  const bool wanted = parts_.store != nullptr && parts_.store->GetBool(u"Email.PromptForSubject");
+  const bool wanted = parts_.store.GetBool(u"Email.PromptForSubject");
   if (!wanted || parts_.environment.AutomaticMode()) return;
   const std::optional<Text> reply = parts_.user.InputBox(u"Email Subject", u"Modify Subject Line", EmailSubject);
   if (reply && !reply->empty()) EmailSubject = *reply;
 }
 
 bool vtxEmail::NeedsMailComponent(bool useChilkat) const {
-  constexpr std::int32_t kFirstSslType = 2;
-  constexpr std::int32_t kFirstMethod = 3;
-  return useChilkat || SmtpSSLType >= kFirstSslType || SmtpAuthMethod >= kFirstMethod || EmailBodyIsHTML ||
-         AddPriorityHeader;
+  return useChilkat || SmtpSSLType >= kSslStartTls || SmtpAuthMethod >= kAuthPlain || EmailBodyIsHTML || AddPriorityHeader;
 }
 
 bool vtxEmail::MakeReady(Proc& proc) {
-  proc.Log(u"The mail cannot be sent, a setting is missing: " + Text(MissingSetting()));
+  outcome_.reason = u"The mail cannot be sent, a setting is missing: " + Text(MissingSetting());
+  proc.Log(outcome_.reason);
   if (!ShowCriticalUserMsgs() || parts_.environment.AutomaticMode()) return false;
   const int answer = parts_.user.Box(
       u"You must configure an SMTP server to send email!\r\n\r\n"

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "base/Numbers.h"
-#include "mail/engines/SmtpPlan.h"
+#include "mail/engines/SmtpServer.h"
 #include "ovsctl/check/CheckIni.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/mail/ServiceMail.h"
@@ -14,7 +14,6 @@ namespace {
 
 constexpr std::int32_t kImplicitPort = 465;
 constexpr std::int32_t kSubmissionPort = 587;
-constexpr std::int32_t kImplicitTls = 1;
 
 class MailSettings {
  public:
@@ -44,7 +43,7 @@ class MailSettings {
     const std::int32_t port = Number(MainSettings::kSmtpPort, 0);
     const std::int32_t sslType = Number(MainSettings::kUseSsl, 0);
     const std::int32_t autoFix = Number(MainSettings::kAutoFix, 1);
-    const bool sendsPassword = Number(MainSettings::kSmtpAuth, 5) != 0;
+    const bool sendsPassword = Number(MainSettings::kSmtpAuth, kAuthAutomatic) != kAuthNone;
     if (port == 0) return;
     const SmtpPlan plan = PlanConnection(sslType, port, autoFix, sendsPassword);
     const bool secured = plan.implicitTls || plan.startTls == StartTls::Required;
@@ -69,7 +68,7 @@ class MailSettings {
       findings_.Warning(
           line, "port 465 speaks TLS from the first byte, which UseSSL=" + std::to_string(sslType) + " does not do" + fixed,
           "Write UseSSL=1, or SMTPPort=587.");
-    } else if (port != kImplicitPort && sslType == kImplicitTls && (port == kSubmissionPort || port == 25)) {
+    } else if (port != kImplicitPort && sslType == kSslImplicit && (port == kSubmissionPort || port == 25)) {
       findings_.Warning(
           line, "UseSSL=1 means TLS from the first byte, which port " + std::to_string(port) + " does not speak" + fixed,
           "Write UseSSL=2, or SMTPPort=465.");

@@ -6,7 +6,7 @@
 #include "base/Fold.h"
 #include "base/Numbers.h"
 #include "base/Wipe.h"
-#include "mail/engines/MailAddress.h"
+#include "mail/engines/MailHeaders.h"
 #include "mail/message/StoredPassword.h"
 #include "os/PendingError.h"
 #include "ovsctl/cli/Console.h"

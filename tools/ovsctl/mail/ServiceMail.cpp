@@ -1,11 +1,7 @@
 #include "ovsctl/mail/ServiceMail.h"
 
 #include "config/Config_Init.h"
-#include "mail/engines/os/MailMachine.h"
-#include "os/Clock.h"
-#include "os/Crypto.h"
-#include "os/Registry.h"
-#include "os/System.h"
+#include "os/Machine.h"
 #include "ovsctl/cli/Console.h"
 
 namespace ovs {
@@ -18,13 +14,18 @@ int MessagePrompt::Show(TextView text, TextView /*caption*/, std::uint32_t /*fla
 ServiceMail::ServiceMail(Installation& installation)
     : store_(Config_Init(installation.FileSystem(), installation.Environment(), installation.Parts().crypt,
                          {.bNoReleaseSave = true})),
-      real_(SystemMailEngines({os::SystemFiles(), os::SystemClock(), os::ThisSystem(), os::SystemCrypto()})),
-      engines_(*real_),
+      engines_(SystemMailEngines(installation.Parts().machine)),
       user_(prompt_),
-      module_({installation.Ini(), installation.Parts().registry, installation.FileSystem(), installation.Environment(),
-               engines_, user_, [this] { return store_.get(); }}) {
+      module_({.ini = installation.Ini(),
+               .registry = installation.Parts().registry,
+               .fileSystem = installation.FileSystem(),
+               .environment = installation.Environment(),
+               .engines = *engines_,
+               .user = user_,
+               .store = *store_,
+               .onOutcome = [this](const MailOutcome& outcome) { outcomes_.push_back(outcome); }}) {
   installation.Environment().SetAutomaticMode(true);
-  engines_.Start();
+  engines_->Start();
 }
 
 }  // namespace ovs

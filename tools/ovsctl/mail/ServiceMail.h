@@ -2,18 +2,19 @@
 #pragma once
 
 #include <memory>
+#include <utility>
+#include <vector>
 
 #include "config/Config_Class.h"
 #include "config/ckCrypt_Config.h"
 #include "mail/message/MailUser.h"
 #include "mail/message/modEmailSvc.h"
 #include "ovsctl/cli/Installation.h"
-#include "ovsctl/mail/ObservedEngines.h"
 #include "platform/App_Registry.h"
 
 namespace ovs {
 
-// A box is a message here, which nobody answers.
+// Shows a box as a message, which nobody answers.
 class MessagePrompt final : public os::Prompt {
  public:
   int Show(TextView text, TextView caption, std::uint32_t flags) override;
@@ -26,17 +27,15 @@ class ServiceMail {
 
   [[nodiscard]] modEmailSvc& Module() { return module_; }
   [[nodiscard]] const Config_Class& Store() const { return *store_; }
-  // The mails that the module has handed to an engine.
-  [[nodiscard]] const std::vector<ObservedMail>& Mails() const { return engines_.Mails(); }
-  // The same, which are then forgotten.
-  [[nodiscard]] std::vector<ObservedMail> TakeMails() { return engines_.TakeMails(); }
+  // The outcomes since the last call, one for each mail that the module was to send.
+  [[nodiscard]] std::vector<MailOutcome> TakeOutcomes() { return std::exchange(outcomes_, {}); }
 
  private:
   std::unique_ptr<Config_Class> store_;
-  std::unique_ptr<MailEngines> real_;
-  ObservedEngines engines_;
+  std::unique_ptr<MailEngines> engines_;
   MessagePrompt prompt_;
   PlainMailUser user_;
+  std::vector<MailOutcome> outcomes_;
   modEmailSvc module_;
 };
 

@@ -7,7 +7,6 @@
 
 #include "base/App_Strings.h"
 #include "base/Encoding.h"
-#include "diag/App_Debug.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/mail/ServiceMail.h"
@@ -22,7 +21,7 @@ constexpr TextView kBody =
     u"This is a test of the alert e-mail, sent by \"ovsctl test-mail\" with the settings of the event service.\r\n"
     u"Nothing has happened.\r\n";
 
-// What to change when a step fails.
+// The setting to change when a step fails.
 struct Advice {
   TextView step;
   const char* text;
@@ -48,23 +47,7 @@ const char* AdviceFor(TextView step) {
   return "";
 }
 
-// What the service's code says while it works; told when no step does.
-class Remarks {
- public:
-  Remarks() {
-    Diagnostics().SetEntryListener([this](TextView entry) { entries_.emplace_back(entry); });
-  }
-  ~Remarks() { Diagnostics().SetEntryListener({}); }
-  Remarks(const Remarks&) = delete;
-  Remarks& operator=(const Remarks&) = delete;
-
-  [[nodiscard]] const std::vector<Text>& Entries() const { return entries_; }
-
- private:
-  std::vector<Text> entries_;
-};
-
-bool WentWell(const ObservedMail& mail) {
+bool WentWell(const MailOutcome& mail) {
   bool well = mail.sent;
   for (const MailStep& step : mail.report.steps) well = well && step.done;
   return well;
@@ -79,10 +62,10 @@ void PrintStep(const MailStep& step) {
   if (!step.done) Console::Print("    " + std::string(AdviceFor(step.name)));
 }
 
-void PrintMail(const ObservedMail& mail, bool session) {
+void PrintMail(const MailOutcome& mail, bool session) {
   Console::Print("Mail to " + Console::Shown(mail.to) + ", by the " + Console::Shown(mail.engine));
   for (const MailStep& step : mail.report.steps) PrintStep(step);
-  if (mail.report.steps.empty() && !mail.sent) Console::Print("  FAILED " + Console::Shown(mail.report.failReason));
+  if (mail.report.steps.empty() && !mail.sent) Console::Print("  FAILED " + Console::Shown(mail.reason));
   for (const Text& note : mail.report.notes) Console::Print("  note: " + Console::Shown(note));
   if (session) {
     for (const Text& line : App_Strings::Split(mail.report.session, u"\r\n")) Console::Print("  | " + Console::Shown(line));
@@ -91,9 +74,9 @@ void PrintMail(const ObservedMail& mail, bool session) {
                            : Console::Styled(Style::Bad, "Not sent."));
 }
 
-void PrintJson(const std::vector<ObservedMail>& mails, bool session) {
+void PrintJson(const std::vector<MailOutcome>& mails, bool session) {
   nlohmann::ordered_json all = nlohmann::ordered_json::array();
-  for (const ObservedMail& mail : mails) {
+  for (const MailOutcome& mail : mails) {
     nlohmann::ordered_json steps = nlohmann::ordered_json::array();
     for (const MailStep& step : mail.report.steps) {
       steps.push_back({{"step", ToUtf8(step.name)}, {"ok", step.done}, {"detail", ToUtf8(step.detail)}});
@@ -102,7 +85,7 @@ void PrintJson(const std::vector<ObservedMail>& mails, bool session) {
     for (const Text& note : mail.report.notes) notes.push_back(ToUtf8(note));
     nlohmann::ordered_json one = {{"to", ToUtf8(mail.to)},     {"engine", ToUtf8(mail.engine)},
                                   {"accepted", mail.sent},     {"steps", std::move(steps)},
-                                  {"notes", std::move(notes)}, {"failReason", ToUtf8(mail.report.failReason)}};
+                                  {"notes", std::move(notes)}, {"failReason", ToUtf8(mail.reason)}};
     if (session) one["session"] = ToUtf8(mail.report.session);
     all.push_back(std::move(one));
   }
@@ -125,13 +108,6 @@ void SayWhereAlertsGo(Installation& installation, modEmailSvc& module) {
   }
 }
 
-int NothingTried(const Remarks& remarks) {
-  for (const Text& entry : remarks.Entries()) {
-    for (const Text& line : App_Strings::Split(entry, u"\r\n")) Console::Say("  " + Console::Shown(line));
-  }
-  return Console::Fail("no mail could be made with these settings; the lines above say what is missing");
-}
-
 }  // namespace
 
 int RunTestMail(const TestMailOptions& options) {
@@ -145,15 +121,18 @@ int RunTestMail(const TestMailOptions& options) {
                          "; set it, or name an address with --to");
   }
   SayWhereAlertsGo(*installation, mail.Module());
-  const Remarks remarks;
   mail.Module().SendEmail(copy.to, copy.sender, u"Test mail", kBody, {});
-  if (mail.Mails().empty()) return NothingTried(remarks);
-  if (options.json) {
-    PrintJson(mail.Mails(), options.session);
-  } else {
-    for (const ObservedMail& each : mail.Mails()) PrintMail(each, options.session);
+  const std::vector<MailOutcome> mails = mail.TakeOutcomes();
+  for (const MailOutcome& each : mails) {
+    if (!each.engine.empty()) continue;
+    return Console::Fail("no mail could be made with these settings: " + Console::Shown(each.reason));
   }
-  return std::ranges::all_of(mail.Mails(), WentWell) ? kDone : kFindings;
+  if (options.json) {
+    PrintJson(mails, options.session);
+  } else {
+    for (const MailOutcome& each : mails) PrintMail(each, options.session);
+  }
+  return std::ranges::all_of(mails, WentWell) ? kDone : kFindings;
 }
 
 }  // namespace ovs

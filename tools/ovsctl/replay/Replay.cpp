@@ -35,12 +35,8 @@ class ReplayMailer final : public AlertMailer {
   Text SendEventsEmail(TextView subject, TextView body, TextView attachmentPath) override {
     statistics_.AlertMailed();
     if (!send_) return {};
-    const std::size_t wanted = mail_.Module().AlertCopies().size();
     mail_.Module().SendEventsEmail(subject, body, attachmentPath);
-    std::size_t sent = 0;
-    for (const ObservedMail& each : mail_.TakeMails()) sent += each.sent ? 1 : 0;
-    sent_ += sent;
-    notSent_ += wanted > sent ? wanted - sent : 0;
+    for (const MailOutcome& each : mail_.TakeOutcomes()) ++(each.sent ? sent_ : notSent_);
     return {};
   }
 
@@ -69,8 +65,7 @@ class Notes {
   // The first two lines of an entry tell when and where it was made.
   void Take(TextView entry) {
     constexpr std::size_t kMostKnown = 10'000;
-    static constexpr TextView kRoutine[] = {u"DoAction Initiated", u"Sending email...", u"ckSendEmail Success!",
-                                            u"Mail engines: "};
+    static constexpr TextView kRoutine[] = {u"DoAction Initiated", kSendingEntry, kComponentSentEntry, u"Mail engines: "};
     const auto isRoutine = [](TextView line) {
       return std::ranges::any_of(kRoutine, [&](TextView beginning) { return line.starts_with(beginning); });
     };

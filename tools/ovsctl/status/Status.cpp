@@ -8,7 +8,7 @@
 #include "base/Encoding.h"
 #include "base/Fold.h"
 #include "base/Numbers.h"
-#include "mail/engines/SmtpPlan.h"
+#include "mail/engines/SmtpServer.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/status/StatusFacts.h"

@@ -1,10 +1,8 @@
-#include "mail/engines/win32/CdoMailer.h"
-
+#include <algorithm>
 #include <array>
 #include <string_view>
 #include <utility>
 
-#include "base/RuntimeError.h"
 #include "diag/App_Debug.h"
 #include "mail/engines/win32/ComMail.h"
 #include "platform/App_FilePath.h"
@@ -20,16 +18,25 @@ namespace {
 constexpr TextView kSchema = u"http://schemas.microsoft.com/cdo/configuration/";
 constexpr TextView kUseSsl = u"smtpusessl";
 constexpr TextView kAuthenticate = u"smtpauthenticate";
-constexpr std::int32_t kImplicitTls = 1;
-constexpr std::int32_t kBasic = 1;
 // CDO_E_FAILED_TO_CONNECT.
 constexpr auto kNotConnected = static_cast<int>(0x80040213);
 
-constexpr std::array<TextView, kStatusFields> kStatusOrder = {
+constexpr std::array<TextView, MailComponent::kStatusFields> kStatusOrder = {
     u"smtpserver",   u"smtpserverport",        kAuthenticate, kUseSsl, u"sendusername",
     u"sendpassword", u"smtpconnectiontimeout", u"sendusing"};
 
 }  // namespace
+
+Text BodyText(const MailMessage& message) {
+  Text body = message.body;
+  std::ranges::replace(body, kNul, kBlank);
+  return body;
+}
+
+Text ErrorText(const RuntimeError& error) {
+  const Text& text = error.Description();
+  return text.substr(0, text.find_last_not_of(u" \r\n") + 1);
+}
 
 CdoMailer::CdoMailer()
     : message_(AutomationObject::FromProgId(kProgId)),
@@ -41,17 +48,17 @@ AutomationObject CdoMailer::Field(TextView name) const {
 
 void CdoMailer::Set(TextView name, AutomationValue value) const { Field(name).Put(u"Value", std::move(value)); }
 
-std::vector<std::int32_t> CdoMailer::Configure(const SmtpSettings& settings) {
+std::vector<std::int32_t> CdoMailer::Configure(const SmtpServer& server) {
   constexpr std::int64_t kBySmtp = 2;
-  settings_ = settings;
-  const bool useSsl = settings.sslType == kImplicitTls;
-  Set(u"smtpserver", settings.host);
-  Set(u"smtpserverport", std::int64_t{settings.port});
-  Set(kAuthenticate, std::int64_t{settings.authMethod});
+  server_ = server;
+  const bool useSsl = server.sslType == kSslImplicit;
+  Set(u"smtpserver", server.host);
+  Set(u"smtpserverport", std::int64_t{server.port});
+  Set(kAuthenticate, std::int64_t{server.authMethod});
   if (useSsl) Set(kUseSsl, true);
-  Set(u"sendusername", settings.username);
-  Set(u"sendpassword", Text(settings.password));
-  Set(u"smtpconnectiontimeout", std::int64_t{settings.connectSeconds});
+  Set(u"sendusername", server.username);
+  Set(u"sendpassword", Text(server.password));
+  Set(u"smtpconnectiontimeout", std::int64_t{server.connectSeconds});
   Set(u"sendusing", kBySmtp);
   fields_.Call(u"Update");
 
@@ -96,11 +103,10 @@ bool CdoMailer::AddLogo(const Text& path) try {
   return false;
 }
 
-void CdoMailer::SetAuthMethod(TextView method) {
-  for (settings_.authMethod = 2; settings_.authMethod > 0; --settings_.authMethod) {
-    if (method == ckSmtpAuthMethodStr(settings_.authMethod)) break;
-  }
-  Set(kAuthenticate, std::int64_t{settings_.authMethod});
+// Of the methods the object knows these three alone.
+void CdoMailer::SetAuthMethod(std::int32_t method) {
+  server_.authMethod = method == kAuthLogin || method == kAuthNtlm ? method : kAuthNone;
+  Set(kAuthenticate, std::int64_t{server_.authMethod});
   fields_.Call(u"Update");
 }
 
@@ -119,10 +125,10 @@ MailReport CdoMailer::Report() {
   MailReport report;
   report.failReason = failure_;
   report.lastErrorText = failure_;
-  const bool useSsl = settings_.sslType == kImplicitTls;
-  const bool sendsPassword = settings_.authMethod == kBasic && !settings_.password.empty();
+  const bool useSsl = server_.sslType == kSslImplicit;
+  const bool sendsPassword = server_.authMethod == kAuthLogin && !server_.password.empty();
   if (sendsPassword && !useSsl && reachedServer_) report.notes.emplace_back(kPasswordInClear);
-  if (useSsl && (settings_.allowUntrusted || !settings_.caFile.empty())) {
+  if (useSsl && (server_.allowUntrusted || !server_.caFile.empty())) {
     report.notes.emplace_back(
         u"Email.SMTP.AllowUntrusted and Email.SMTP.CAFile have no effect on CDO.Message, which trusts what the system "
         u"trusts.");

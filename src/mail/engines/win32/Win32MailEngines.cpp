@@ -6,11 +6,7 @@
 
 #include "base/RuntimeError.h"
 #include "diag/App_Debug.h"
-#include "mail/engines/BuiltInEngines.h"
-#include "mail/engines/os/MailMachine.h"
-#include "mail/engines/win32/CdoMailer.h"
-#include "mail/engines/win32/ChilkatMailer.h"
-#include "mail/engines/win32/ChilkatZip.h"
+#include "mail/engines/CurlMailer.h"
 #include "mail/engines/win32/ComMail.h"
 #include "os/win32/Automation.h"
 #include "os/win32/ComApartment.h"
@@ -24,10 +20,10 @@ using win32::AutomationObject;
 // The components of the machine before those of the program.
 class Win32MailEngines final : public MailEngines {
  public:
-  explicit Win32MailEngines(const MailMachine& machine) : builtIn_(machine), clock_(machine.clock) {}
+  explicit Win32MailEngines(const os::Machine& machine) : builtIn_(machine), clock_(machine.clock) {}
 
   void Start() override;
-  [[nodiscard]] std::unique_ptr<MailComponent> NewComponent(TextView unlockCode) override;
+  [[nodiscard]] std::unique_ptr<MailComponent> NewComponent(const ClosedComponentOptions& options) override;
   [[nodiscard]] std::unique_ptr<MailComponent> NewSystemMessage() override;
   [[nodiscard]] std::unique_ptr<ZipArchive> NewZip(TextView unlockCode) override;
 
@@ -41,7 +37,7 @@ class Win32MailEngines final : public MailEngines {
   BuiltInEngines builtIn_;
   os::Clock& clock_;
   std::optional<ComApartment> apartment_;
-  std::map<Text, Text> reasons_;  // why a component did not serve the last time
+  std::map<Text, Text> reasons_;  // for which a component did not serve the last time
 };
 
 void Win32MailEngines::Start() {
@@ -76,10 +72,10 @@ std::unique_ptr<Made> Win32MailEngines::Prefer(TextView progId, const Maker<Made
   return builtIn();
 }
 
-std::unique_ptr<MailComponent> Win32MailEngines::NewComponent(TextView unlockCode) {
+std::unique_ptr<MailComponent> Win32MailEngines::NewComponent(const ClosedComponentOptions& options) {
   return Prefer<MailComponent>(
-      ChilkatMailer::kProgId, [&] { return std::make_unique<ChilkatMailer>(clock_, unlockCode); },
-      [&] { return builtIn_.NewComponent(unlockCode); });
+      ChilkatMailer::kProgId, [&] { return std::make_unique<ChilkatMailer>(clock_, options); },
+      [&] { return builtIn_.NewComponent(options); });
 }
 
 std::unique_ptr<MailComponent> Win32MailEngines::NewSystemMessage() {
@@ -95,7 +91,7 @@ std::unique_ptr<ZipArchive> Win32MailEngines::NewZip(TextView unlockCode) {
 
 }  // namespace
 
-std::unique_ptr<MailEngines> SystemMailEngines(const MailMachine& machine) {
+std::unique_ptr<MailEngines> SystemMailEngines(const os::Machine& machine) {
   return std::make_unique<Win32MailEngines>(machine);
 }
 

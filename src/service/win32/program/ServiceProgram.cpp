@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "events/win32/WmiEventSource.h"
-#include "mail/engines/os/MailMachine.h"
+#include "mail/engines/MailComponent.h"
 #include "os/Machine.h"
 #include "os/ProcessHardening.h"
 #include "service/EventService.h"
@@ -17,7 +17,7 @@ int WINAPI wWinMain(HINSTANCE /*instance*/, HINSTANCE /*previous*/, PWSTR /*comm
   NTService host(machine.system.ProgramPath());
   WmiEventSource source;
   const std::unique_ptr<MailEngines> engines =
-      SystemMailEngines({machine.files, machine.clock, machine.system, machine.crypto});
+      SystemMailEngines(machine);
   EventService(machine, {.host = host, .source = source, .mailEngines = *engines}).Run();
   return 0;
 }

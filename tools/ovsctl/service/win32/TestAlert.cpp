@@ -117,9 +117,12 @@ class Trial {
  private:
   int TellResults(std::size_t expected) {
     const std::string& entries = debugLog_.Appended();
-    const std::size_t accepted = Count(entries, "SendEmail Result = True");
+    const auto results = [&](const char* result) {
+      return Count(entries, ToUtf8(kComponentResultEntry) + result) + Count(entries, ToUtf8(kSystemResultEntry) + result);
+    };
+    const std::size_t accepted = results("True");
     const std::string figures = std::to_string(std::min(accepted, expected)) + " of " + std::to_string(expected);
-    if (accepted >= expected && Count(entries, "SendEmail Result = False") == 0) {
+    if (accepted >= expected && results("False") == 0) {
       Console::Print(Console::Styled(Style::Good, "Mail:   " + figures + " accepted by the mail server."));
       return kDone;
     }

@@ -1,13 +1,13 @@
-#include "mail/engines/win32/ChilkatMailer.h"
-
+// The classes of the closed component: mail and archive.
 #include <algorithm>
 #include <utility>
 
 #include "base/App_Strings.h"
 #include "base/Fold.h"
-#include "base/RuntimeError.h"
+#include "base/Numbers.h"
+#include "diag/App_Debug.h"
+#include "mail/engines/MailHeaders.h"
 #include "mail/engines/SmtpSession.h"
-#include "mail/engines/win32/ChilkatObject.h"
 #include "mail/engines/win32/ComMail.h"
 #include "platform/App_FilePath.h"
 
@@ -19,8 +19,33 @@ using win32::AutomationValue;
 namespace {
 
 constexpr std::int32_t kImplicitTlsPort = 465;
-// Every other type counts as: by port.
-enum SslType : std::int32_t { kNone, kImplicit, kStartTls, kWhenOffered };
+
+// An object that has accepted the code; throws RuntimeError when there is none.
+AutomationObject NewUnlockedObject(TextView progId, TextView unlockCode) {
+  AutomationObject object = AutomationObject::FromProgId(progId);
+  // The component's own explanation shows a part of the code.
+  if (win32::TruthOf(object.Call(u"UnlockComponent", {Text(unlockCode)}))) return object;
+  throw RuntimeError(RuntimeErrorNumber::kComponent, Text(progId) + u" refused the unlock code");
+}
+
+// Puts a property that older builds of the component lack.
+void PutIfKnown(const AutomationObject& object, TextView property, AutomationValue value) {
+  if (object.Knows(property)) {
+    object.Put(property, std::move(value));
+  } else {
+    Debug::dLog(kNoProc, u"This build of the mail component has no " + Text(property) + u"; it is passed over");
+  }
+}
+
+// A property for a report, which must not fail for it; empty when it cannot be read.
+Text TextProperty(const AutomationObject& object, TextView property) try {
+  const AutomationValue value = object.Get(property);
+  const auto* number = std::get_if<std::int64_t>(&value);
+  return number == nullptr ? win32::TextOf(value) : NumberText(*number);
+} catch (const RuntimeError& error) {
+  Debug::dLog(kNoProc, u"The mail component did not tell: " + error.Description());
+  return {};
+}
 
 // The component's properties are numbers: True would arrive as -1.
 AutomationValue Flag(bool on) { return std::int64_t{on ? 1 : 0}; }
@@ -40,56 +65,60 @@ std::vector<Text> Commands(TextView session, TextView command) {
 }
 
 bool IsProofOnly(TextView method) {
-  return method == ckSmtpAuthMethodStr(0) || method == ckSmtpAuthMethodStr(2) || method == ckSmtpAuthMethodStr(4);
+  return method == ckSmtpAuthMethodStr(kAuthNone) || method == ckSmtpAuthMethodStr(kAuthNtlm) ||
+         method == ckSmtpAuthMethodStr(kAuthCramMd5);
 }
 
 }  // namespace
 
-ChilkatMailer::ChilkatMailer(os::Clock& clock, TextView unlockCode)
-    : clock_(clock), mailMan_(NewUnlockedObject(kProgId, unlockCode)), email_(AutomationObject::FromProgId(kEmailProgId)) {}
+ChilkatMailer::ChilkatMailer(os::Clock& clock, const ClosedComponentOptions& options)
+    : clock_(clock),
+      mailMan_(NewUnlockedObject(kProgId, options.unlockCode)),
+      email_(AutomationObject::FromProgId(kEmailProgId)),
+      options_(options) {}
 
-std::vector<std::int32_t> ChilkatMailer::Configure(const SmtpSettings& settings) {
-  settings_ = settings;
+std::vector<std::int32_t> ChilkatMailer::Configure(const SmtpServer& server) {
+  server_ = server;
   SetDebugLogs();
-  mailMan_.Put(u"SmtpHost", settings.host);
-  mailMan_.Put(u"SmtpPort", std::int64_t{settings.port});
-  mailMan_.Put(u"SmtpUsername", settings.username);
-  mailMan_.Put(u"SmtpPassword", Text(settings.password));
-  mailMan_.Put(u"SmtpLoginDomain", settings.loginDomain);
+  mailMan_.Put(u"SmtpHost", server.host);
+  mailMan_.Put(u"SmtpPort", std::int64_t{server.port});
+  mailMan_.Put(u"SmtpUsername", server.username);
+  mailMan_.Put(u"SmtpPassword", Text(server.password));
+  mailMan_.Put(u"SmtpLoginDomain", server.loginDomain);
   SetSecurity();
-  mailMan_.Put(u"SslProtocol", Text(ckSSLProtocolStr(settings.sslProtocol)));
-  SetAuthMethod(ckSmtpAuthMethodStr(settings.authMethod));
-  mailMan_.Put(u"AutoFix", std::int64_t{settings.autoFix});
-  SetLimits(settings.sendSeconds);
-  PutIfKnown(mailMan_, u"RequireSslCertVerify", Flag(!settings.allowUntrusted));
+  mailMan_.Put(u"SslProtocol", Text(ckSSLProtocolStr(server.sslProtocol)));
+  SetAuthMethod(server.authMethod);
+  mailMan_.Put(u"AutoFix", std::int64_t{server.autoFix});
+  SetLimits(server.sendSeconds);
+  PutIfKnown(mailMan_, u"RequireSslCertVerify", Flag(!server.allowUntrusted));
   return std::vector<std::int32_t>(kStatusFields, 0);
 }
 
 void ChilkatMailer::SetDebugLogs() {
-  if (settings_.verboseLogging) mailMan_.Put(u"VerboseLogging", Flag(true));
-  if (!settings_.mailManDebugLog.empty()) mailMan_.Put(u"DebugLogFilePath", settings_.mailManDebugLog);
-  if (!settings_.emailDebugLog.empty()) email_.Put(u"DebugLogFilePath", settings_.emailDebugLog);
+  if (options_.verboseLogging) mailMan_.Put(u"VerboseLogging", Flag(true));
+  if (!options_.mailManDebugLog.empty()) mailMan_.Put(u"DebugLogFilePath", options_.mailManDebugLog);
+  if (!options_.emailDebugLog.empty()) email_.Put(u"DebugLogFilePath", options_.emailDebugLog);
 }
 
 // All of them: what the component does unasked differs between its builds.
 void ChilkatMailer::SetSecurity() {
-  std::int32_t type = settings_.sslType;
-  if (type < kNone || type > kWhenOffered) type = settings_.port == kImplicitTlsPort ? kImplicit : kStartTls;
-  mailMan_.Put(u"SmtpSsl", Flag(type == kImplicit));
-  mailMan_.Put(u"StartTLS", Flag(type == kStartTls));
-  const bool fixesClearLogin = settings_.autoFix != 0 && type == kNone && !settings_.password.empty();
-  PutIfKnown(mailMan_, u"StartTLSifPossible", Flag(type == kWhenOffered || fixesClearLogin));
+  std::int32_t type = server_.sslType;
+  if (type < kSslNone || type > kSslWhenOffered) type = server_.port == kImplicitTlsPort ? kSslImplicit : kSslStartTls;
+  mailMan_.Put(u"SmtpSsl", Flag(type == kSslImplicit));
+  mailMan_.Put(u"StartTLS", Flag(type == kSslStartTls));
+  const bool fixesClearLogin = server_.autoFix != 0 && type == kSslNone && !server_.password.empty();
+  PutIfKnown(mailMan_, u"StartTLSifPossible", Flag(type == kSslWhenOffered || fixesClearLogin));
 }
 
-void ChilkatMailer::SetAuthMethod(TextView method) {
-  authMethod_ = method;
-  mailMan_.Put(u"SmtpAuthMethod", authMethod_);
+void ChilkatMailer::SetAuthMethod(std::int32_t method) {
+  server_.authMethod = method;
+  mailMan_.Put(u"SmtpAuthMethod", Text(ckSmtpAuthMethodStr(method)));
 }
 
 // The component knows no limit for the whole mail: a server may be silent for as long as connecting leaves of it.
 void ChilkatMailer::SetLimits(std::int64_t seconds) {
   limit_ = seconds;
-  const std::int64_t connect = std::min<std::int64_t>(settings_.connectSeconds, seconds);
+  const std::int64_t connect = std::min<std::int64_t>(server_.connectSeconds, seconds);
   mailMan_.Put(u"ConnectTimeout", connect);
   PutIfKnown(mailMan_, u"ReadTimeout", std::max<std::int64_t>(seconds - connect, 1));
 }
@@ -157,7 +186,7 @@ bool ChilkatMailer::Send() {
 std::int64_t ChilkatMailer::SecondsLeft() {
   const std::uint64_t now = clock_.Milliseconds();
   if (!start_) start_ = now;
-  return settings_.sendSeconds - static_cast<std::int64_t>((now - *start_) / 1000);
+  return server_.sendSeconds - static_cast<std::int64_t>((now - *start_) / 1000);
 }
 
 MailReport ChilkatMailer::Report() {
@@ -169,8 +198,8 @@ MailReport ChilkatMailer::Report() {
   report.lastStatus = TextProperty(mailMan_, u"LastSmtpStatus");
   report.notes = notes_;
   if (PasswordWasInClear(session)) report.notes.emplace_back(kPasswordInClear);
-  if (settings_.allowUntrusted) report.notes.emplace_back(kNotVerified);
-  if (!settings_.caFile.empty()) {
+  if (server_.allowUntrusted) report.notes.emplace_back(kNotVerified);
+  if (!server_.caFile.empty()) {
     report.notes.push_back(u"Email.SMTP.CAFile has no effect on " + Text(kProgId) +
                            u", which trusts what the system trusts.");
   }
@@ -178,16 +207,37 @@ MailReport ChilkatMailer::Report() {
 }
 
 bool ChilkatMailer::PasswordWasInClear(TextView session) const {
-  const bool fixedToTls = settings_.autoFix != 0 && settings_.port == kImplicitTlsPort;
-  const bool mayBeClear = (settings_.sslType == kNone || settings_.sslType == kWhenOffered) && !fixedToTls;
-  if (!mayBeClear || settings_.password.empty() || !Commands(session, u"STARTTLS").empty()) return false;
+  const bool fixedToTls = server_.autoFix != 0 && server_.port == kImplicitTlsPort;
+  const bool mayBeClear = (server_.sslType == kSslNone || server_.sslType == kSslWhenOffered) && !fixedToTls;
+  if (!mayBeClear || server_.password.empty() || !Commands(session, u"STARTTLS").empty()) return false;
   const std::vector<Text> logins = Commands(session, u"AUTH ");
   // A session without a login: it ended before, or the component logs in a form of its own.
-  if (logins.empty()) return sent_ && !IsProofOnly(authMethod_);
+  if (logins.empty()) return sent_ && !IsProofOnly(ckSmtpAuthMethodStr(server_.authMethod));
   return std::ranges::any_of(logins, [](const Text& command) {
     const std::size_t start = command.find(u' ') + 1;
     return !IsProofOnly(TextView(command).substr(start, command.find_first_of(u" \r", start) - start));
   });
 }
+
+// --- archive
+
+ChilkatZip::ChilkatZip(TextView unlockCode) : zip_(NewUnlockedObject(kProgId, unlockCode)) {}
+
+bool ChilkatZip::Create(TextView path) { return Succeeds(u"NewZip", {Text(path)}); }
+
+// 0: the entry is named as the file is, without its folders.
+bool ChilkatZip::AppendFile(TextView path) { return Succeeds(u"AppendOneFileOrDir", {Text(path), std::int64_t{0}}); }
+
+bool ChilkatZip::Write() { return Succeeds(u"WriteZipAndClose", {}); }
+
+bool ChilkatZip::Succeeds(TextView method, std::initializer_list<win32::AutomationValue> arguments) try {
+  raised_.clear();
+  return win32::TruthOf(zip_.Call(method, arguments));
+} catch (const RuntimeError& error) {
+  raised_ = error.Description();
+  return false;
+}
+
+Text ChilkatZip::LastErrorText() { return raised_.empty() ? TextProperty(zip_, u"LastErrorText") : raised_; }
 
 }  // namespace ovs

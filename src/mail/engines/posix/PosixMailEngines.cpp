@@ -3,9 +3,10 @@
 
 #include <array>
 #include <ctime>
+#include <memory>
 
-#include "mail/engines/BuiltInEngines.h"
-#include "mail/engines/os/MailMachine.h"
+#include "mail/engines/CurlMailer.h"
+#include "mail/engines/os/TlsFacts.h"
 
 namespace ovs {
 
@@ -21,7 +22,7 @@ std::string NameText(const X509_NAME* name) {
 
 }  // namespace
 
-std::unique_ptr<MailEngines> SystemMailEngines(const MailMachine& machine) {
+std::unique_ptr<MailEngines> SystemMailEngines(const os::Machine& machine) {
   return std::make_unique<BuiltInEngines>(machine);
 }
 
