@@ -13,10 +13,8 @@ using StoredPassword::kKey;
 using StoredPassword::ScrambleText;
 using StoredPassword::UnscrambleText;
 
-TEST(StoredPasswordTest, KnownTexts) {
-  const struct {
-    TextView stored, plain;
-  } cases[] = {
+TEST(StoredPasswordTest, KnownTextsAndOthers) {
+  const std::pair<TextView, TextView> known[] = {
       {u"", u""},
       {u"754B", u""},
       {u"75565C58525B5B0D0843", u"geheim99"},
@@ -24,14 +22,11 @@ TEST(StoredPasswordTest, KnownTexts) {
       // Longer than the key, with characters beyond ASCII.
       {u"756BC5425E515E14B1191D175E575A561957525C43534B", u"Zürich € - lang genug"},
   };
-  for (const auto& each : cases) {
-    const auto [text, problem] = UnscrambleText(each.stored, kKey);
-    EXPECT_EQ(text, each.plain) << ToUtf8(each.stored);
+  for (const auto& [stored, plain] : known) {
+    const auto [text, problem] = UnscrambleText(stored, kKey);
+    EXPECT_EQ(text, plain) << ToUtf8(stored);
     EXPECT_EQ(problem, u"");
   }
-}
-
-TEST(StoredPasswordTest, WhatIsNoStoredText) {
   for (const TextView bad :
        {u"7", u"754", u"geheim99", u"75 4B", u" 754B", u"-175", u"+175", u"0x754B", u"75\u0664B", u"75"}) {
     const auto [text, problem] = UnscrambleText(bad, kKey);

@@ -3,46 +3,33 @@
 #include <gtest/gtest.h>
 
 #include "base/Wipe.h"
-#include "config/ckCrypt_Config.h"
 #include "mail/engines/CurlMailer.h"
 #include "mail/message/StoredPassword.h"
 #include "mail/message/modEmailSvc.h"
-#include "os/MemoryRegistry.h"
 #include "support/AllocationCount.h"
-#include "support/FakeClock.h"
-#include "support/FakePrompt.h"
-#include "support/PlatformTest.h"
+#include "support/MailTest.h"
 
 namespace ovs {
 namespace {
 
 constexpr const char* kPassword = "geheimes-kennwort-99";
 
-class WipedSecretsTest : public PlatformTest {};
+class WipedSecretsTest : public MailTest {};
 
 TEST_F(WipedSecretsTest, TheWayOfAMail) {
-  for (const TextView folder : {u"C:\\App", u"C:\\App\\Config"}) memory.CreateDir(folder);
   const Text stored = *StoredPassword::ScrambleText(FromUtf8(kPassword), StoredPassword::kKey, os::SystemCrypto());
   // Nobody listens there.
   Put(u"C:\\App\\Config\\Orvanta.ini",
       "[EmailConfig]\r\nAdminEmail=tech@x\r\nSMTPServer=127.0.0.1\r\nSMTPPort=1\r\n"
       "SMTPUserName=user\r\nSMTPPassword=" +
           ToUtf8(stored) + "\r\n");
-  MemoryRegistry registry;
   App_Registry helper(registry);
-  App_Env environment(system);
-  environment.SetAutomaticMode(true);
   App_Common ini(files);
-  const ckCrypt_Config crypt(os::SystemCrypto());
-  Config_Class store(fileSystem, crypt, u"C:\\App\\");
-  fakes::FakePrompt prompt;
-  BuiltInEngines engines({files, os::SystemFolderWatcher(), registry, os::SystemClock(), os::SystemTimeZone(), system,
-                          os::SystemPeriodTimer(), prompt, os::SystemCrypto()});
-  engines.Start();
-  PlainMailUser user(prompt);
+  BuiltInEngines builtIn(Machine());
+  builtIn.Start();
   const FreedMemoryWatch watch(kPassword);
   {
-    modEmailSvc service({ini, helper, fileSystem, environment, engines, user, store});
+    modEmailSvc service({ini, helper, fileSystem, environment, builtIn, user, store});
     EXPECT_FALSE(service.SendEmail(u"tech@x", {}, u"subject", u"body", {}));
   }
   EXPECT_GT(FreedMemoryWatch::Searched(), 100);
@@ -50,7 +37,6 @@ TEST_F(WipedSecretsTest, TheWayOfAMail) {
 }
 
 TEST_F(WipedSecretsTest, EncryptionOfSettings) {
-  const ckCrypt_Config crypt(os::SystemCrypto());
   const FreedMemoryWatch watch(kPassword);
   {
     Text plain = FromUtf8(kPassword);

@@ -3,13 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "base/App_Strings.h"
-#include "config/ckCrypt_Config.h"
 #include "mail/message/StoredPassword.h"
-#include "os/Crypto.h"
-#include "os/MemoryRegistry.h"
-#include "support/FakeMailEngines.h"
-#include "support/FakePrompt.h"
-#include "support/PlatformTest.h"
+#include "support/MailTest.h"
 
 namespace ovs {
 namespace {
@@ -20,11 +15,9 @@ constexpr TextView kTail = u"\r\n---\r\nThis message sent by ";
 // "geheim99" in its stored form.
 constexpr TextView kStored = u"75565C58525B5B0D0843";
 
-class modEmailSvcTest : public PlatformTest {
+class modEmailSvcTest : public MailTest {
  protected:
   modEmailSvcTest() {
-    for (const TextView folder : {u"C:\\App", u"C:\\App\\Config"}) memory.CreateDir(folder);
-    environment.SetAutomaticMode(true);
     environment.SetWanAddress(u"203.0.113.5");
     Settings(Complete());
   }
@@ -53,16 +46,9 @@ class modEmailSvcTest : public PlatformTest {
                         [this](const MailOutcome& outcome) { outcomes.push_back(outcome); }});
   }
 
-  MemoryRegistry registry;
   App_Registry helper{registry};
-  App_Env environment{system};
   App_Common ini{files};
-  const ckCrypt_Config crypt{os::SystemCrypto()};
-  Config_Class store{fileSystem, crypt, u"C:\\App\\"};
-  fakes::FakeMailEngines engines;
   std::vector<MailOutcome> outcomes;
-  fakes::FakePrompt prompt;
-  PlainMailUser user{prompt};
 };
 
 TEST_F(modEmailSvcTest, WhoGetsTheAlert) {
@@ -162,18 +148,16 @@ TEST_F(modEmailSvcTest, SubjectAndBodyOfBothKinds) {
     EXPECT_EQ(full.replyTo, u"\"ID7\" <jo@x>");
   }
   EXPECT_TRUE(Logged(u"Sending email..."));
-}
 
-TEST_F(modEmailSvcTest, WhichReportNameShows) {
   const struct {
     TextView vtx, vtII, vt, shown;
-  } cases[] = {{u"x", u"", u"", u""}, {u"x", u"II", u"t", u"II"}, {u"x", u"", u"t", u"t"}, {u"", u"II", u"", u"II"}};
-  for (const auto& each : cases) {
+  } reportNames[] = {{u"x", u"", u"", u""}, {u"x", u"II", u"t", u"II"}, {u"x", u"", u"t", u"t"}, {u"", u"II", u"", u"II"}};
+  for (const auto& each : reportNames) {
     Reg(u"Software\\Quorral\\vtx", u"ClientNameForReports", Text(each.vtx));
     Reg(u"Software\\Brindle Works\\vtII", u"ClientNameForReports", Text(each.vtII));
     Reg(u"Software\\Brindle Works\\vt", u"ClientNameForReports", Text(each.vt));
-    New().SendEmail(u"tech@x", u"a@x", u"s", u"b", {});
-    EXPECT_NE(engines.mails.back().message.body.find(u"Name:  " + Text(each.shown) + u"\r\n\r\n"), Text::npos);
+    service.SendEmail(u"tech@x", u"a@x", u"s", u"b", {});
+    EXPECT_NE(engines.mails.back().message.body.find(u"vt/vtII Name:  " + Text(each.shown) + u"\r\n\r\n"), Text::npos);
   }
 }
 

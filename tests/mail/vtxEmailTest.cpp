@@ -2,51 +2,15 @@
 
 #include <gtest/gtest.h>
 
-#include "config/ckCrypt_Config.h"
 #include "mail/engines/LibzipArchive.h"
-#include "os/Crypto.h"
-#include "support/FakeMailEngines.h"
-#include "support/PlatformTest.h"
+#include "support/MailTest.h"
 
 namespace ovs {
 namespace {
 
-// A user who answers every box with the same button and notes everything shown.
-class FakeUser final : public MailUser {
- public:
-  int Box(TextView text, TextView caption, std::uint32_t /*flags*/) override {
-    shown.push_back(Text(caption) + u"|" + Text(text));
-    return answer;
-  }
-  void StatusNotice(TextView text) override { shown.push_back(u"notice|" + Text(text)); }
-  std::optional<Text> InputBox(TextView title, TextView prompt, TextView initial) override {
-    shown.push_back(Text(title) + u"|" + Text(prompt) + u"|" + Text(initial));
-    return input;
-  }
-  bool EditMailSettings() override { return edit && edit(); }
-  bool StartMailClient(TextView to, TextView /*subject*/, TextView /*body*/) override {
-    shown.push_back(u"client|" + Text(to));
-    return true;
-  }
-  bool ViewLog(TextView caption, TextView text) override {
-    shown.push_back(u"log|" + Text(caption) + u"|" + Text(text));
-    return true;
-  }
-
-  int answer = 1;
-  std::optional<Text> input;
-  std::function<bool()> edit;
-  std::vector<Text> shown;
-};
-
-class vtxEmailTest : public PlatformTest {
+class vtxEmailTest : public MailTest {
  protected:
-  vtxEmailTest() {
-    memory.CreateDir(u"C:\\App");
-    memory.CreateDir(u"C:\\App\\Config");
-    environment.SetAutomaticMode(true);
-    system.environment[u"TMP"] = u"C:\\App";
-  }
+  vtxEmailTest() { system.environment[u"TMP"] = u"C:\\App"; }
   void Store(TextView lines) { store.LoadString(lines); }
   void StoreComplete() {
     Store(
@@ -54,12 +18,6 @@ class vtxEmailTest : public PlatformTest {
         u"Email.From=pc@example.com\r\nEmail.To=tech@example.com");
   }
   vtxEmail New() { return vtxEmail({fileSystem, environment, engines, user, store}); }
-
-  App_Env environment{system};
-  const ckCrypt_Config crypt{os::SystemCrypto()};
-  Config_Class store{fileSystem, crypt, u"C:\\App\\"};
-  fakes::FakeMailEngines engines;
-  FakeUser user;
 };
 
 TEST_F(vtxEmailTest, DefaultsComeFromTheStore) {
@@ -290,7 +248,7 @@ TEST_F(vtxEmailTest, WhatTheUserIsShown) {
   engines.report.failReason = u"no route";
   for (const bool automatic : {true, false}) {
     environment.SetAutomaticMode(automatic);
-    user = {};
+    user.shown.clear();
     user.input = u"typed";
     user.answer = 6;
     engines.results = {true, false};

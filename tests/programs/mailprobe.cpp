@@ -21,30 +21,12 @@
 #include "os/Crypto.h"
 #include "os/System.h"
 #include "platform/DebugEnvironment.h"
+#include "support/FakePrompt.h"
 
 namespace {
 
 using namespace ovs;
 using nlohmann::json;
-
-// Answers nothing and notes what it was asked.
-class NotingUser final : public MailUser {
- public:
-  int Box(TextView text, TextView /*caption*/, std::uint32_t /*flags*/) override { return Note("box: ", text), 0; }
-  void StatusNotice(TextView text) override { Note("notice: ", text); }
-  std::optional<Text> InputBox(TextView title, TextView /*prompt*/, TextView /*defaultText*/) override {
-    Note("input: ", title);
-    return std::nullopt;
-  }
-  bool EditMailSettings() override { return Note("settings", {}), false; }
-  bool StartMailClient(TextView to, TextView /*subject*/, TextView /*body*/) override { return Note("client: ", to), false; }
-  bool ViewLog(TextView caption, TextView /*text*/) override { return Note("log: ", caption), false; }
-
-  std::vector<std::string> asked;
-
- private:
-  void Note(const std::string& kind, TextView text) { asked.push_back(kind + ToUtf8(text)); }
-};
 
 template <class Value, class Owner = vtxEmail>
 struct Property {
@@ -117,14 +99,16 @@ Text FolderOf(const json& request) {
   return app == request.end() ? Text() : PathOf(*app) + u"\\";
 }
 
-json Answer(const vtxEmail& mail, const NotingUser& user) {
+json Answer(const vtxEmail& mail, const fakes::FakeMailUser& user) {
+  std::vector<std::string> asked;
+  for (const Text& each : user.shown) asked.push_back(ToUtf8(each));
   return {{"log", ToUtf8(mail.LogFullText())},
           {"failReason", ToUtf8(mail.LogSmtpFailReason())},
           {"lastError", ToUtf8(mail.LogSmtpLastErrorText())},
           {"lastStatus", ToUtf8(mail.LogSmtpLastStatus())},
           {"session", ToUtf8(mail.LogSmtpSession())},
           {"usedComponent", mail.UsedChilkatSendMethod},
-          {"asked", user.asked}};
+          {"asked", asked}};
 }
 
 json Send(MailEngines& engines, const json& request) {
@@ -134,7 +118,7 @@ json Send(MailEngines& engines, const json& request) {
   const ckCrypt_Config crypt(os::SystemCrypto());
   Config_Class store(fileSystem, crypt, environment.ApplicationFolder());
   if (request.contains("store")) store.LoadString(TextOf(request["store"]));
-  NotingUser user;
+  fakes::FakeMailUser user;
 
   vtxEmail mail({fileSystem, environment, engines, user, store});
   mail.ZipAttachments = request.value("zip", false);

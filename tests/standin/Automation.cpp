@@ -18,9 +18,7 @@
 #include "FeedLine.h"
 #include "LogQuery.h"
 #include "StandinNames.h"
-
-// COM interfaces have no virtual destructor: their objects end themselves in Release.
-#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+#include "support/win32/CountedObject.h"
 
 namespace ovs::standin {
 namespace {
@@ -58,47 +56,22 @@ class Arguments {
   const DISPPARAMS& params_;
 };
 
-// Counting, name lookup and argument rules common to all objects. DISPIDs are 1, 2, ... in the order of Members().
-class AutomationObject : public IDispatch {
+// Name lookup and argument rules common to all objects. DISPIDs are 1, 2, ... in the order of Members().
+class AutomationObject : public CountedDispatch {
  public:
-  AutomationObject(const AutomationObject&) = delete;
-  AutomationObject& operator=(const AutomationObject&) = delete;
-
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-    if (!out) return E_POINTER;
-    const bool known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_IDispatch);
-    *out = known ? this : nullptr;
-    if (!known) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-  ULONG STDMETHODCALLTYPE Release() override {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
-  }
-  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
-    if (!count) return E_POINTER;
-    *count = 0;
-    return S_OK;
-  }
-  HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return DISP_E_BADINDEX; }
   HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) override;
   HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID, LCID, WORD kind, DISPPARAMS* params, VARIANT* result, EXCEPINFO* info,
                                    UINT* argument) override;
 
  protected:
   AutomationObject() { ++liveObjects; }
-  virtual ~AutomationObject() { --liveObjects; }
+  ~AutomationObject() override { --liveObjects; }
 
  private:
   virtual std::span<const Member> Members() const = 0;
   virtual std::size_t MaxArguments() const { return 0; }
   // `result` comes in empty; its content counts on success only.
   virtual Answer Call(std::size_t member, const Arguments& arguments, VARIANT& result) = 0;
-
-  std::atomic<ULONG> references_{1};
 };
 
 HRESULT AutomationObject::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID, DISPID* ids) {
@@ -331,26 +304,10 @@ bool EventSource::Play(FeedLine line, Answer& answer, VARIANT& result) {
 }
 
 // Goes through records once, from front to back.
-class Enumerator final : public IEnumVARIANT {
+class Enumerator final : public CountedObject<IEnumVARIANT> {
  public:
   explicit Enumerator(std::vector<RecordLine> records) : records_(std::move(records)) { ++liveObjects; }
-  Enumerator(const Enumerator&) = delete;
-  Enumerator& operator=(const Enumerator&) = delete;
 
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-    if (!out) return E_POINTER;
-    const bool known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, IID_IEnumVARIANT);
-    *out = known ? this : nullptr;
-    if (!known) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-  ULONG STDMETHODCALLTYPE Release() override {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
-  }
   HRESULT STDMETHODCALLTYPE Next(ULONG count, VARIANT* out, ULONG* got) override try {
     if (!out) return E_POINTER;
     ULONG done = 0;
@@ -368,11 +325,10 @@ class Enumerator final : public IEnumVARIANT {
   HRESULT STDMETHODCALLTYPE Clone(IEnumVARIANT**) override { return E_NOTIMPL; }
 
  private:
-  ~Enumerator() { --liveObjects; }
+  ~Enumerator() override { --liveObjects; }
 
   std::vector<RecordLine> records_;
   std::size_t next_ = 0;
-  std::atomic<ULONG> references_{1};
 };
 
 // What a query for past records gives. Its only member has no name, just the number that every collection's has.

@@ -1,4 +1,4 @@
-// Whoever sits in front of the program, as far as a mail has something to ask or to show.
+// Port to the user of the program, for questions and messages that come with a mail. Calls come on the thread that sends.
 #pragma once
 
 #include <cstdint>
@@ -13,20 +13,20 @@ class MailUser {
  public:
   virtual ~MailUser() = default;
 
-  // A message box, see os::Prompt.
+  // Shows a message box and waits for the answer, see os::Prompt.
   virtual int Box(TextView text, TextView caption, std::uint32_t flags) = 0;
-  // A short notice that waits for no answer.
+  // Shows a short notice, without waiting.
   virtual void StatusNotice(TextView text) = 0;
 
-  // What only a desktop program has; none, or false, where it is not available.
+  // Windows of a desktop program; none, or false, in a program that has no such window.
   virtual std::optional<Text> InputBox(TextView title, TextView prompt, TextView defaultText) = 0;
   virtual bool EditMailSettings() = 0;
   virtual bool StartMailClient(TextView to, TextView subject, TextView body) = 0;
   virtual bool ViewLog(TextView caption, TextView text) = 0;
 };
 
-// A program without a window of its own: boxes of the system, notices in the debug log; what only a desktop program has is
-// not available, and the debug log says so.
+// The user of a program without windows of its own: boxes are the system's, notices go to the debug log. Windows of a
+// desktop program are not available, which the debug log tells.
 class PlainMailUser final : public MailUser {
  public:
   // `prompt` must outlive this object.

@@ -1,6 +1,6 @@
 // The form in which the SMTP password stands in the main settings file: hexadecimal text, two digits a character
-// (Windows-1252). Each character was combined with one of a key that every program of the family knows, behind one random
-// character and before another. This only keeps a password from being read over a shoulder.
+// (Windows-1252). One random character is put before the password and one behind it, then each character is combined with one
+// of a key that every program of the family knows. This only keeps a password from being read over a shoulder.
 #pragma once
 
 #include <optional>
@@ -14,13 +14,14 @@ inline constexpr TextView kKey = u"4190726";
 
 struct Unscrambled {
   Text text;         // empty when there is a problem
-  TextView problem;  // why the stored text is none; a literal that tells nothing of it
+  TextView problem;  // the fault in the stored text; a literal that tells nothing of its content
 };
 
-// An empty text gives an empty one. `key` has at least one character and only such as Windows-1252 has.
+// Decodes a stored text. An empty one gives an empty text. `key` has at least one character and only such as Windows-1252
+// has.
 [[nodiscard]] Unscrambled UnscrambleText(TextView stored, TextView key);
 
-// The way back. None when Windows-1252 lacks a character of the text, or when the system has no random bytes.
+// Encodes a text. None when Windows-1252 lacks a character of the text, or when the system has no random bytes.
 [[nodiscard]] std::optional<Text> ScrambleText(TextView text, TextView key, os::Crypto& crypto);
 
 }  // namespace ovs::StoredPassword

@@ -11,11 +11,10 @@
 #include <utility>
 
 #include "base/Encoding.h"
+#include "mail/engines/win32/ComMail.h"
 #include "os/win32/Automation.h"
 #include "os/win32/Win32Text.h"
-
-// COM interfaces have no virtual destructor: their objects end themselves in Release.
-#pragma GCC diagnostic ignored "-Wnon-virtual-dtor"
+#include "support/win32/CountedObject.h"
 
 namespace ovs::standin {
 namespace {
@@ -85,47 +84,13 @@ Text ShownArguments(const DISPPARAMS& params) {
   return text;
 }
 
-// An object of one interface that ends itself with its last reference.
-template <class Interface>
-class Counted : public Interface {
- public:
-  Counted() = default;
-  Counted(const Counted&) = delete;
-  Counted& operator=(const Counted&) = delete;
-
-  HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-    const bool known = IsEqualIID(iid, IID_IUnknown) || IsEqualIID(iid, __uuidof(Interface));
-    *out = known ? this : nullptr;
-    if (!known) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-  }
-  ULONG STDMETHODCALLTYPE AddRef() override { return ++references_; }
-  ULONG STDMETHODCALLTYPE Release() override {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
-  }
-
- protected:
-  virtual ~Counted() = default;
-
- private:
-  ULONG references_ = 1;
-};
-
 }  // namespace
 
-class Recorder final : public Counted<IDispatch> {
+class Recorder final : public CountedDispatch {
  public:
   // The name shown differs from that of the class for fields alone.
   Recorder(ComStandIn& owner, Text name) : owner_(owner), name_(std::move(name)), spec_(SpecOf(name_)) { ++owner_.live_; }
 
-  HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override {
-    *count = 0;
-    return S_OK;
-  }
-  HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return DISP_E_BADINDEX; }
   HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT, LCID, DISPID* ids) override {
     const Text member = FromWide(names[0]);
     const bool known = Has(spec_.methods, member) || Has(spec_.properties, member) || Has(spec_.objects, member);
@@ -156,7 +121,7 @@ class Recorder final : public Counted<IDispatch> {
  private:
   ~Recorder() override { --owner_.live_; }
   Text Full(const Text& member) const { return name_ + u"." + member; }
-  void Note(const Text& call) { owner_.journal_.push_back(ToUtf8(name_ + u"." + call)); }
+  void Note(const Text& call) { owner_.journal_ += ToUtf8(name_ + u"." + call) + "; "; }
 
   HRESULT GetObjectOf(const Text& member, WORD kind, const DISPPARAMS& params, VARIANT* result, EXCEPINFO* info) {
     if ((kind & DISPATCH_PROPERTYGET) == 0) return DISP_E_MEMBERNOTFOUND;
@@ -177,8 +142,8 @@ class Recorder final : public Counted<IDispatch> {
     const auto order = owner_.answers.find(Full(member));
     if (order == owner_.answers.end()) {
       const bool givesText = member == u"AddRelatedFile" || member == u"AddFileAttachment";
-      if (Has(spec_.methods, member)) Give(givesText ? Answer(Text(u"text")) : Answer(1), result, info);
-      return S_OK;
+      if (Has(spec_.methods, member)) return Give(givesText ? Answer(Text(u"text")) : Answer(1), result, info);
+      return member == u"Status" ? Give(Answer(0), result, info) : S_OK;
     }
     const Answer answer = order->second.front();
     if (order->second.size() > 1) order->second.pop_front();
@@ -208,7 +173,7 @@ class Recorder final : public Counted<IDispatch> {
 
 namespace {
 
-class Factory final : public Counted<IClassFactory> {
+class Factory final : public CountedObject<IClassFactory> {
  public:
   Factory(ComStandIn& owner, Text name) : owner_(owner), name_(std::move(name)) {}
 
@@ -224,10 +189,6 @@ class Factory final : public Counted<IClassFactory> {
   ComStandIn& owner_;
   const Text name_;
 };
-
-}  // namespace
-
-namespace {
 
 HKEY Root(bool forUser) { return forUser ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE; }
 
@@ -273,6 +234,13 @@ ComStandIn::~ComStandIn() {
   }
 }
 
-std::vector<std::string> ComStandIn::TakeJournal() { return std::exchange(journal_, {}); }
+void ComStandIn::RegisterMailComponents() {
+  for (const TextView each :
+       {ChilkatMailer::kProgId, ChilkatMailer::kEmailProgId, ChilkatZip::kProgId, CdoMailer::kProgId}) {
+    Register(each);
+  }
+}
+
+std::string ComStandIn::TakeJournal() { return std::exchange(journal_, {}); }
 
 }  // namespace ovs::standin

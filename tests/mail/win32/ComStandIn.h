@@ -1,6 +1,6 @@
 // STAND-IN for tests: the classes of the closed mail components, registered for this process and its user. Their objects
-// know the members that the real ones are known to have, do nothing, and note what they are asked for in one journal:
-//   MailMan.SmtpHost='mail'        Email.AddTo('Jane', 'jane@example.com')        smtpserver.Status
+// know the members that the real ones are known to have, do nothing, and note their calls in one journal:
+//   MailMan.SmtpHost='mail'; Email.AddTo('Jane', 'jane@example.com'); smtpserver.Status;
 // Texts are in quotes, numbers and truth values are not.
 #pragma once
 
@@ -33,15 +33,15 @@ class ComStandIn {
 
   // Registers the class of that name; objects of it can be made unless it is said to be broken.
   void Register(TextView progId, bool broken = false);
+  // All those that the mail floor knows.
+  void RegisterMailComponents();
 
   // Orders, by class and member, as in "MailMan.SendEmail". Of several answers each serves once, the last one for ever.
-  // Without an order methods give 1 (those that give a text a text) and properties nothing.
+  // Without an order methods give 1 (those that give a text a text), a field's status 0 and other properties nothing.
   std::map<Text, std::deque<Answer>> answers;
   std::set<Text> missing;
 
-  std::vector<std::string> TakeJournal();
-  // Objects alive.
-  [[nodiscard]] int Live() const { return live_; }
+  std::string TakeJournal();
 
  private:
   friend class Recorder;
@@ -53,7 +53,7 @@ class ComStandIn {
 
   ComApartment apartment_;
   std::vector<Class> classes_;
-  std::vector<std::string> journal_;
+  std::string journal_;
   int live_ = 0;
 };
 
