@@ -5,6 +5,7 @@
 #include "config/ckCrypt_Config.h"
 #include "os/Machine.h"
 #include "os/MemoryRegistry.h"
+#include "platform/App_Env.h"
 #include "support/FakeClock.h"
 #include "support/FakeMailEngines.h"
 #include "support/FakePrompt.h"
