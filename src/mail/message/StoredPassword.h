@@ -1,6 +1,6 @@
 // The form in which the SMTP password stands in the main settings file: hexadecimal text, two digits a character
-// (Windows-1252). One random character is put before the password and one behind it, then each character is combined with one
-// of a key that every program of the family knows. This only keeps a password from being read over a shoulder.
+// (Windows-1252). One random character is put before the password and one behind it, then each character is combined with
+// one of a key that every program of the family knows. This only keeps a password from being read over a shoulder.
 #pragma once
 
 #include <optional>

@@ -1,7 +1,6 @@
 #include "ovsctl/mail/ServiceMail.h"
 
 #include "config/Config_Init.h"
-#include "os/Machine.h"
 #include "ovsctl/cli/Console.h"
 
 namespace ovs {

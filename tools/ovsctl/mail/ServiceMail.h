@@ -6,11 +6,9 @@
 #include <vector>
 
 #include "config/Config_Class.h"
-#include "config/ckCrypt_Config.h"
 #include "mail/message/MailUser.h"
 #include "mail/message/modEmailSvc.h"
 #include "ovsctl/cli/Installation.h"
-#include "platform/App_Registry.h"
 
 namespace ovs {
 

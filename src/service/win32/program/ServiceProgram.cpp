@@ -16,8 +16,7 @@ int WINAPI wWinMain(HINSTANCE /*instance*/, HINSTANCE /*previous*/, PWSTR /*comm
   const os::Machine machine = os::ThisMachine();
   NTService host(machine.system.ProgramPath());
   WmiEventSource source;
-  const std::unique_ptr<MailEngines> engines =
-      SystemMailEngines(machine);
+  const std::unique_ptr<MailEngines> engines = SystemMailEngines(machine);
   EventService(machine, {.host = host, .source = source, .mailEngines = *engines}).Run();
   return 0;
 }
