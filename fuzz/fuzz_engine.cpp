@@ -23,9 +23,10 @@ struct Outcome {
 
 void Fill(MonitorFolder& folder, fuzz::Pieces pieces) {
   for (const TextView name :
-       {u"Config\\Orvanta.ini", u"Config\\Rules\\A.DAT", u"Config\\Rules\\B.dat",
-        u"Config\\Rules\\GlobalExclusion_EventDesc_List.txt", u"Config\\Rules\\GlobalExclusion_EventID_List.txt",
-        u"Config\\Rules\\GlobalExclusion_EventSource_List.txt"}) {
+       {u"C:\\App\\Config\\Orvanta.ini", u"C:\\App\\Config\\Rules\\A.DAT", u"C:\\App\\Config\\Rules\\B.dat",
+        u"C:\\App\\Config\\Rules\\GlobalExclusion_EventDesc_List.txt",
+        u"C:\\App\\Config\\Rules\\GlobalExclusion_EventID_List.txt",
+        u"C:\\App\\Config\\Rules\\GlobalExclusion_EventSource_List.txt"}) {
     const std::string_view bytes = pieces.Next();
     if (!bytes.empty()) folder.Put(name, bytes);
   }
@@ -40,8 +41,8 @@ Outcome Handle(const EventRecord& record, const fuzz::Pieces& pieces, bool trace
   fakes::FakeMailer mailer;
   ServiceEngine engine(folder, mailer);
   engine.Handle(record);
-  Outcome outcome{folder.Content(u"EventLogs.txt"),
-                  folder.Content(u"EventLogs_RuleNamesOnly.txt"),
+  Outcome outcome{folder.Content(u"C:\\App\\EventLogs.txt"),
+                  folder.Content(u"C:\\App\\EventLogs_RuleNamesOnly.txt"),
                   {},
                   engine.Filter().StopPhraseSeen()};
   for (const auto& mail : mailer.mails) outcome.mails.push_back(mail.subject + mail.body);

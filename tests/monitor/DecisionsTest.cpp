@@ -81,12 +81,12 @@ void Exclude(MonitorFolder& folder) { folder.Rule(u"GlobalExclusion_EventDesc_Li
 void AddUnusableRules(MonitorFolder& folder) {
   folder.Rule(u"Empty.DAT", "");
   folder.Rule(u"Binary.DAT", std::string("[LogFile]\0", 10));
-  folder.memory.CreateDir(u"C:\\App\\Config\\Rules\\Folder.DAT");
+  folder.disk.CreateDir(folder.PathOfRule(u"Folder.DAT"));
 }
 
 void RemoveRulesFolder(MonitorFolder& folder) {
   for (const TextView name : {u"A.DAT", u"B.DAT", u"notes.txt"}) folder.DeleteRule(name);
-  EXPECT_TRUE(folder.memory.RemoveDir(u"C:\\App\\Config\\Rules"));
+  EXPECT_TRUE(folder.disk.RemoveDir(u"C:\\App\\Config\\Rules"));
 }
 
 void EditAndRefuse(MonitorFolder& folder) {
@@ -211,7 +211,7 @@ std::size_t CheckIndex(const Change& prepare, const std::vector<EventRecord>& re
     EXPECT_EQ(hints.mayBeStopPhrase, ContainsFolded(record.message, Phrases::kStop));
     std::vector<std::uint32_t> expected;
     for (std::uint32_t i = 0; i < book.RuleCount(); ++i) {
-      RuleFileReader rule(folder.ini, book.RuleAt(i).path, book.RuleAt(i).content);
+      RuleFileReader rule(folder.modules.ini, book.RuleAt(i).path, book.RuleAt(i).content);
       if (book.RuleAt(i).usable && RuleMatches(rule, record)) expected.push_back(i);
     }
     EXPECT_EQ(scratch.rules, expected) << ToUtf8(record.message);

@@ -4,14 +4,10 @@
 
 #include <tuple>
 
-#include "config/ckCrypt_Config.h"
 #include "diag/App_Debug.h"
 #include "mail/message/modEmailSvc.h"
-#include "os/Crypto.h"
-#include "os/MemoryRegistry.h"
 #include "support/AllocationCount.h"
 #include "support/FakeMailEngines.h"
-#include "support/FakePrompt.h"
 #include "support/MonitorFolder.h"
 
 namespace ovs {
@@ -31,9 +27,16 @@ class MemoryTest : public ::testing::TestWithParam<std::tuple<bool, bool>> {
 
   // A fresh engine handles a record whose nth allocation fails, then another. Gives whether an allocation failed.
   bool AlertOutOfMemoryAt(int nth) {
-    for (const TextView log : {u"EventLogs.txt", u"EventLogs_RuleNamesOnly.txt"}) folder.Delete(log);
+    for (const TextView log : {u"C:\\App\\EventLogs.txt", u"C:\\App\\EventLogs_RuleNamesOnly.txt"}) folder.disk.Delete(log);
     engines.mails.clear();
-    modEmailSvc mailer({folder.ini, helper, folder.fileSystem, environment, engines, user, store});
+    Modules& modules = folder.modules;
+    modEmailSvc mailer({.ini = modules.ini,
+                        .registry = modules.registry,
+                        .fileSystem = modules.fileSystem,
+                        .environment = modules.environment,
+                        .engines = engines,
+                        .user = user,
+                        .store = store});
     ServiceEngine engine(folder, mailer);
     const int before = AllocationCount();
     {
@@ -43,7 +46,8 @@ class MemoryTest : public ::testing::TestWithParam<std::tuple<bool, bool>> {
     const bool failed = AllocationCount() - before >= nth;
     const std::uint32_t errors = debug.Counters().errorHandler;
     engine.Handle(next);
-    EXPECT_TRUE(folder.Content(u"EventLogs.txt").ends_with("Message: bad block, again\r\n")) << "allocation " << nth;
+    EXPECT_TRUE(folder.Content(u"C:\\App\\EventLogs.txt").ends_with("Message: bad block, again\r\n"))
+        << "allocation " << nth;
     EXPECT_FALSE(engines.mails.empty()) << "allocation " << nth;
     EXPECT_EQ(debug.Counters().errorHandler, errors) << "the second record met an error, allocation " << nth;
     return failed;
@@ -55,14 +59,9 @@ class MemoryTest : public ::testing::TestWithParam<std::tuple<bool, bool>> {
   App_Debug debug;
   ScopedDiagnostics scoped_;
   MonitorFolder folder;
-  MemoryRegistry registry;
-  App_Registry helper{registry};
-  App_Env environment{folder.system};
-  const ckCrypt_Config crypt{os::SystemCrypto()};
-  Config_Class store{folder.fileSystem, crypt, u"C:\\App\\"};
+  Config_Class store{folder.modules.fileSystem, folder.modules.crypt, u"C:\\App\\"};
   fakes::FakeMailEngines engines;
-  fakes::FakePrompt prompt;
-  PlainMailUser user{prompt};
+  PlainMailUser user{folder.prompt};
 };
 
 TEST_P(MemoryTest, EveryAllocationOfAnAlertMayFail) {

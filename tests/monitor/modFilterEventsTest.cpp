@@ -55,13 +55,13 @@ TEST_F(FilterTest, EveryMatchIsMailedAndWrittenToBothLogs) {
   EXPECT_EQ(mailer.mails[0].body,
             u"Time: 03/07/2024 01:05:09 PM\r\nRule: Low Disk\r\nEvent Log: System\r\nEvent Type: Error (1)\r\n"
             u"Event ID: 7\r\nSource Name: src\r\nMessage: text\r\n");
-  EXPECT_EQ(folder.Content(u"EventLogs.txt"),
+  EXPECT_EQ(folder.Content(u"C:\\App\\EventLogs.txt"),
             "03/07/2024 01:05:09 PM\r\nRule: Low Disk\r\n"
             "Event ID: 7 / Event Type: Error (1) / Source Name: src / Event Log: System\r\nMessage: text\r\n");
   folder.Rule(u"Z.dat", kOpenRule);
   for (int i = 0; i < 2; ++i) Handle(Error());
   EXPECT_EQ(mailer.mails.size(), 5u);
-  EXPECT_EQ(folder.Content(u"EventLogs_RuleNamesOnly.txt"),
+  EXPECT_EQ(folder.Content(u"C:\\App\\EventLogs_RuleNamesOnly.txt"),
             "03/07/2024 01:05:09 PM  -  Low Disk\r\n03/07/2024 01:05:09 PM  -  Z\r\n")
       << "each line once";
 }
@@ -101,7 +101,7 @@ TEST_F(FilterTest, ADiskEventIsMailedAndLoggedAsSuch) {
   Handle(Error(u"fake disk alert"));
   ASSERT_EQ(mailer.mails.size(), 1u);
   EXPECT_EQ(mailer.mails[0].subject, u"Disk Alert!");
-  EXPECT_EQ(folder.Content(u"EventLogs_RuleNamesOnly.txt"), "03/07/2024 01:05:09 PM  -  Platte\r\n");
+  EXPECT_EQ(folder.Content(u"C:\\App\\EventLogs_RuleNamesOnly.txt"), "03/07/2024 01:05:09 PM  -  Platte\r\n");
 }
 
 TEST_F(FilterTest, ExclusionLists) {
@@ -132,7 +132,7 @@ TEST_F(FilterTest, AnUnusableRuleFileIsReportedOnceAndTheOthersGoOn) {
   folder.Rule(u"Binary.DAT", std::string("\0[LogFile]\nSystem=1", 19));
   folder.Rule(u"Huge.DAT", std::string(kMaxTextFileBytes + 1, 'x'));
   folder.Rule(u"Locked.DAT", kOpenRule);
-  folder.memory.CreateDir(u"C:\\App\\Config\\Rules\\Folder.DAT");
+  folder.disk.CreateDir(folder.PathOfRule(u"Folder.DAT"));
   folder.files.FailPath(u"Locked.DAT", SystemErrorNumber::kSharingViolation);
   for (int i = 0; i < 3; ++i) Handle(Error());
   EXPECT_EQ(mailer.mails.size(), 3u);
@@ -153,12 +153,12 @@ TEST_F(FilterTest, AFailingLogFileDoesNotStopTheOtherNorTheMail) {
   folder.files.FailPath(u"EventLogs.txt", SystemErrorNumber::kDiskFull);
   Handle(Error());
   EXPECT_EQ(mailer.mails.size(), 1u);
-  EXPECT_EQ(folder.Content(u"EventLogs.txt"), "");
-  EXPECT_NE(folder.Content(u"EventLogs_RuleNamesOnly.txt"), "");
+  EXPECT_EQ(folder.Content(u"C:\\App\\EventLogs.txt"), "");
+  EXPECT_NE(folder.Content(u"C:\\App\\EventLogs_RuleNamesOnly.txt"), "");
   EXPECT_GE(EntriesWith(u"EventLogs.txt"), 1u);
   folder.files.Heal();
   Handle(Error());
-  EXPECT_NE(folder.Content(u"EventLogs.txt"), "");
+  EXPECT_NE(folder.Content(u"C:\\App\\EventLogs.txt"), "");
 }
 
 TEST_F(FilterTest, StrangeRecordsAreHandled) {
@@ -167,7 +167,7 @@ TEST_F(FilterTest, StrangeRecordsAreHandled) {
   Handle(huge);
   Handle({});
   EXPECT_EQ(mailer.mails.size(), 1u);
-  EXPECT_GT(folder.Content(u"EventLogs.txt").size(), std::size_t{1} << 20);
+  EXPECT_GT(folder.Content(u"C:\\App\\EventLogs.txt").size(), std::size_t{1} << 20);
 }
 
 }  // namespace

@@ -8,52 +8,39 @@
 
 #include "monitor/AlertSink.h"
 #include "monitor/modFilterEvents.h"
-#include "platform/FileContent.h"
-#include "support/FakeClock.h"
-#include "support/FakeSystem.h"
-#include "support/FakeWatcher.h"
-#include "support/FaultyFiles.h"
-#include "support/MemoryFiles.h"
+#include "service/Modules.h"
+#include "support/TestMachine.h"
 
 namespace ovs {
 
-struct MonitorFolder {
-  MonitorFolder() {
-    for (const TextView folder : {u"C:\\App", u"C:\\App\\Config", u"C:\\App\\Config\\Rules"}) memory.CreateDir(folder);
-  }
+struct MonitorFolder : fakes::TestMachine {
+  MonitorFolder() { Put(u"C:\\App\\Config\\Rules\\notes.txt"); }
 
-  // Names below the application folder, names in the rules folder, and the lines of section [Monitoring].
-  void Put(TextView name, std::string_view bytes) { memory.Write(u"C:\\App\\" + Text(name), bytes); }
-  void Delete(TextView name) { memory.Delete(u"C:\\App\\" + Text(name)); }
-  void Rule(TextView name, std::string_view bytes) { Put(u"Config\\Rules\\" + Text(name), bytes); }
-  void DeleteRule(TextView name) { Delete(u"Config\\Rules\\" + Text(name)); }
-  void Monitoring(const std::string& lines) { Put(u"Config\\Orvanta.ini", "[Monitoring]\r\n" + lines); }
-  std::string Content(TextView name) {
-    std::string bytes;
-    ReadFileBytes(memory, u"C:\\App\\" + Text(name), bytes);
-    return bytes;
-  }
+  // A file of the rules folder, and the lines of section [Monitoring].
+  void Rule(TextView name, std::string_view bytes) { Put(PathOfRule(name), bytes); }
+  void DeleteRule(TextView name) { disk.Delete(PathOfRule(name)); }
+  void Monitoring(const std::string& lines) { Put(u"C:\\App\\Config\\Orvanta.ini", "[Monitoring]\r\n" + lines); }
+  static Text PathOfRule(TextView name) { return u"C:\\App\\Config\\Rules\\" + Text(name); }
 
   // As the service reads them at its start.
   MonitorSettings Settings() {
     MonitorSettings settings = PathsOf(u"C:\\App\\");
-    ReadDisplaySettings(ini, settings);
+    ReadDisplaySettings(modules.ini, settings);
     return settings;
   }
-  RuleBookParts BookParts() { return {.fileSystem = fileSystem, .ini = ini, .clock = clock, .watcher = watcher}; }
+  RuleBookParts BookParts() {
+    return {.fileSystem = modules.fileSystem, .ini = modules.ini, .clock = clock, .watcher = watcher};
+  }
   FilterParts Parts(AlertSink& alerts) {
-    return {.fileSystem = fileSystem, .ini = ini, .time = time, .clock = clock, .watcher = watcher, .alerts = alerts};
+    return {.fileSystem = modules.fileSystem,
+            .ini = modules.ini,
+            .time = modules.time,
+            .clock = clock,
+            .watcher = watcher,
+            .alerts = alerts};
   }
 
-  fakes::MemoryFiles memory;
-  fakes::FaultyFiles files{memory};
-  fakes::FakeSystem system;
-  fakes::FakeClock clock;
-  fakes::FakeTimeZone zone;
-  fakes::FakeWatcher watcher;
-  App_FileSystem fileSystem{files, system};
-  App_Common ini{files};
-  App_Time time{clock, zone, files};
+  Modules modules{Ports()};
 };
 
 // The engine with the sinks that the service gives it.
@@ -65,7 +52,9 @@ class ServiceEngine {
 
  private:
   ServiceEngine(MonitorFolder& folder, AlertMailer& mailer, const MonitorSettings& settings)
-      : action_(folder.ini, mailer, settings), log_(folder.fileSystem, settings), filter_(folder.Parts(alerts_), settings) {}
+      : action_(folder.modules.ini, mailer, settings),
+        log_(folder.modules.fileSystem, settings),
+        filter_(folder.Parts(alerts_), settings) {}
 
   AlertAction action_;
   EventLogFiles log_;
