@@ -40,7 +40,7 @@ struct RecordHints {
 [[nodiscard]] RecordKind KindOf(const EventRecord& record, const RecordHints& hints,
                                 const std::function<bool()>& isDiskEvent);
 
-// What the disk check finds. The first three are disk events; of the others each is the first condition that failed.
+// The disk check's findings. The first three are disk events; of the others each is the first condition that failed.
 enum class DiskFinding {
   DriverReport,  // a disk driver's report of an error
   Corruption,    // a file system's report of corruption

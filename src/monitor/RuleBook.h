@@ -25,7 +25,7 @@
 
 namespace ovs {
 
-// What a rule book works with; all must outlive it.
+// A rule book works with these; all must outlive it.
 struct RuleBookParts {
   App_FileSystem& fileSystem;
   App_Common& ini;

@@ -18,7 +18,7 @@ class RuleTiming {
   static constexpr std::uint64_t kWindowPerCost = 10;
   static constexpr int kTriesAtOnce = 3;
 
-  // What the folders' news are worth.
+  // How far the folders' news can be relied on.
   enum class News {
     None,   // there are none
     Slow,   // asking is so costly that it is done once a tick of the clock
@@ -26,7 +26,7 @@ class RuleTiming {
   };
   enum class Step { Nothing, AskForNews, LookAtAll };
 
-  // What is to be done before a record.
+  // The step to take before a record is handled.
   [[nodiscard]] Step Next(std::uint64_t now, News news) {
     if (mustLook_ ? looks_.MayTry(now, window_) : now - looks_.last >= window_) return Step::LookAtAll;
     if (news == News::None || (news == News::Slow && now == lastAsked_)) return Step::Nothing;

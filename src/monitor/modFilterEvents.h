@@ -15,7 +15,7 @@
 
 namespace ovs {
 
-// What the rule engine works with; all must outlive it.
+// The rule engine works with these; all must outlive it.
 struct FilterParts {
   App_FileSystem& fileSystem;
   App_Common& ini;

@@ -191,7 +191,7 @@ class RealRuleBookTest : public ::testing::Test {
       ASSERT_TRUE(file && file->Append(content));
     }
   }
-  // What makes every edit count: nothing where news are exact, a pause longer than the window elsewhere.
+  // Makes every edit count: does nothing where news are exact, passes a time longer than the window elsewhere.
   void Pause() {
     if (!os::SystemFolderWatcher().IsExact()) clock.milliseconds += 60'000;
   }

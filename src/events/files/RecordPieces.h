@@ -1,4 +1,4 @@
-// What the readers of JSON and of XML have in common: bytes go in by chunks of any size, records come out.
+// The common part of the readers of JSON and of XML: bytes go in by chunks of any size, records come out.
 #pragma once
 
 #include <cstdint>

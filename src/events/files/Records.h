@@ -10,14 +10,14 @@
 
 namespace ovs {
 
-// Who is told what is read. `onRecord` must be set, the others may be empty.
+// The functions that are told of what is read. `onRecord` must be set, the others may be empty.
 struct RecordSink {
   std::function<void(const RawRecord& record)> onRecord;
   // A piece that is no record; `place` says where, such as "line 12" or "byte 34567". It is skipped.
   std::function<void(const std::string& place, const std::string& reason)> onBad;
   // Now and then: bytes read and bytes in all.
   std::function<void(std::uint64_t done, std::uint64_t total)> onProgress = {};
-  // What is worth saying about the whole, each at most once.
+  // Remarks about the whole, each made at most once.
   std::function<void(const std::string& note)> onNote = {};
   // Asked before each piece; true ends the reading, which then counts as complete.
   std::function<bool()> isEnough = {};

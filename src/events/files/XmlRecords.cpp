@@ -49,7 +49,7 @@ Text WithWindowsLineEnds(std::string_view utf8) {
   return FromUtf8(out);
 }
 
-// What stands in for the message of a record that was not rendered: the texts it would have been made of.
+// Stands in for the message of a record that was not rendered: the texts it would have been made of.
 void AppendTexts(const pugi::xml_node& node, std::string& out) {
   struct Walker final : pugi::xml_tree_walker {
     explicit Walker(std::string& text) : out(text) {}

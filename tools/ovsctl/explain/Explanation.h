@@ -1,4 +1,4 @@
-// What the service would do with one record, and why. Each answer comes from the function by which the service decides.
+// An explanation of the service's decision on one record. Each answer comes from the function by which the service decides.
 #pragma once
 
 #include <optional>
