@@ -24,7 +24,7 @@ std::string OneLine(TextView text) {
 
 void Dump(const std::filesystem::path& folder) {
   std::filesystem::create_directories(folder);
-  const std::vector<EventRecord>& records = Records(RecordKind::Recorded);
+  const std::vector<EventRecord>& records = Records(WorkloadKind::Recorded);
   std::ofstream lines(folder / "lines.txt");
   for (const EventRecord& record : records) lines << OneLine(record.message) << '\n';
   for (const std::size_t count : {10u, 100u, 1000u}) {

@@ -31,7 +31,7 @@ bool Occurs(TextView text, char16_t unit) {
   return found;
 }
 
-void Scan(benchmark::State& state, RecordKind kind) {
+void Scan(benchmark::State& state, WorkloadKind kind) {
   const auto& records = Records(kind);
   for (auto _ : state) {
     std::size_t found = 0;
@@ -40,10 +40,10 @@ void Scan(benchmark::State& state, RecordKind kind) {
   }
   CountRecords(state);
 }
-BENCHMARK_CAPTURE(Scan, recorded, RecordKind::Recorded);
-BENCHMARK_CAPTURE(Scan, synthetic, RecordKind::Synthetic);
+BENCHMARK_CAPTURE(Scan, recorded, WorkloadKind::Recorded);
+BENCHMARK_CAPTURE(Scan, synthetic, WorkloadKind::Synthetic);
 
-void FoldOnce(benchmark::State& state, RecordKind kind) {
+void FoldOnce(benchmark::State& state, WorkloadKind kind) {
   const auto& records = Records(kind);
   Text folded;
   for (auto _ : state) {
@@ -54,8 +54,8 @@ void FoldOnce(benchmark::State& state, RecordKind kind) {
   }
   CountRecords(state);
 }
-BENCHMARK_CAPTURE(FoldOnce, recorded, RecordKind::Recorded);
-BENCHMARK_CAPTURE(FoldOnce, synthetic, RecordKind::Synthetic);
+BENCHMARK_CAPTURE(FoldOnce, recorded, WorkloadKind::Recorded);
+BENCHMARK_CAPTURE(FoldOnce, synthetic, WorkloadKind::Synthetic);
 
 std::vector<RuleConditions> Parsed(const std::vector<std::string>& rules) {
   std::vector<RuleConditions> conditions;
@@ -64,7 +64,7 @@ std::vector<RuleConditions> Parsed(const std::vector<std::string>& rules) {
 }
 
 // Which rules match, rules parsed: log, type, ID, source, texts.
-void Match(benchmark::State& state, RecordKind recordKind, RuleKind ruleKind) {
+void Match(benchmark::State& state, WorkloadKind recordKind, RuleKind ruleKind) {
   const auto& records = Records(recordKind);
   const auto count = static_cast<std::size_t>(state.range(0));
   const RuleIndex index(Parsed(MakeRules(ruleKind, count, records, kShare)));
@@ -84,10 +84,10 @@ void Match(benchmark::State& state, RecordKind recordKind, RuleKind ruleKind) {
 }
 #define OVS_MATCH(name, records, rules) \
   BENCHMARK_CAPTURE(Match, name, records, rules)->Arg(10)->Arg(100)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond)
-OVS_MATCH(mixed recorded, RecordKind::Recorded, RuleKind::Mixed);
-OVS_MATCH(text recorded, RecordKind::Recorded, RuleKind::Texts);
-OVS_MATCH(mixed synthetic, RecordKind::Synthetic, RuleKind::Mixed);
-OVS_MATCH(text synthetic, RecordKind::Synthetic, RuleKind::Texts);
+OVS_MATCH(mixed recorded, WorkloadKind::Recorded, RuleKind::Mixed);
+OVS_MATCH(text recorded, WorkloadKind::Recorded, RuleKind::Texts);
+OVS_MATCH(mixed synthetic, WorkloadKind::Synthetic, RuleKind::Mixed);
+OVS_MATCH(text synthetic, WorkloadKind::Synthetic, RuleKind::Texts);
 
 }  // namespace
 }  // namespace ovs

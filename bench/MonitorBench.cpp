@@ -83,7 +83,7 @@ void HandleAll(benchmark::State& state, Monitor& monitor, const std::vector<Even
       benchmark::Counter(static_cast<double>(monitor.counting.alerts), benchmark::Counter::kAvgIterations);
 }
 
-void Job(benchmark::State& state, RecordKind recordKind, RuleKind ruleKind, Freshness freshness, double share) {
+void Job(benchmark::State& state, WorkloadKind recordKind, RuleKind ruleKind, Freshness freshness, double share) {
   const BenchDiagnostics diagnostics(false);
   const auto& records = Records(recordKind);
   RealFolder folder(MakeRules(ruleKind, static_cast<std::size_t>(state.range(0)), records, share));
@@ -92,26 +92,26 @@ void Job(benchmark::State& state, RecordKind recordKind, RuleKind ruleKind, Fres
 }
 #define OVS_JOB(name, records, rules, freshness, share) \
   BENCHMARK_CAPTURE(Job, name, records, rules, freshness, share)->Unit(benchmark::kMillisecond)
-OVS_JOB(mixed recorded, RecordKind::Recorded, RuleKind::Mixed, Freshness::None, kShare)
+OVS_JOB(mixed recorded, WorkloadKind::Recorded, RuleKind::Mixed, Freshness::None, kShare)
     ->Arg(10)
     ->Arg(100)
     ->Arg(1000)
     ->Arg(10000);
-OVS_JOB(text recorded, RecordKind::Recorded, RuleKind::Texts, Freshness::None, kShare)
+OVS_JOB(text recorded, WorkloadKind::Recorded, RuleKind::Texts, Freshness::None, kShare)
     ->Arg(10)
     ->Arg(100)
     ->Arg(1000)
     ->Arg(10000);
-OVS_JOB(mixed synthetic, RecordKind::Synthetic, RuleKind::Mixed, Freshness::None, kShare)->Arg(10)->Arg(100)->Arg(1000);
-OVS_JOB(text synthetic, RecordKind::Synthetic, RuleKind::Texts, Freshness::None, kShare)->Arg(10)->Arg(100)->Arg(1000);
-OVS_JOB(mixed no match, RecordKind::Recorded, RuleKind::Mixed, Freshness::None, 0)->Arg(1000);
-OVS_JOB(mixed tenth matches, RecordKind::Recorded, RuleKind::Mixed, Freshness::None, 0.1)->Arg(1000);
-OVS_JOB(mixed news, RecordKind::Recorded, RuleKind::Mixed, Freshness::News, kShare)
+OVS_JOB(mixed synthetic, WorkloadKind::Synthetic, RuleKind::Mixed, Freshness::None, kShare)->Arg(10)->Arg(100)->Arg(1000);
+OVS_JOB(text synthetic, WorkloadKind::Synthetic, RuleKind::Texts, Freshness::None, kShare)->Arg(10)->Arg(100)->Arg(1000);
+OVS_JOB(mixed no match, WorkloadKind::Recorded, RuleKind::Mixed, Freshness::None, 0)->Arg(1000);
+OVS_JOB(mixed tenth matches, WorkloadKind::Recorded, RuleKind::Mixed, Freshness::None, 0.1)->Arg(1000);
+OVS_JOB(mixed news, WorkloadKind::Recorded, RuleKind::Mixed, Freshness::News, kShare)
     ->Arg(10)
     ->Arg(100)
     ->Arg(1000)
     ->Arg(10000);
-OVS_JOB(mixed sweep, RecordKind::Recorded, RuleKind::Mixed, Freshness::Sweep, kShare)
+OVS_JOB(mixed sweep, WorkloadKind::Recorded, RuleKind::Mixed, Freshness::Sweep, kShare)
     ->Arg(10)
     ->Arg(100)
     ->Arg(1000)
@@ -130,7 +130,7 @@ class KeyByKey final : public RuleReader {
 
 void Naive(benchmark::State& state) {
   const BenchDiagnostics diagnostics(false);
-  const auto& records = Records(RecordKind::Recorded);
+  const auto& records = Records(WorkloadKind::Recorded);
   const auto count = static_cast<std::size_t>(state.range(0));
   RealFolder folder(MakeRules(RuleKind::Mixed, count, records, kShare));
   App_Common ini(os::SystemFiles());
@@ -177,7 +177,7 @@ BENCHMARK(AlertLogs)->Arg(1'000)->Arg(1'000'000)->UseRealTime()->Unit(benchmark:
 // From nothing to the first record handled.
 void FirstRecord(benchmark::State& state) {
   const BenchDiagnostics diagnostics(false);
-  const auto& records = Records(RecordKind::Recorded);
+  const auto& records = Records(WorkloadKind::Recorded);
   RealFolder folder(MakeRules(RuleKind::Mixed, static_cast<std::size_t>(state.range(0)), records, kShare));
   for (auto _ : state) {
     Monitor monitor(Freshness::News, folder);
@@ -190,7 +190,7 @@ BENCHMARK(FirstRecord)->Arg(10)->Arg(1000)->Arg(10000)->Unit(benchmark::kMillise
 // Ten million records, the working set after the first million and after the last.
 void LongRun(benchmark::State& state) {
   const BenchDiagnostics diagnostics(false);
-  const auto& records = Records(RecordKind::Recorded);
+  const auto& records = Records(WorkloadKind::Recorded);
   RealFolder folder(MakeRules(RuleKind::Mixed, 100, records, kShare));
   Monitor monitor(Freshness::News, folder);
   const auto handle = [&](int rounds) {

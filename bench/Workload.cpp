@@ -157,17 +157,17 @@ std::size_t Matches(const Text& rule, const std::vector<EventRecord>& records) {
 
 }  // namespace
 
-const std::vector<EventRecord>& Records(RecordKind kind) {
-  static const std::vector<EventRecord> recorded = MakeRecords(RecordKind::Recorded, kRecords);
-  static const std::vector<EventRecord> synthetic = MakeRecords(RecordKind::Synthetic, kRecords);
-  return kind == RecordKind::Recorded ? recorded : synthetic;
+const std::vector<EventRecord>& Records(WorkloadKind kind) {
+  static const std::vector<EventRecord> recorded = MakeRecords(WorkloadKind::Recorded, kRecords);
+  static const std::vector<EventRecord> synthetic = MakeRecords(WorkloadKind::Synthetic, kRecords);
+  return kind == WorkloadKind::Recorded ? recorded : synthetic;
 }
 
-std::vector<EventRecord> MakeRecords(RecordKind kind, std::size_t count) {
+std::vector<EventRecord> MakeRecords(WorkloadKind kind, std::size_t count) {
   Random random(7);
   std::vector<EventRecord> records;
   records.reserve(count);
-  if (kind == RecordKind::Synthetic) {
+  if (kind == WorkloadKind::Synthetic) {
     while (records.size() < count) records.push_back(SyntheticRecord(random));
     return records;
   }

@@ -8,7 +8,7 @@
 
 namespace ovs {
 
-enum class RecordKind {
+enum class WorkloadKind {
   Recorded,   // the recorded records of the six logs, in a random order, over and over
   Synthetic,  // all different
 };
@@ -22,10 +22,10 @@ inline constexpr std::size_t kRecords = 100'000;
 inline constexpr double kShare = 0.001;  // of the records that match, unless a measurement says otherwise
 
 // kRecords of a kind, made when they are asked for first.
-[[nodiscard]] const std::vector<EventRecord>& Records(RecordKind kind);
+[[nodiscard]] const std::vector<EventRecord>& Records(WorkloadKind kind);
 
 // Always the same for the same arguments.
-[[nodiscard]] std::vector<EventRecord> MakeRecords(RecordKind kind, std::size_t count);
+[[nodiscard]] std::vector<EventRecord> MakeRecords(WorkloadKind kind, std::size_t count);
 
 // Contents of rule files. Of the records about `share` match one of them.
 [[nodiscard]] std::vector<std::string> MakeRules(RuleKind kind, std::size_t count, const std::vector<EventRecord>& records,
