@@ -32,6 +32,7 @@ void SetPendingRuntimeError(int number, TextView description, TextView source) n
   }
 }
 
+// The exception is thrown again to learn its type; kinds are told apart in this one place.
 void SetPendingRuntimeErrorFromException() noexcept {
   using namespace RuntimeErrorNumber;
   try {

@@ -116,6 +116,7 @@ void DebugLog::SwitchFile(TextView path) {
   SetFile(path);
 }
 
+// Writes out at once: entries that came before the file was opened belong in front of the next one.
 bool DebugLog::StartRealTime() {
   const PendingErrorKeeper keeper;
   if (files_ == nullptr || path_.empty()) return false;
@@ -146,6 +147,8 @@ void DebugLog::Close() noexcept {
   file_ = nullptr;
 }
 
+// An entry is in the file, or pending, or counted as dropped, whatever fails: the buffer is emptied only when the append has
+// succeeded. Closing is what makes other programs, and a system that stops at this moment, see the entry.
 void DebugLog::Write(bool reopen) noexcept {
   if (pending_.Used() <= 1 || (file_ == nullptr && !(wantsOpen_ && Open()))) return;
   const PendingErrorKeeper keeper;

@@ -47,6 +47,7 @@ bool PerfTimer::HighRes_Start(std::uint32_t& startTime) noexcept {
   return true;
 }
 
+// Until two readings in a row lie one period apart, the timer still runs at its former, longer period.
 void PerfTimer::AlignToPeriod() noexcept {
   std::uint32_t before = timer_->Now();
   for (int reading = 0; reading < kMostReadings; ++reading) {

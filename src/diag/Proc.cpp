@@ -27,12 +27,14 @@ void RenderValue(bool value, Text& out) { out += value ? TextView(u"True") : Tex
 
 void RenderValue(std::int64_t value, Text& out) { out += NumberText(value); }
 
+// NumberText takes signed numbers: of a number beyond them, all digits but the last are one that it takes.
 void RenderValue(std::uint64_t value, Text& out) {
   constexpr std::uint64_t kMost = std::numeric_limits<std::int64_t>::max();
   if (value > kMost) RenderValue(value / 10, out);
   out += NumberText(static_cast<std::int64_t>(value > kMost ? value % 10 : value));
 }
 
+// The limit is looked at behind each item, so a long list ends with a whole one.
 void RenderValue(const std::vector<Text>& value, Text& out) {
   const std::size_t start = out.size();
   for (const Text& item : value) {
@@ -67,6 +69,8 @@ Proc* Proc::Find(const ProcTrace& trace, ProcId id) noexcept {
   return nullptr;
 }
 
+// A value that is created or returned by reference has its final form only when Run ends, so the record waits for it. One
+// that finds no room among the kept values cannot wait: the record gets it as it is now.
 void Proc::AddVar(VarKind kind, TextView name, const void* value, detail::RenderFunction render) noexcept {
   const bool waits = !finished_ && (kind == VarKind::Created || kind == VarKind::ReturnedByRef);
   const bool kept = varCount_ < kMaxVars;

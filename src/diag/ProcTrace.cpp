@@ -65,6 +65,8 @@ bool ProcTrace::IsDuplicate(ProcId id) noexcept {
   return true;
 }
 
+// Enter and Leave are the price that every procedure pays. Without a record to keep they touch counters alone: no lock, no
+// memory.
 void ProcTrace::Enter(Proc& guard) noexcept {
   guard.id_ = NextId(guard.enterEvent_);
   if (!keepsRecords_.load(std::memory_order_relaxed) || guard.id_ == kNoProc) return;
@@ -80,6 +82,7 @@ void ProcTrace::Leave(Proc& guard) noexcept {
   if (guard.id_ == kNoProc) return;
   const std::uint32_t exitEvent = counts_.CountFlow();
   counts_.CountExited();
+  // Only the guard's own thread changes these two, so they are read without the lock.
   if (guard.record_ == nullptr && !guard.hadError_) return;
   try {
     const Lock lock(mutex_);
@@ -120,6 +123,7 @@ bool ProcTrace::AddVariable(ProcId id, VarKind kind, TextView text) {
 
 void ProcTrace::Exit(ProcId id) {
   if (App_Proc* record = FindRecord(id)) {
+    // The record may be a guard's, whose caller ended it by its number: the guard then goes on without one.
     if (Proc* guard = Proc::Find(*this, id)) guard->record_ = nullptr;
     counts_.CountExited();
     ExitRecord(*record, counts_.CountFlow());
@@ -146,7 +150,8 @@ App_Proc* ProcTrace::MakeRecord(ProcId id, ProcKind kind, TextView module, TextV
   return &kept;
 }
 
-// Guards opened before the dump was switched on; their earlier events are counted only.
+// Guards of this thread that were opened before the dump was switched on; their earlier events are counted only. Guards of
+// other threads stay without a record: their values belong to those threads.
 void ProcTrace::AdoptGuards() {
   for (Proc* guard = Proc::Innermost(); guard != nullptr; guard = guard->outer_) {
     if (guard->trace_ != this || guard->record_ != nullptr || guard->id_ == kNoProc) continue;
