@@ -17,9 +17,9 @@ class BenchDiagnostics {
  public:
   // The spool file of a procedure dump goes into a new temporary folder, which is removed at the end.
   explicit BenchDiagnostics(bool procDump) {
-    files_.TempFolder(folder_);
+    files_.TempFolder(folder_).Ignore();
     folder_ += u"ovs-bench-" + NumberText(os::ThisSystem().ProcessId());
-    files_.CreateDir(folder_);
+    files_.CreateDir(folder_).Ignore();
     debug_.Attach({&files_, &os::SystemClock(), &os::SystemTimeZone(), &os::ThisSystem(), &os::SystemPeriodTimer()}, {});
     debug_.DebugLogSetLogFileVars(folder_ + u"\\bench.log");
     DebugSwitches switches;
@@ -28,8 +28,8 @@ class BenchDiagnostics {
   }
   ~BenchDiagnostics() {
     // Not written out: the dump itself is none of what is measured.
-    files_.Delete(SpoolFile());
-    files_.RemoveDir(folder_);
+    files_.Delete(SpoolFile()).Ignore();
+    files_.RemoveDir(folder_).Ignore();
   }
   BenchDiagnostics(const BenchDiagnostics&) = delete;
   BenchDiagnostics& operator=(const BenchDiagnostics&) = delete;
@@ -48,7 +48,7 @@ class BenchDiagnostics {
   // Bytes that the procedure dump holds on disk.
   [[nodiscard]] double Spooled() const {
     os::FileInfo info;
-    return files_.Info(SpoolFile(), info) ? static_cast<double>(info.size) : 0.0;
+    return files_.Info(SpoolFile(), info).Ok() ? static_cast<double>(info.size) : 0.0;
   }
 
  private:

@@ -24,8 +24,8 @@ std::string ManyEntries() {
 // A store over files in memory.
 struct Machine {
   Machine() {
-    files.CreateDir(u"C:\\App");
-    files.Write(kFile, ManyEntries());
+    files.CreateDir(u"C:\\App").Ignore();
+    files.Write(kFile, ManyEntries()).Ignore();
     store.DefaultConfigFile = kFile;
   }
   const BenchDiagnostics diagnostics{false};

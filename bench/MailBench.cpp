@@ -86,14 +86,14 @@ BENCHMARK(MailOf1KB)->Iterations(500)->UseRealTime()->Unit(benchmark::kMilliseco
 void MailWith20MB(benchmark::State& state) {
   Sender sender;
   Text path;
-  sender.files.TempFolder(path);
+  sender.files.TempFolder(path).Ignore();
   path += u"ovs-bench-attachment.bin";
   {
     const std::string bytes(kAttachmentBytes, 'z');
-    sender.files.Write(path, bytes);
+    sender.files.Write(path, bytes).Ignore();
   }
   Measure(state, sender, path);
-  sender.files.Delete(path);
+  sender.files.Delete(path).Ignore();
 }
 BENCHMARK(MailWith20MB)->Iterations(5)->UseRealTime()->Unit(benchmark::kMillisecond);
 

@@ -156,7 +156,7 @@ void AlertLogs(benchmark::State& state) {
   RealFolder folder({"[LogFile]\r\nSystem=1\r\n[EventType]\r\nError=1\r\n"});
   std::string lines;
   for (std::int64_t i = 0; i < state.range(0); ++i) lines += "03/07/2024 01:05:09 PM  -  Rule " + std::to_string(i) + "\r\n";
-  os::SystemFiles().Write(folder.Settings().eventLogRuleNamesPath, lines);
+  os::SystemFiles().Write(folder.Settings().eventLogRuleNamesPath, lines).Ignore();
   EventLogFiles log(folder.FileSystem(), folder.Settings());
   Monitor monitor(Freshness::News, folder, log);
   EventRecord record{1, u"Error", u"7", u"src", u"The device has a bad block.", u"System", {}};
@@ -215,7 +215,9 @@ void Exclusions(benchmark::State& state) {
   for (const TextView list : {u"EventID", u"EventSource", u"EventDesc"}) {
     std::string lines;
     for (std::int64_t i = 0; i < state.range(0); ++i) lines += "no record has this " + std::to_string(i) + "\r\n";
-    os::SystemFiles().Write(folder.Settings().rulesFolder + u"\\GlobalExclusion_" + Text(list) + u"_List.txt", lines);
+    os::SystemFiles()
+        .Write(folder.Settings().rulesFolder + u"\\GlobalExclusion_" + Text(list) + u"_List.txt", lines)
+        .Ignore();
   }
   Monitor monitor(Freshness::News, folder);
   const EventRecord record{1, u"Error", u"7", u"src", Text(400, u'm'), u"System", u"20240307130509.000000-000"};

@@ -51,7 +51,7 @@ void YearsOfAlerts(benchmark::State& state) {
   MakeLongFile(folder.Settings().eventLogPath, "old entry\r\n", 5 * kGiga);
   App_Common ini(os::SystemFiles());
   App_Time time(os::SystemClock(), os::SystemTimeZone(), os::SystemFiles());
-  os::SystemFiles().Write(folder.Settings().eventLogRuleNamesPath, OldNameLines(time));
+  os::SystemFiles().Write(folder.Settings().eventLogRuleNamesPath, OldNameLines(time)).Ignore();
   EventLogFiles log(folder.FileSystem(), folder.Settings());
   fakes::FakeMailer mailer;
   AlertAction action(ini, mailer, folder.Settings());

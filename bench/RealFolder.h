@@ -16,22 +16,23 @@ class RealFolder {
  public:
   explicit RealFolder(const std::vector<std::string>& rules = {}) {
     Text root;
-    files_.TempFolder(root);
+    files_.TempFolder(root).Ignore();
     root += u"ovs-bench-app-" + NumberText(os::ThisSystem().ProcessId()) + u"\\";
     settings_ = PathsOf(root);
     std::uint32_t reason = 0;
     fileSystem_.EnsureDirExists(settings_.rulesFolder, reason);
-    files_.Write(settings_.configIniPath, "[Monitoring]\r\nDiskEvents=1\r\n");
+    files_.Write(settings_.configIniPath, "[Monitoring]\r\nDiskEvents=1\r\n").Ignore();
     for (std::size_t i = 0; i < rules.size(); ++i) {
-      files_.Write(settings_.rulesFolder + u"\\Rule " + NumberText(static_cast<std::int64_t>(i)) + u".DAT", rules[i]);
+      files_.Write(settings_.rulesFolder + u"\\Rule " + NumberText(static_cast<std::int64_t>(i)) + u".DAT", rules[i])
+          .Ignore();
     }
   }
   ~RealFolder() {
     fileSystem_.DeleteFilesInPath(settings_.rulesFolder, u"*");
-    files_.RemoveDir(settings_.rulesFolder);
+    files_.RemoveDir(settings_.rulesFolder).Ignore();
     for (const Text& folder : {settings_.applicationFolder + u"Config", settings_.applicationFolder}) {
       fileSystem_.DeleteFilesInPath(folder, u"*");
-      files_.RemoveDir(folder);
+      files_.RemoveDir(folder).Ignore();
     }
   }
   RealFolder(const RealFolder&) = delete;

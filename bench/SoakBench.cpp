@@ -36,14 +36,17 @@ BENCHMARK_CAPTURE(SoakProcedures, dump on, true)->Iterations(1)->Unit(benchmark:
 class Engine {
  public:
   explicit Engine(int rules) {
-    for (const TextView folder : {u"C:\\App", u"C:\\App\\Config", u"C:\\App\\Config\\Rules"}) files_.CreateDir(folder);
-    files_.Write(u"C:\\App\\Config\\Orvanta.ini", "[Monitoring]\r\nDiskEvents=1\r\n");
+    for (const TextView folder : {u"C:\\App", u"C:\\App\\Config", u"C:\\App\\Config\\Rules"})
+      files_.CreateDir(folder).Ignore();
+    files_.Write(u"C:\\App\\Config\\Orvanta.ini", "[Monitoring]\r\nDiskEvents=1\r\n").Ignore();
     // Each differs from the records in the last condition only.
     for (int i = 0; i < rules; ++i) {
-      files_.Write(u"C:\\App\\Config\\Rules\\Rule " + NumberText(i) + u".DAT",
-                   "; a rule\r\n[LogFile]\r\nSystem=1\r\n[EventType]\r\nError=1\r\nWarning=1\r\n[EventDetail]\r\n"
-                   "EventID=7031\r\nEventDesc=no such text " +
-                       std::to_string(i) + "\r\n");
+      files_
+          .Write(u"C:\\App\\Config\\Rules\\Rule " + NumberText(i) + u".DAT",
+                 "; a rule\r\n[LogFile]\r\nSystem=1\r\n[EventType]\r\nError=1\r\nWarning=1\r\n[EventDetail]\r\n"
+                 "EventID=7031\r\nEventDesc=no such text " +
+                     std::to_string(i) + "\r\n")
+          .Ignore();
     }
   }
   void Handle(const EventRecord& record) { filter_.FindEvents(record); }

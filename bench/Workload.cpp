@@ -49,8 +49,9 @@ class Random {
 
 std::vector<EventRecord> RecordedRecords() {
   std::vector<EventRecord> records;
-  const std::optional<Text> path = os::FullPathOfArgument(OVS_RECORDS);
-  const RecordReadResult read = ReadRecords(os::SystemFiles(), path.value_or(Text()),
+  Text path;
+  os::FullPathOfArgument(OVS_RECORDS, path).Ignore();
+  const RecordReadResult read = ReadRecords(os::SystemFiles(), path,
                                             {.onRecord =
                                                  [&](const RawRecord& raw) {
                                                    EventRecord record = ToEventRecord(raw);

@@ -17,7 +17,7 @@ using namespace ovs;
 constexpr TextView kFolder = u"C:\\App\\";
 
 struct Machine {
-  Machine() { files.CreateDir(u"C:\\App"); }
+  Machine() { files.CreateDir(u"C:\\App").Ignore(); }
   fakes::MemoryFiles files;
   fakes::FakeSystem system;
   App_FileSystem fileSystem{files, system};
@@ -28,7 +28,7 @@ void Load(Config_Class& store, Machine& machine, unsigned way, std::string_view 
   const Text text = DecodeFile(bytes);
   switch (way % 4) {
     case 0:
-      machine.files.Write(u"C:\\App\\One File.cfg", bytes);
+      machine.files.Write(u"C:\\App\\One File.cfg", bytes).Ignore();
       store.LoadDir(kFolder, {.bPrefixFileName = (way & 8) != 0});
       break;
     case 1:

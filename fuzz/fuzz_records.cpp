@@ -9,7 +9,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace ovs;
   fakes::MemoryFiles files;
-  files.Write(u"C:\\records", {reinterpret_cast<const char*>(data), size});
+  files.Write(u"C:\\records", {reinterpret_cast<const char*>(data), size}).Ignore();
   std::uint64_t records = 0;
   std::uint64_t bad = 0;
   RecordSink sink;

@@ -9,7 +9,7 @@
 namespace ovs {
 
 void MakeLongFile(TextView path, std::string_view start, std::uint64_t bytes) {
-  os::SystemFiles().Write(path, start);
+  os::SystemFiles().Write(path, start).Ignore();
   std::string native = ToUtf8(path.substr(2));  // without "Z:"
   std::ranges::replace(native, '\\', '/');
   std::filesystem::resize_file(native, bytes);

@@ -3,7 +3,6 @@
 #include "base/App_Strings.h"
 #include "base/Encoding.h"
 #include "diag/Proc.h"
-#include "os/PendingError.h"
 #include "platform/FileContent.h"
 
 namespace ovs {
@@ -63,7 +62,7 @@ IniLoad App_Common::LoadIni(TextView sFile, PlainIni& out) {
     return IniLoad::Missing;
   }
   if (outcome != ReadOutcome::Ok) {
-    problems_.Report(FileKind::SettingsFile, sFile, DescribeReadOutcome(outcome, TakePendingSystemError()));
+    problems_.Report(FileKind::SettingsFile, sFile, DescribeReadOutcome(outcome));
     return outcome == ReadOutcome::Failed ? IniLoad::Refused : IniLoad::Unusable;
   }
   Text text = DecodeFile(bytes);

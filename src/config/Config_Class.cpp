@@ -4,7 +4,6 @@
 #include "base/App_Strings.h"
 #include "base/Fold.h"
 #include "diag/Proc.h"
-#include "os/PendingError.h"
 #include "os/WindowsPath.h"
 #include "platform/App_FilePath.h"
 
@@ -158,10 +157,9 @@ Text Config_Class::ProgramPath(TextView path) const {
 }
 
 Text Config_Class::Identity(TextView path) {
-  const std::optional<WindowsPath> parts = SplitWindowsPath(path, u"C:\\");
-  if (parts) return Fold(JoinWindowsPath(*parts));
-  TakePendingSystemError();
-  return Fold(path);
+  WindowsPath parts;
+  const bool isPath = SplitWindowsPath(path, u"C:\\", parts).Ok();
+  return Fold(isPath ? JoinWindowsPath(parts) : path);
 }
 
 void Config_Class::NoteDefinitionFile(TextView path) {

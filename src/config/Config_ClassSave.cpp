@@ -4,7 +4,6 @@
 #include "base/Fold.h"
 #include "config/Config_Class.h"
 #include "diag/Proc.h"
-#include "os/PendingError.h"
 #include "platform/App_FilePath.h"
 #include "platform/FileContent.h"
 
@@ -109,9 +108,7 @@ bool Config_Class::MayReplace(Proc& proc, TextView path, TextView text) {
   const auto state = readState_.find(Identity(path));
   if (state == readState_.end() || state->second) return true;
   os::FileInfo info;
-  const bool exists = fileSystem_.Files().Info(path, info);
-  const std::uint32_t number = exists ? 0 : TakePendingSystemError();
-  if (number == SystemErrorNumber::kFileNotFound || number == SystemErrorNumber::kPathNotFound) return true;
+  if (fileSystem_.Files().Info(path, info).IsNotFound()) return true;
   proc.Log(Text(u"Settings file [").append(path) + u"] is not replaced: it could not be read");
   return false;
 }

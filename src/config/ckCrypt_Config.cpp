@@ -177,10 +177,11 @@ Text ckCrypt_Config::EncryptCfgValue(TextView sPlain) const noexcept {
     std::string plain = ToUtf8(sPlain);
     const WipeAtEnd wiped(plain);
     std::string cipher;
-    if (crypto_.Encrypt(KeyBytes(KeyHex()).Get(), KeyBytes(IvHex()).Get(), plain, cipher)) {
+    const os::Error error = crypto_.Encrypt(KeyBytes(KeyHex()).Get(), KeyBytes(IvHex()).Get(), plain, cipher);
+    if (error.Ok()) {
       hex = ToHex(cipher);
     } else {
-      proc.Log(u"The value cannot be encrypted!", EventType::ApiError);
+      proc.Fail(error).Log(u"The value cannot be encrypted!", EventType::ApiError);
     }
   });
   return hex;
@@ -202,9 +203,12 @@ std::optional<Text> ckCrypt_Config::Decipher(TextView sHex) const noexcept {
     const WipeAtEnd wiped(plain);
     if (!FromHex(sHex, cipher)) {
       proc.Log(u"The value is not hexadecimal text!", EventType::Verbose);
-    } else if (!crypto_.Decrypt(KeyBytes(KeyHex()).Get(), KeyBytes(IvHex()).Get(), cipher, plain)) {
+      return;
+    }
+    const os::Error error = crypto_.Decrypt(KeyBytes(KeyHex()).Get(), KeyBytes(IvHex()).Get(), cipher, plain);
+    if (error.Failed()) {
       // Damaged values are an ordinary note: the caller reports them.
-      proc.Log(u"The value cannot be decrypted!", EventType::ApiError, {}, {}, kInvalidDataError);
+      proc.Fail(error).Log(u"The value cannot be decrypted!", EventType::ApiError, {}, {}, kInvalidDataError);
     } else if (!IsValidUtf8(plain)) {
       proc.Log(u"The decrypted value is not text!", EventType::Verbose);
     } else {

@@ -11,10 +11,9 @@
 #include "diag/DebugLog.h"
 #include "diag/DebugMessage.h"
 #include "diag/DebugTime.h"
-#include "diag/PendingErrorKeeper.h"
+#include "diag/PendingError.h"
 #include "diag/ProcTrace.h"
 #include "diag/SecretMask.h"
-#include "os/PendingError.h"
 
 namespace ovs {
 
@@ -229,7 +228,7 @@ void App_Debug::CleanupDebug() noexcept {
 
 void App_Debug::CleanupDebug_WriteLogs() noexcept {
   const Parts::Lock lock(parts_->mutex);
-  const PendingErrorKeeper keeper;
+  const PendingErrorScope keeper;
   parts_->log.Write(false);
   parts_->log.Close();
   try {
@@ -244,7 +243,7 @@ void App_Debug::Parts::WriteDumps() {
   if (!wanted || dumpsWritten || ports.files == nullptr || log.File().empty()) return;
   dumpsWritten = true;
   if (environmentReport) {
-    ports.files->Write(log.FileNoExt() + u" Dump_Env.log", ToUtf8(secrets.Masked(environmentReport())));
+    ports.files->Write(log.FileNoExt() + u" Dump_Env.log", ToUtf8(secrets.Masked(environmentReport()))).Ignore();
   }
   if (switches.procDump) trace.WriteDumpFile(log.FileNoExt() + u" Dump_Proc.log");
 }
@@ -402,8 +401,10 @@ Text App_Debug::ProcDump(bool incompleteOnly) noexcept {
 
 bool App_Debug::PerfTimer_InitValues() noexcept {
   const Parts::Lock lock(parts_->mutex);
-  const PendingErrorKeeper keeper;
-  if (parts_->timer.InitValues()) return true;
+  os::Error error;
+  if (parts_->timer.InitValues(error)) return true;
+  const PendingErrorScope keeper;
+  FailPending(error);
   parts_->Log(NamedEvent(u"App_Debug.PerfTimer_InitValues", u"The system does not tell the timer's periods!"), {}, {});
   return false;
 }

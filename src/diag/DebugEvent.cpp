@@ -5,7 +5,7 @@
 #include "base/App_Strings.h"
 #include "base/Numbers.h"
 #include "base/RuntimeError.h"
-#include "os/PendingError.h"
+#include "diag/PendingError.h"
 
 namespace ovs {
 

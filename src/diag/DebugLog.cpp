@@ -4,7 +4,7 @@
 
 #include "base/App_Strings.h"
 #include "base/Numbers.h"
-#include "diag/PendingErrorKeeper.h"
+#include "diag/PendingError.h"
 
 namespace ovs {
 
@@ -27,10 +27,10 @@ Text DroppedNote(std::uint64_t count) {
 // The log is this module's own: without a mark it is UTF-8.
 FileEncoding EncodingOf(os::Files& files, TextView path) {
   const std::string_view utf16Mark = MarkOf(FileEncoding::Utf16Le);
-  const auto existing = files.OpenRead(path);
+  std::unique_ptr<os::ReadFile> existing;
   char start[2] = {};
   std::size_t got = 0;
-  const bool read = existing != nullptr && existing->ReadAt(0, start, got);
+  const bool read = files.OpenRead(path, existing).Ok() && existing->ReadAt(0, start, got).Ok();
   return read && std::string_view(start, got) == utf16Mark ? FileEncoding::Utf16Le : FileEncoding::Utf8;
 }
 
@@ -58,7 +58,6 @@ void DebugLog::Deliver(DebugMessage parts) {
   if (!entry.empty()) entry += u" ";
   entry.append(GetEventTypeAsString(parts.type)).append(u" Event\r\n").append(body);
 
-  const PendingErrorKeeper keeper;
   const struct Delivering {
     explicit Delivering(bool& flag) : flag_(flag) { flag_ = true; }
     ~Delivering() { flag_ = false; }
@@ -118,10 +117,10 @@ void DebugLog::SwitchFile(TextView path) {
 
 // Writes out at once: entries that came before the file was opened belong in front of the next one.
 bool DebugLog::StartRealTime() {
-  const PendingErrorKeeper keeper;
+  const PendingErrorScope keeper;
   if (files_ == nullptr || path_.empty()) return false;
   const bool exists = environment_.ensureDirExists ? environment_.ensureDirExists(folder_)
-                                                   : files_->MakeSureDirectoryPathExists(folder_ + u"\\");
+                                                   : files_->MakeSureDirectoryPathExists(folder_ + u"\\").Ok();
   const bool writable = exists && (!environment_.hasWriteAccess || environment_.hasWriteAccess(folder_));
   if (!writable || !Open()) return false;
   Write(true);
@@ -132,10 +131,9 @@ bool DebugLog::Open() noexcept {
   if (file_ != nullptr) return true;
   wantsOpen_ = true;
   if (files_ == nullptr || path_.empty()) return false;
-  const PendingErrorKeeper keeper;
   try {
     encoding_ = EncodingOf(*files_, path_);
-    file_ = files_->OpenAppend(path_);
+    files_->OpenAppend(path_, file_).Ignore();
   } catch (...) {
     file_ = nullptr;
   }
@@ -151,12 +149,12 @@ void DebugLog::Close() noexcept {
 // succeeded. Closing is what makes other programs, and a system that stops at this moment, see the entry.
 void DebugLog::Write(bool reopen) noexcept {
   if (pending_.Used() <= 1 || (file_ == nullptr && !(wantsOpen_ && Open()))) return;
-  const PendingErrorKeeper keeper;
+  const PendingErrorScope keeper;
   try {
     const Text note = pending_.DroppedEntries() > 0 ? DroppedNote(pending_.DroppedEntries()) : Text();
     const Text text = note + Text(pending_.UsedText());
     // An append that failed leaves the entries pending; they go with the next one.
-    if (file_->Append(EncodeFor(encoding_, text))) pending_.Empty();
+    if (file_->Append(EncodeFor(encoding_, text)).Ok()) pending_.Empty();
   } catch (...) {
     file_ = nullptr;
   }

@@ -2,7 +2,6 @@
 
 #include "base/App_Strings.h"
 #include "base/Numbers.h"
-#include "os/PendingError.h"
 
 namespace ovs {
 
@@ -95,10 +94,7 @@ Text SystemMessages::Get(std::uint32_t number, SystemMsgFlavour flavour, bool fo
 }
 
 Text SystemMessages::LookUp(std::uint32_t number, std::map<std::uint32_t, Text>& cache) {
-  const std::uint32_t pending = PendingSystemError();
   std::optional<Text> text = system_ != nullptr ? system_->MessageText(number) : std::nullopt;
-  // A failed look-up is no error of whoever asked.
-  SetPendingSystemError(pending);
   if (!text) return Text(kFailure);
   const Text withoutNuls = App_Strings::RemoveNuls(*text);
   Text trimmed(App_Strings::TrimBlanks(withoutNuls));

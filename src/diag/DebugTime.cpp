@@ -25,22 +25,23 @@ Text EntryClock::NowText() const {
   if (clock_ == nullptr) return {};
   const DateTime utc = DateTimeFromTicks(clock_->UtcNow());
   DateTime local = utc;
-  if (timeZone_ != nullptr && !timeZone_->ToLocal(utc, local)) local = utc;
+  if (timeZone_ != nullptr && timeZone_->ToLocal(utc, local).Failed()) local = utc;
   DateFormat format;
   format.includeTime = true;
   format.includeSeconds = true;
   return FormatDate(local, format);
 }
 
-bool PerfTimer::InitValues() noexcept {
+bool PerfTimer::InitValues(os::Error& why) noexcept {
   std::uint32_t maximum = 0;
-  known_ = timer_ != nullptr && timer_->Periods(minimum_, maximum);
+  if (timer_ != nullptr) why = timer_->Periods(minimum_, maximum);
+  known_ = timer_ != nullptr && why.Ok();
   return known_;
 }
 
 bool PerfTimer::HighRes_Start(std::uint32_t& startTime) noexcept {
   startTime = 0;
-  if (started_ || !known_ || minimum_ == 0 || !timer_->Begin(minimum_)) return false;
+  if (started_ || !known_ || minimum_ == 0 || timer_->Begin(minimum_).Failed()) return false;
   AlignToPeriod();
   started_ = true;
   startTime = GetTime();
@@ -60,7 +61,7 @@ void PerfTimer::AlignToPeriod() noexcept {
 bool PerfTimer::HighRes_Stop(std::uint32_t& endTime) noexcept {
   endTime = 0;
   if (!started_) return false;
-  if (known_) timer_->End(minimum_);
+  if (known_) timer_->End(minimum_).Ignore();
   endTime = GetTime();
   started_ = false;
   return true;

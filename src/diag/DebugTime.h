@@ -28,8 +28,9 @@ class PerfTimer {
  public:
   void Attach(os::PeriodTimer* timer) noexcept { timer_ = timer; }
 
-  // Asks for the shortest and longest period; false when the system does not tell.
-  bool InitValues() noexcept;
+  // Asks for the shortest and longest period; false when the system does not tell, and `why` where it was
+  // asked.
+  bool InitValues(os::Error& why) noexcept;
   // Asks for the shortest period and waits for a tick edge. The present reading goes to `startTime` (0 when not started).
   bool HighRes_Start(std::uint32_t& startTime) noexcept;
   // Gives the period back; the present reading goes to `endTime`. False when it was not started.

@@ -5,6 +5,7 @@
 #include "base/Numbers.h"
 #include "base/RuntimeError.h"
 #include "diag/App_Debug.h"
+#include "diag/PendingError.h"
 #include "diag/ProcTrace.h"
 
 namespace ovs {
@@ -114,6 +115,11 @@ Text Proc::RenderVars(VarKind kind) const {
     vars_[i].render(vars_[i].value, list);
   }
   return list;
+}
+
+Proc& Proc::Fail(os::Error error) noexcept {
+  FailPending(error);
+  return *this;
 }
 
 void Proc::Log(TextView message, EventType type, TextView variables, TextView expectedVBErrors,

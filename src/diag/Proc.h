@@ -26,6 +26,7 @@
 
 #include "base/Text.h"
 #include "diag/Events.h"
+#include "os/Error.h"
 
 namespace ovs {
 
@@ -92,6 +93,8 @@ class Proc {
   template <class T>
   void ReturnedByRef(TextView name, const T&& value) = delete;
 
+  // A port call of this procedure failed: its error waits for the next note, which tells of it. A success changes nothing.
+  Proc& Fail(os::Error error) noexcept;
   // A note of this procedure, see App_Debug::dLog.
   void Log(TextView message, EventType type = EventType::Normal, TextView variables = {}, TextView expectedVBErrors = {},
            TextView expectedAPIErrors = {}) noexcept;

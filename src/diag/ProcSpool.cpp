@@ -5,8 +5,6 @@
 #include <span>
 #include <type_traits>
 
-#include "diag/PendingErrorKeeper.h"
-
 namespace ovs {
 
 namespace {
@@ -19,7 +17,7 @@ constexpr std::uint32_t kTriesSkipped = 256;
 bool ReadAll(os::ReadFile& file, std::uint64_t offset, std::span<char> buffer) {
   while (!buffer.empty()) {
     std::size_t got = 0;
-    if (!file.ReadAt(offset, buffer, got) || got == 0) return false;
+    if (file.ReadAt(offset, buffer, got).Failed() || got == 0) return false;
     offset += got;
     buffer = buffer.subspan(got);
   }
@@ -149,13 +147,11 @@ bool ProcSpool::OpenFile() {
   if (file_ != nullptr) return true;
   if (files_ == nullptr || path_.empty()) return false;
   // A file that an earlier run left behind is emptied first.
-  if (!files_->Write(path_, {})) return false;
-  file_ = files_->OpenAppend(path_);
-  return file_ != nullptr;
+  return files_->Write(path_, {}).Ok() && files_->OpenAppend(path_, file_).Ok();
 }
 
 bool ProcSpool::WriteBytes(std::string_view bytes) {
-  if (!file_->Append(bytes)) return false;
+  if (file_->Append(bytes).Failed()) return false;
   written_ += bytes.size();
   return true;
 }
@@ -167,7 +163,6 @@ bool ProcSpool::Flush() {
     --triesToSkip_;
     return false;
   }
-  const PendingErrorKeeper keeper;
   if (!OpenFile() || !WriteBytes(waiting_)) {
     triesToSkip_ = kTriesSkipped;
     return false;
@@ -181,7 +176,6 @@ bool ProcSpool::Flush() {
 void ProcSpool::WriteRun() {
   static_assert(std::is_trivially_copyable_v<Entry>);
   if (!Flush()) return;
-  const PendingErrorKeeper keeper;
   std::ranges::sort(entries_, {}, &Entry::Key);
   const std::uint64_t offset = written_;
   if (!WriteBytes({reinterpret_cast<const char*>(entries_.data()), entries_.size() * sizeof(Entry)})) return;
@@ -190,8 +184,8 @@ void ProcSpool::WriteRun() {
 }
 
 bool ProcSpool::ForEach(const Visitor& visit) {
-  const PendingErrorKeeper keeper;
-  const std::unique_ptr<os::ReadFile> file = file_ != nullptr ? files_->OpenRead(path_) : nullptr;
+  std::unique_ptr<os::ReadFile> file;
+  if (file_ != nullptr) files_->OpenRead(path_, file).Ignore();
   std::vector<Entry> last = entries_;
   std::ranges::sort(last, {}, &Entry::Key);
   Merge merge(file.get(), runs_, std::move(last));
@@ -210,10 +204,9 @@ bool ProcSpool::ForEach(const Visitor& visit) {
 }
 
 void ProcSpool::Remove() {
-  const PendingErrorKeeper keeper;
   if (file_ != nullptr) {
     file_.reset();
-    files_->Delete(path_);
+    files_->Delete(path_).Ignore();
   }
   waiting_.clear();
   waiting_.shrink_to_fit();

@@ -333,12 +333,12 @@ void ProcTrace::WriteDump(bool incompleteOnly, const Sink& sink) {
 // Written beside its name and renamed, so that the dump appears whole however long it is.
 bool ProcTrace::WriteDumpFile(TextView path) {
   const Text unfinished = Text(path) + u".new";
-  if (!files_->Write(unfinished, {})) return false;
-  auto out = files_->OpenAppend(unfinished);
-  bool good = out != nullptr;
+  std::unique_ptr<os::AppendFile> out;
+  if (files_->Write(unfinished, {}).Failed() || files_->OpenAppend(unfinished, out).Failed()) return false;
+  bool good = true;
   std::string waiting;
   const auto flush = [&] {
-    good = good && out->Append(waiting);
+    good = good && out->Append(waiting).Ok();
     waiting.clear();
   };
   WriteDump(options_.incompleteOnly, [&](std::string_view utf8) {
@@ -347,7 +347,7 @@ bool ProcTrace::WriteDumpFile(TextView path) {
   });
   flush();
   out = nullptr;
-  if (!good || !files_->Rename(unfinished, path)) return false;
+  if (!good || files_->Rename(unfinished, path).Failed()) return false;
   spool_.Remove();
   return true;
 }

@@ -7,7 +7,6 @@
 #include "base/Encoding.h"
 #include "base/Fold.h"
 #include "diag/Proc.h"
-#include "os/PendingError.h"
 #include "platform/FileContent.h"
 
 namespace ovs {
@@ -41,7 +40,7 @@ std::optional<std::vector<Text>> GlobalExclusions::Lines(List list) {
   std::string bytes;
   const ReadOutcome outcome = ReadFileBytes(files_.Files(), path, bytes);
   if (outcome != ReadOutcome::Ok && outcome != ReadOutcome::Missing) {
-    problems_.Report(FileKind::ExclusionList, path, DescribeReadOutcome(outcome, TakePendingSystemError()));
+    problems_.Report(FileKind::ExclusionList, path, DescribeReadOutcome(outcome));
     return outcome == ReadOutcome::Failed ? std::nullopt : std::optional(lines);
   }
   const Text text = DecodeFile(bytes);

@@ -8,7 +8,6 @@
 #include "diag/App_Debug.h"
 #include "diag/Proc.h"
 #include "monitor/Rule.h"
-#include "os/PendingError.h"
 #include "platform/FileContent.h"
 #include "platform/FileMask.h"
 
@@ -78,27 +77,26 @@ void RuleBook::ForgetLooks() {
 
 // False when the system refused, as for the next function.
 bool RuleBook::LookAtSettings() {
-  const FolderLook::Outcome outcome = configFolder_.Look();
-  if (outcome == FolderLook::Outcome::Same) return true;
-  if (outcome == FolderLook::Outcome::Failed) TakePendingSystemError();
+  bool changed = false;
+  const os::Error error = configFolder_.Look(changed);
+  if (error.Ok() && !changed) return true;
   PlainIni content;
   const IniLoad load = parts_.ini.LoadIni(settings_.configIniPath, content);
   mainSettings_ = std::move(content);
   // The next look has to find the file new, though it may not have changed by then.
   if (load == IniLoad::Refused) configFolder_.Forget();
-  return outcome != FolderLook::Outcome::Failed && load != IniLoad::Refused;
+  return error.Ok() && load != IniLoad::Refused;
 }
 
 bool RuleBook::LookAtRules() {
-  const FolderLook::Outcome outcome = rulesFolder_.Look();
-  if (outcome == FolderLook::Outcome::Failed) {
+  bool changed = false;
+  if (const os::Error error = rulesFolder_.Look(changed); error.Failed()) {
     // The rules that are known go on serving.
-    problems_.Report(FileKind::RulesFolder, settings_.rulesFolder,
-                     DescribeReadOutcome(ReadOutcome::Failed, TakePendingSystemError()));
+    problems_.Report(FileKind::RulesFolder, settings_.rulesFolder, DescribeReadOutcome({ReadOutcome::Failed, error}));
     return false;
   }
   problems_.Clear(settings_.rulesFolder);
-  if (outcome == FolderLook::Outcome::Changed) {
+  if (changed) {
     exclusions_.Forget();
     ReadChangedRules();
   }

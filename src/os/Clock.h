@@ -20,9 +20,9 @@ class Clock {
 class TimeZone {
  public:
   virtual ~TimeZone() = default;
-  // UTC to local time under the rules in force at that instant (daylight saving of that date included). False when the
-  // date is outside what the system converts (years 1601 to 30827).
-  virtual bool ToLocal(const DateTime& utc, DateTime& local) = 0;
+  // UTC to local time under the rules in force at that instant (daylight saving of that date included). 87 for a
+  // date outside of what the system converts (years 1601 to 30827) or that is none.
+  virtual Error ToLocal(const DateTime& utc, DateTime& local) = 0;
 };
 
 Clock& SystemClock();

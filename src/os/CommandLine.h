@@ -7,13 +7,13 @@
 #include <string_view>
 
 #include "base/Text.h"
+#include "os/Error.h"
 
 namespace ovs::os {
 
 // The full path, as the Files port wants it, of a path that a user typed (UTF-8): "logs/app" natively gives
-// "Z:\...\logs\app". The file need not exist. None when it is no path the port can carry; the pending system error tells
-// why.
-[[nodiscard]] std::optional<Text> FullPathOfArgument(std::string_view argument);
+// "Z:\...\logs\app". The file need not exist. Fails when it is no path the port can carry.
+Error FullPathOfArgument(std::string_view argument, Text& out);
 
 // A secret never has as many characters; what is typed beyond is not read.
 inline constexpr std::size_t kLongestSecretLine = 1024;

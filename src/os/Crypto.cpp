@@ -5,16 +5,10 @@
 #include <utility>
 
 #include "base/Wipe.h"
-#include "os/PendingError.h"
 
 namespace ovs::os {
 
 namespace {
-
-bool Refuse(std::uint32_t number) {
-  SetPendingSystemError(number);
-  return false;
-}
 
 bool AreUsable(std::string_view key, std::string_view iv, std::string_view text) {
   return key.size() == Crypto::kKeyBytes && iv.size() == Crypto::kBlockBytes && text.size() <= Crypto::kMostBytes;
@@ -38,7 +32,7 @@ bool RemovePadding(std::string& text) {
 
 }  // namespace
 
-bool Crypto::Encrypt(std::string_view key, std::string_view iv, std::string_view plain, std::string& cipher) {
+Error Crypto::Encrypt(std::string_view key, std::string_view iv, std::string_view plain, std::string& cipher) {
   std::string blocks;
   const WipeAtEnd wiped(blocks);
   const bool usable = AreUsable(key, iv, plain);
@@ -48,23 +42,23 @@ bool Crypto::Encrypt(std::string_view key, std::string_view iv, std::string_view
     AddPadding(blocks);
   }
   cipher.clear();
-  if (!usable) return Refuse(SystemErrorNumber::kInvalidParameter);
-  if (!Transform(Direction::Encrypt, key, iv, blocks)) return false;
+  if (!usable) return SystemError::kInvalidParameter;
+  if (const Error error = Transform(Direction::Encrypt, key, iv, blocks); error.Failed()) return error;
   cipher = std::move(blocks);
-  return true;
+  return kSuccess;
 }
 
-bool Crypto::Decrypt(std::string_view key, std::string_view iv, std::string_view cipher, std::string& plain) {
+Error Crypto::Decrypt(std::string_view key, std::string_view iv, std::string_view cipher, std::string& plain) {
   const bool usable = AreUsable(key, iv, cipher);
   std::string blocks(usable ? cipher : std::string_view());
   const WipeAtEnd wiped(blocks);
   plain.clear();
-  if (!usable) return Refuse(SystemErrorNumber::kInvalidParameter);
-  if (blocks.empty() || blocks.size() % kBlockBytes != 0) return Refuse(SystemErrorNumber::kInvalidData);
-  if (!Transform(Direction::Decrypt, key, iv, blocks)) return false;
-  if (!RemovePadding(blocks)) return Refuse(SystemErrorNumber::kInvalidData);
+  if (!usable) return SystemError::kInvalidParameter;
+  if (blocks.empty() || blocks.size() % kBlockBytes != 0) return SystemError::kInvalidData;
+  if (const Error error = Transform(Direction::Decrypt, key, iv, blocks); error.Failed()) return error;
+  if (!RemovePadding(blocks)) return SystemError::kInvalidData;
   plain = std::move(blocks);
-  return true;
+  return kSuccess;
 }
 
 }  // namespace ovs::os

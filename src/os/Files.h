@@ -1,9 +1,13 @@
 // Port: files and folders.
 //
 // Paths are Windows-style texts ("C:\a\b", "\\server\share\x", or extended "\\?\" forms). A native build maps "Z:\x" to
-// the folder /x and finds names without regard to case when no name matches exactly. A call that fails returns false (or
-// no object) and records its number with SetPendingSystemError. No call throws for an OS failure; only memory can run out.
-// All calls are made from one thread at a time. Objects must not outlive the Files that made them.
+// the folder /x and finds names without regard to case when no name matches exactly.
+//
+// Every call returns how it ended (see os/Error.h); `out` counts only when it did its work, unless its comment says what a
+// failure leaves. Any call may fail with 3 or 123 for a text that is no path, 5 where rights are missing or the name is a
+// device's, 32 while another program keeps the file to itself, and others that only a log shows. No call throws for a
+// failure of the system; only memory can run out. All calls are made from one thread at a time. Objects must not outlive
+// the Files that made them.
 #pragma once
 
 #include <cstddef>
@@ -14,6 +18,7 @@
 #include <vector>
 
 #include "base/Text.h"
+#include "os/Error.h"
 
 namespace ovs::os {
 
@@ -65,56 +70,64 @@ struct FileVersion {
 class ReadFile {
  public:
   virtual ~ReadFile() = default;
-  // Size and identity of the open file. False when the system refuses.
-  virtual bool Stamp(FileStamp& out) = 0;
-  // Reads up to buffer.size() bytes from `offset`; `got` is 0 at the end of the file.
-  virtual bool ReadAt(std::uint64_t offset, std::span<char> buffer, std::size_t& got) = 0;
+  // Size and identity of the open file.
+  virtual Error Stamp(FileStamp& out) = 0;
+  // Reads up to buffer.size() bytes from `offset`; `got` is 0 at the end of the file. A failure leaves 0 in `got`, and in
+  // the buffer what it likes.
+  virtual Error ReadAt(std::uint64_t offset, std::span<char> buffer, std::size_t& got) = 0;
 };
 
 // A file opened for appending. Other programs may read, rotate and delete it meanwhile.
 class AppendFile {
  public:
   virtual ~AppendFile() = default;
-  virtual bool Stamp(FileStamp& out) = 0;
-  // Appends all bytes by one write, or none: what a failing write left behind is cut off again.
-  virtual bool Append(std::string_view bytes) = 0;
+  virtual Error Stamp(FileStamp& out) = 0;
+  // Appends all bytes by one write, or none: what a failing write left behind is cut off again, unless another program has
+  // appended meanwhile. 112 when the disk is full.
+  virtual Error Append(std::string_view bytes) = 0;
 };
 
 class Files {
  public:
   virtual ~Files() = default;
 
-  // Attributes, size and times of a file or folder; number 2 or 3 when there is none.
-  virtual bool Info(TextView path, FileInfo& out) = 0;
+  // Attributes, size and times of a file or folder. IsNotFound when there is none.
+  virtual Error Info(TextView path, FileInfo& out) = 0;
 
-  virtual std::unique_ptr<ReadFile> OpenRead(TextView path) = 0;
-  // Opens for appending; a missing file is created.
-  virtual std::unique_ptr<AppendFile> OpenAppend(TextView path) = 0;
-  // Writes a file whole: a new one, or one whose content is replaced, flushed to the disk before the call returns.
-  virtual bool Write(TextView path, std::string_view bytes) = 0;
-  // Renames within one volume; an existing file of the new name is replaced.
-  virtual bool Rename(TextView from, TextView to) = 0;
-  // Deletes a file; a folder fails with number 5.
-  virtual bool Delete(TextView path) = 0;
-  // Deletes an empty folder.
-  virtual bool RemoveDir(TextView path) = 0;
+  // A plain file alone: a folder, pipe or device fails with 5. IsNotFound when there is none. A failure leaves `out` null,
+  // here and in OpenAppend.
+  virtual Error OpenRead(TextView path, std::unique_ptr<ReadFile>& out) = 0;
+  // Opens for appending; a missing file is created, a missing folder is not (3).
+  virtual Error OpenAppend(TextView path, std::unique_ptr<AppendFile>& out) = 0;
+  // Writes a file whole: a new one, or one whose content is replaced, flushed to the disk before the call returns. A
+  // failure may leave the file empty or with a part of the bytes: what must not be lost is written beside it and renamed.
+  virtual Error Write(TextView path, std::string_view bytes) = 0;
+  // Renames within one volume; an existing file of the new name is replaced. A failure leaves both as they were; 5 when the
+  // new name is a folder's or a read-only file's.
+  virtual Error Rename(TextView from, TextView to) = 0;
+  // Deletes a file; a folder or a read-only file stays (5).
+  virtual Error Delete(TextView path) = 0;
+  // Deletes an empty folder; one that holds something stays (145).
+  virtual Error RemoveDir(TextView path) = 0;
 
-  // Creates one folder; number 183 when the name exists.
-  virtual bool CreateDir(TextView path) = 0;
-  // Creates all folders up to the last "\" of a plain path below 248 characters.
-  virtual bool MakeSureDirectoryPathExists(TextView path) = 0;
-  // Appends the entries of a folder in file-system order; false when the folder cannot be read (what was read stays).
-  virtual bool List(TextView folder, std::vector<DirEntry>& out) = 0;
+  // Creates one folder; 183 when the name exists, 3 when its parent does not.
+  virtual Error CreateDir(TextView path) = 0;
+  // Creates all folders up to the last "\" of a plain path below 248 characters (else 206). A failure leaves those that it
+  // made.
+  virtual Error MakeSureDirectoryPathExists(TextView path) = 0;
+  // Appends the entries of a folder in file-system order. A failure leaves the entries that were read; IsNotFound or 267
+  // when there is no such folder.
+  virtual Error List(TextView folder, std::vector<DirEntry>& out) = 0;
 
   // The long form of a path that may have short (8.3) parts.
-  virtual bool LongPathName(TextView path, Text& out) = 0;
-  // The fixed file version of a program or library; number 1812 or 1813 when it has none.
-  virtual bool Version(TextView path, FileVersion& out) = 0;
+  virtual Error LongPathName(TextView path, Text& out) = 0;
+  // The fixed file version of a program or library; 1812 or 1813 when it has none.
+  virtual Error Version(TextView path, FileVersion& out) = 0;
   // The name of the file system of a volume, such as "NTFS"; `root` is a drive root "C:\".
-  virtual bool FileSystemName(TextView root, Text& out) = 0;
-  virtual bool SetCurrentDir(TextView path) = 0;
+  virtual Error FileSystemName(TextView root, Text& out) = 0;
+  virtual Error SetCurrentDir(TextView path) = 0;
   // The folder for temporary files, ending in "\".
-  virtual bool TempFolder(Text& out) = 0;
+  virtual Error TempFolder(Text& out) = 0;
 };
 
 // The files of the machine the program runs on.

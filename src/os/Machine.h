@@ -26,8 +26,8 @@ struct Machine {
 
 // The machine that the program runs on; its ports live as long as the process.
 [[nodiscard]] inline Machine ThisMachine() {
-  return {SystemFiles(), SystemFolderWatcher(), SystemRegistry(), SystemClock(), SystemTimeZone(), ThisSystem(),
-          SystemPeriodTimer(), SystemPrompt(), SystemCrypto()};
+  return {SystemFiles(), SystemFolderWatcher(), SystemRegistry(), SystemClock(), SystemTimeZone(),
+          ThisSystem(),  SystemPeriodTimer(),   SystemPrompt(),   SystemCrypto()};
 }
 
 }  // namespace ovs::os

@@ -16,14 +16,10 @@ class MemoryRegistry : public os::Registry {
   MemoryRegistry();
   ~MemoryRegistry() override;
 
-  std::uint32_t Open(os::RootKey root, TextView key, std::uint32_t access, std::unique_ptr<os::RegistryKey>& out) override;
+  os::Error Open(os::RootKey root, TextView key, std::uint32_t access, std::unique_ptr<os::RegistryKey>& out) override;
   // Open keys may outlive the registry.
-  std::uint32_t Create(os::RootKey root, TextView key, std::uint32_t access, std::unique_ptr<os::RegistryKey>& out) override;
-  std::uint32_t DeleteKey(os::RootKey root, TextView key, std::uint32_t access) override;
-
-  // Carries out what an export of the registry editor says (see RegExport.h). False when the text is no such export or
-  // some lines could not be read; all others count.
-  bool LoadRegExport(TextView text);
+  os::Error Create(os::RootKey root, TextView key, std::uint32_t access, std::unique_ptr<os::RegistryKey>& out) override;
+  os::Error DeleteKey(os::RootKey root, TextView key, std::uint32_t access) override;
 
  private:
   struct Tree;

@@ -1,5 +1,6 @@
-// Port: the registry. Every call returns a Windows result code (0 = success) and records a code other than 0 with
-// SetPendingSystemError. Native builds have a registry in memory (see MemoryRegistry) so that the rest can be tried there.
+// Port: the registry. Every call returns how it ended: IsNotFound when there is no such key or value, 5 where the
+// rights of the key as it was opened do not suffice, others that only a log shows. Native builds have a registry in memory
+// (see MemoryRegistry) so that the rest can be tried there.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +9,7 @@
 #include <string_view>
 
 #include "base/Text.h"
+#include "os/Error.h"
 
 namespace ovs::os {
 
@@ -42,22 +44,23 @@ class RegistryKey {
  public:
   virtual ~RegistryKey() = default;
   // Type and length in bytes of a value; an empty name is the key's default value.
-  virtual std::uint32_t QueryLength(TextView name, std::uint32_t& type, std::uint32_t& bytes) = 0;
-  // Type and data, at most `limit` bytes (234 when there is more). Texts are UTF-16LE as stored, terminators included.
-  virtual std::uint32_t QueryData(TextView name, std::uint32_t limit, std::uint32_t& type, std::string& data) = 0;
-  virtual std::uint32_t SetData(TextView name, std::uint32_t type, std::string_view data) = 0;
-  virtual std::uint32_t DeleteValue(TextView name) = 0;
+  virtual Error QueryLength(TextView name, std::uint32_t& type, std::uint32_t& bytes) = 0;
+  // Type and data, at most `limit` bytes; a failure leaves `data` empty, 234 when there is more. Texts are UTF-16LE as
+  // stored, terminators included.
+  virtual Error QueryData(TextView name, std::uint32_t limit, std::uint32_t& type, std::string& data) = 0;
+  virtual Error SetData(TextView name, std::uint32_t type, std::string_view data) = 0;
+  virtual Error DeleteValue(TextView name) = 0;
 };
 
 class Registry {
  public:
   virtual ~Registry() = default;
-  // `access` is a set of RegAccess bits.
-  virtual std::uint32_t Open(RootKey root, TextView key, std::uint32_t access, std::unique_ptr<RegistryKey>& out) = 0;
+  // `access` is a set of RegAccess bits. A failure leaves `out` null, here and in Create.
+  virtual Error Open(RootKey root, TextView key, std::uint32_t access, std::unique_ptr<RegistryKey>& out) = 0;
   // Opens the key, making it and missing parents first.
-  virtual std::uint32_t Create(RootKey root, TextView key, std::uint32_t access, std::unique_ptr<RegistryKey>& out) = 0;
-  // Deletes a key without subkeys.
-  virtual std::uint32_t DeleteKey(RootKey root, TextView key, std::uint32_t access) = 0;
+  virtual Error Create(RootKey root, TextView key, std::uint32_t access, std::unique_ptr<RegistryKey>& out) = 0;
+  // Deletes a key without subkeys; one that has some stays (5).
+  virtual Error DeleteKey(RootKey root, TextView key, std::uint32_t access) = 0;
 };
 
 // The registry of the machine; natively an empty one in memory that lives as long as the program.

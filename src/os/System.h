@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "base/Text.h"
+#include "os/Error.h"
 
 namespace ovs::os {
 
@@ -38,10 +39,11 @@ class System {
 class PeriodTimer {
  public:
   virtual ~PeriodTimer() = default;
-  // Smallest and largest period in milliseconds. False when the system does not tell.
-  virtual bool Periods(std::uint32_t& minimum, std::uint32_t& maximum) = 0;
-  virtual bool Begin(std::uint32_t period) = 0;
-  virtual bool End(std::uint32_t period) = 0;
+  // Smallest and largest period in milliseconds. 31 when the system does not tell.
+  virtual Error Periods(std::uint32_t& minimum, std::uint32_t& maximum) = 0;
+  // Both fail with 87 for a period that is not between those two.
+  virtual Error Begin(std::uint32_t period) = 0;
+  virtual Error End(std::uint32_t period) = 0;
   // Milliseconds since the system started; wraps at 2^32.
   virtual std::uint32_t Now() = 0;
 };

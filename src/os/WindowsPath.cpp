@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "os/PendingError.h"
-
 namespace ovs {
 
 namespace {
@@ -15,11 +13,6 @@ constexpr TextView kForbidden = u"<>\"|?*:/";
 bool IsLetter(char16_t c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); }
 bool HasDrive(TextView path) { return path.size() >= 2 && IsLetter(path[0]) && path[1] == u':'; }
 Text DriveOf(TextView path) { return {path[0] >= u'a' ? static_cast<char16_t>(path[0] - 32) : path[0], u':'}; }
-
-std::nullopt_t Refuse(std::uint32_t number) {
-  SetPendingSystemError(number);
-  return std::nullopt;
-}
 
 bool IsName(TextView name) {
   return !name.empty() &&
@@ -52,69 +45,61 @@ void AddPlainName(TextView name, std::vector<Text>& names) {
   if (!name.empty()) names.emplace_back(name);
 }
 
-std::optional<WindowsPath> Finish(TextView rest, WindowsPath path, bool plain) {
-  path.trailing = rest.empty() || rest.back() == u'\\';
+// Takes the names apart; `out` has its root, and the folders that a relative path counts from.
+os::Error Finish(TextView rest, bool plain, WindowsPath& out) {
+  out.trailing = rest.empty() || rest.back() == u'\\';
   while (!rest.empty()) {
     const TextView name = TakeName(rest);
     if (plain) {
-      AddPlainName(name, path.names);
+      AddPlainName(name, out.names);
     } else {
-      path.names.emplace_back(name);
+      out.names.emplace_back(name);
     }
   }
-  if (!std::ranges::all_of(path.names, IsName)) return Refuse(SystemErrorNumber::kInvalidName);
-  return path;
+  return std::ranges::all_of(out.names, IsName) ? os::kSuccess : SystemError::kInvalidName;
 }
 
-std::optional<WindowsPath> SplitExtended(TextView path) {
-  WindowsPath out;
+os::Error SplitExtended(TextView path, WindowsPath& out) {
   if (path.starts_with(kExtendedUnc)) {
     path.remove_prefix(kExtendedUnc.size());
-    if (!TakeShare(path, out)) return Refuse(SystemErrorNumber::kInvalidName);
-    return Finish(path, std::move(out), false);
+    return TakeShare(path, out) ? Finish(path, false, out) : SystemError::kInvalidName;
   }
   path.remove_prefix(kExtended.size());
-  if (!HasDrive(path) || (path.size() > 2 && path[2] != u'\\')) return Refuse(SystemErrorNumber::kPathNotFound);
+  if (!HasDrive(path) || (path.size() > 2 && path[2] != u'\\')) return SystemError::kPathNotFound;
   out.root = DriveOf(path);
   path.remove_prefix(std::min<std::size_t>(path.size(), 3));
-  return Finish(path, std::move(out), false);
+  return Finish(path, false, out);
 }
 
-// The folder that a path without a root of its own counts from; `rest` loses the parts that are used up.
-std::optional<WindowsPath> Base(TextView& rest, TextView currentFolder) {
-  WindowsPath current;
+// What a path without a root of its own counts from; `rest` loses the parts that are used up.
+os::Error TakeBase(TextView& rest, TextView currentFolder, WindowsPath& out) {
   if (!currentFolder.empty()) {
-    auto split = SplitWindowsPath(currentFolder, {});
-    if (!split) return std::nullopt;
-    current = std::move(*split);
+    if (const os::Error error = SplitWindowsPath(currentFolder, {}, out); error.Failed()) return error;
   }
   if (HasDrive(rest)) {
     const Text drive = DriveOf(rest);
     rest.remove_prefix(2);
-    if (drive != current.root) current = {drive, {}, false};
+    if (drive != out.root) out = {drive, {}, false};
   }
-  if (rest.starts_with(u'\\')) current.names.clear();
-  if (current.root.empty()) return Refuse(SystemErrorNumber::kPathNotFound);
-  return current;
+  if (rest.starts_with(u'\\')) out.names.clear();
+  return out.root.empty() ? SystemError::kPathNotFound : os::kSuccess;
 }
 
 }  // namespace
 
-std::optional<WindowsPath> SplitWindowsPath(TextView path, TextView currentFolder) {
-  if (path.empty()) return Refuse(SystemErrorNumber::kPathNotFound);
-  if (path.starts_with(kExtended)) return SplitExtended(path);
+os::Error SplitWindowsPath(TextView path, TextView currentFolder, WindowsPath& out) {
+  out = {};
+  if (path.empty()) return SystemError::kPathNotFound;
+  if (path.starts_with(kExtended)) return SplitExtended(path, out);
   Text plain(path);
   std::ranges::replace(plain, u'/', u'\\');
   TextView rest = plain;
   if (rest.starts_with(u"\\\\")) {
-    WindowsPath out;
     rest.remove_prefix(2);
-    if (!TakeShare(rest, out)) return Refuse(SystemErrorNumber::kInvalidName);
-    return Finish(rest, std::move(out), true);
+    return TakeShare(rest, out) ? Finish(rest, true, out) : SystemError::kInvalidName;
   }
-  auto base = Base(rest, currentFolder);
-  if (!base) return std::nullopt;
-  return Finish(rest, std::move(*base), true);
+  if (const os::Error error = TakeBase(rest, currentFolder, out); error.Failed()) return error;
+  return Finish(rest, true, out);
 }
 
 Text JoinWindowsPath(const WindowsPath& path) {

@@ -1,10 +1,10 @@
 // Takes a Windows-style path apart, for the adapters that keep folders and files by other means than Windows' own.
 #pragma once
 
-#include <optional>
 #include <vector>
 
 #include "base/Text.h"
+#include "os/Error.h"
 
 namespace ovs {
 
@@ -16,8 +16,8 @@ struct WindowsPath {
 
 // Takes a path apart by Windows' rules: "/" counts as "\", "." and ".." are resolved, blanks and dots at the end of a name
 // are dropped; after "\\?\" all names stand as they are. What is relative counts from `currentFolder`, a full path.
-// None when it is no path; the pending system error tells why (3 or 123).
-[[nodiscard]] std::optional<WindowsPath> SplitWindowsPath(TextView path, TextView currentFolder);
+// 3 or 123 when it is no path.
+os::Error SplitWindowsPath(TextView path, TextView currentFolder, WindowsPath& out);
 
 // The plain path again, without "\" at the end unless it is the root of a drive.
 [[nodiscard]] Text JoinWindowsPath(const WindowsPath& path);

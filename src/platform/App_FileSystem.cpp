@@ -6,7 +6,6 @@
 #include "base/Numbers.h"
 #include "diag/App_Debug.h"
 #include "diag/Proc.h"
-#include "os/PendingError.h"
 #include "platform/App_FilePath.h"
 #include "platform/FileMask.h"
 
@@ -15,10 +14,6 @@ namespace ovs {
 namespace {
 
 constexpr TextView kModule = u"App_FileSystem";
-
-bool IsMissing(std::uint32_t number) {
-  return number == SystemErrorNumber::kFileNotFound || number == SystemErrorNumber::kPathNotFound;
-}
 
 }  // namespace
 
@@ -30,9 +25,7 @@ bool App_FileSystem::DirExist(TextView sDir) {
   proc.ByVal(u"sDir", sDir);
   return proc.Run(false, [&] {
     os::FileInfo info;
-    if (files_.Info(sDir, info)) return info.IsDirectory();
-    TakePendingSystemError();
-    return false;
+    return files_.Info(sDir, info).Ok() && info.IsDirectory();
   });
 }
 
@@ -41,11 +34,14 @@ bool App_FileSystem::HasWriteAccess(TextView sDir) {
   proc.ByVal(u"sDir", sDir);
   return proc.Run(false, [&] {
     const Text probe = NewTempName(sDir);
-    if (probe.empty() || !files_.Write(probe, {})) {
-      proc.Log(u"No write access!", EventType::Verbose, {}, {}, u"2,3,5,19");
+    const os::Error error = probe.empty() ? os::kSuccess : files_.Write(probe, {});
+    if (probe.empty() || error.Failed()) {
+      proc.Fail(error).Log(u"No write access!", EventType::Verbose, {}, {}, u"2,3,5,19");
       return false;
     }
-    if (!files_.Delete(probe)) proc.Log(u"The file of the test could not be deleted: " + probe, EventType::ApiError);
+    if (const os::Error left = files_.Delete(probe); left.Failed()) {
+      proc.Fail(left).Log(u"The file of the test could not be deleted: " + probe, EventType::ApiError);
+    }
     return true;
   });
 }
@@ -54,8 +50,9 @@ bool App_FileSystem::SetCurrentDir(TextView sPath) {
   Proc proc(kModule, u"SetCurrentDir", ProcKind::Function);
   proc.ByVal(u"sPath", sPath);
   return proc.Run(false, [&] {
-    if (files_.SetCurrentDir(sPath)) return true;
-    proc.Log(u"SetCurrentDirectoryW failure!", EventType::ApiError);
+    const os::Error error = files_.SetCurrentDir(sPath);
+    if (error.Ok()) return true;
+    proc.Fail(error).Log(u"SetCurrentDirectoryW failure!", EventType::ApiError);
     return false;
   });
 }
@@ -70,14 +67,13 @@ bool App_FileSystem::FileExist(TextView sFile, bool bEnsureNonZeroByte) {
       return false;
     }
     os::FileInfo info;
-    if (!files_.Info(sFile, info)) {
-      const std::uint32_t number = TakePendingSystemError();
-      if (number == SystemErrorNumber::kPathNotFound) {
+    if (const os::Error error = files_.Info(sFile, info); error.Failed()) {
+      if (error == SystemError::kPathNotFound) {
         proc.Log(u"Path not found!", EventType::Verbose);
-      } else if (number == SystemErrorNumber::kFileNotFound) {
+      } else if (error == SystemError::kFileNotFound) {
         proc.Log(u"File not found!", EventType::Verbose);
       } else {
-        proc.Log(u"API Error: " + Diagnostics().GetSystemMsg(number, true), EventType::ApiError);
+        proc.Log(u"API Error: " + Diagnostics().GetSystemMsg(error.Number(), true), EventType::ApiError);
       }
       return false;
     }
@@ -101,9 +97,7 @@ bool App_FileSystem::FSObjectExistByStringPointer(const char16_t* lStringPointer
   proc.ByVal(u"Obj_Is_Dir", Obj_Is_Dir);
   return proc.Run(false, [&] {
     os::FileInfo info;
-    if (lStringPointer && *lStringPointer && files_.Info(lStringPointer, info)) return info.IsDirectory() == Obj_Is_Dir;
-    TakePendingSystemError();
-    return false;
+    return lStringPointer && *lStringPointer && files_.Info(lStringPointer, info).Ok() && info.IsDirectory() == Obj_Is_Dir;
   });
 }
 
@@ -111,12 +105,12 @@ bool App_FileSystem::FileDelete(TextView sFile) {
   Proc proc(kModule, u"FileDelete", ProcKind::Function);
   proc.ByVal(u"sFile", sFile);
   return proc.Run(false, [&] {
-    if (files_.Delete(sFile)) return true;
-    const std::uint32_t number = TakePendingSystemError();
+    const os::Error error = files_.Delete(sFile);
+    if (error.Ok()) return true;
     os::FileInfo info;
-    const bool isFolder = files_.Info(sFile, info) && info.IsDirectory();
-    SetPendingSystemError(number);
-    proc.Log(isFolder ? u"DeleteFileW failed; file is a directory!" : u"DeleteFileW failed!", EventType::ApiError);
+    const bool isFolder = files_.Info(sFile, info).Ok() && info.IsDirectory();
+    const TextView message = isFolder ? u"DeleteFileW failed; file is a directory!" : u"DeleteFileW failed!";
+    proc.Fail(error).Log(message, EventType::ApiError);
     return false;
   });
 }
@@ -127,18 +121,17 @@ bool App_FileSystem::DeleteFilesInPath(TextView sPath, TextView sFileMask) {
   proc.ByVal(u"sFileMask", sFileMask);
   return proc.Run(false, [&] {
     std::vector<os::DirEntry> entries;
-    bool all = files_.List(sPath, entries);
-    if (!all) proc.Log(u"Path cannot be read!", EventType::ApiError);
+    const os::Error error = files_.List(sPath, entries);
+    if (error.Failed()) proc.Fail(error).Log(u"Path cannot be read!", EventType::ApiError);
     Text deleted;
     Text kept;
     for (const os::DirEntry& entry : entries) {
       if (entry.info.IsDirectory() || !MatchesMask(entry.name, sFileMask)) continue;
       (FileDelete(App_FilePath::JoinPath(sPath, entry.name)) ? deleted : kept) += entry.name + u"\r\n";
     }
-    all = all && kept.empty();
     if (!deleted.empty()) proc.Log(u"Deleted:\r\n" + deleted, EventType::Verbose);
     if (!kept.empty()) proc.Log(u"Not deleted:\r\n" + kept);
-    return all;
+    return error.Ok() && kept.empty();
   });
 }
 
@@ -146,11 +139,13 @@ bool App_FileSystem::GetFileWFAD(TextView sFile, os::FileInfo& info) {
   Proc proc(kModule, u"GetFileWFAD", ProcKind::Function);
   proc.ByVal(u"sFile", sFile);
   return proc.Run(false, [&] {
-    if (files_.Info(sFile, info)) return true;
-    const bool isMissing = IsMissing(PendingSystemError());
-    if (isMissing) TakePendingSystemError();
-    proc.Log(isMissing ? u"File does not exist!" : u"GetFileAttributesExW failure!",
-             isMissing ? EventType::Verbose : EventType::ApiError);
+    const os::Error error = files_.Info(sFile, info);
+    if (error.Ok()) return true;
+    if (error.IsNotFound()) {
+      proc.Log(u"File does not exist!", EventType::Verbose);
+    } else {
+      proc.Fail(error).Log(u"GetFileAttributesExW failure!", EventType::ApiError);
+    }
     return false;
   });
 }
@@ -161,8 +156,8 @@ Text App_FileSystem::GetFileVersion(TextView sFile, bool bImposeVBLimitIfPossibl
   proc.ByVal(u"bImposeVBLimitIfPossible", bImposeVBLimitIfPossible);
   return proc.Run(Text(), [&] {
     os::FileVersion version;
-    if (!files_.Version(sFile, version)) {
-      proc.Log(u"GetFileVersionInfoW failure!", EventType::Normal, {}, {}, u"2,3,1812,1813");
+    if (const os::Error error = files_.Version(sFile, version); error.Failed()) {
+      proc.Fail(error).Log(u"GetFileVersionInfoW failure!", EventType::Normal, {}, {}, u"2,3,1812,1813");
       return Text();
     }
     const bool threeNumbers = bImposeVBLimitIfPossible && version.part[2] == 0;
@@ -182,8 +177,8 @@ Text App_FileSystem::GetFileSystemType_AsString(TextView sDriveLetter) {
       return Text();
     }
     Text name;
-    if (!files_.FileSystemName(letter + u":\\", name)) {
-      proc.Log(u"GetVolumeInformationW failure!", EventType::ApiError);
+    if (const os::Error error = files_.FileSystemName(letter + u":\\", name); error.Failed()) {
+      proc.Fail(error).Log(u"GetVolumeInformationW failure!", EventType::ApiError);
       name.clear();
     }
     return name;
@@ -195,16 +190,16 @@ Text App_FileSystem::MakeLongPath(TextView sPath) {
   proc.ByVal(u"sPath", sPath);
   return proc.Run(Text(sPath), [&] {
     Text path;
-    if (files_.LongPathName(sPath, path)) return App_FilePath::FixPathFromAPI(path);
-    proc.Log(u"GetLongPathNameW failure!", EventType::ApiError);
+    const os::Error error = files_.LongPathName(sPath, path);
+    if (error.Ok()) return App_FilePath::FixPathFromAPI(path);
+    proc.Fail(error).Log(u"GetLongPathNameW failure!", EventType::ApiError);
     return Text(sPath);
   });
 }
 
 Text App_FileSystem::TempFolder() {
   Text folder;
-  if (files_.TempFolder(folder) && !folder.empty()) return folder;
-  TakePendingSystemError();
+  if (files_.TempFolder(folder).Ok() && !folder.empty()) return folder;
   return App_FilePath::JoinPath(App_FilePath::LocalPathFromEnvVar(system_, u"SystemRoot"), u"Temp\\");
 }
 
@@ -218,10 +213,7 @@ Text App_FileSystem::NewTempName(TextView folder) {
     for (int shift = 12; shift >= 0; shift -= 4) name += kDigits[(number >> shift) & 0xF];
     Text path = App_FilePath::JoinPath(folder, name + u".tmp");
     os::FileInfo info;
-    if (!files_.Info(path, info)) {
-      TakePendingSystemError();
-      return path;
-    }
+    if (files_.Info(path, info).Failed()) return path;
   }
   return {};
 }
@@ -239,8 +231,9 @@ Text App_FileSystem::GetTempFile(TextView sAltPath, bool bRemoveFileBeforeReturn
       return Text();
     }
     Text path = NewTempName(folder);
-    if (path.empty() || !files_.Write(path, {})) {
-      proc.Log(u"GetTempFileNameW failure!", EventType::ApiError);
+    const os::Error error = path.empty() ? os::kSuccess : files_.Write(path, {});
+    if (path.empty() || error.Failed()) {
+      proc.Fail(error).Log(u"GetTempFileNameW failure!", EventType::ApiError);
       return Text();
     }
     if (bRemoveFileBeforeReturn) FileDelete(path);

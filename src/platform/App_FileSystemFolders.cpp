@@ -3,7 +3,6 @@
 #include "base/Numbers.h"
 #include "diag/App_Debug.h"
 #include "diag/Proc.h"
-#include "os/PendingError.h"
 #include "platform/App_FilePath.h"
 #include "platform/App_FileSystem.h"
 
@@ -56,11 +55,13 @@ bool App_FileSystem::ForceDelete(TextView sFile) {
   proc.ByVal(u"sFile", sFile);
   return proc.Run(false, [&] {
     const Text aside = Text(sFile) + u"." + NumberText(system_.ProcessId()) + u".old";
-    if (!files_.Rename(sFile, aside)) {
-      proc.Log(u"MoveFileExW failed!", EventType::ApiError);
+    if (const os::Error error = files_.Rename(sFile, aside); error.Failed()) {
+      proc.Fail(error).Log(u"MoveFileExW failed!", EventType::ApiError);
       return false;
     }
-    if (!files_.Delete(aside)) proc.Log(u"The file was renamed but could not be deleted: " + aside);
+    if (const os::Error error = files_.Delete(aside); error.Failed()) {
+      proc.Fail(error).Log(u"The file was renamed but could not be deleted: " + aside);
+    }
     return true;
   });
 }
@@ -69,11 +70,11 @@ bool App_FileSystem::CreateMissing(Proc& proc, TextView dir, std::uint32_t& fail
   if (App_FilePath::PathNeedsWideAPI(dir) || dir.size() >= kFirstLengthForW) {
     return ReportCreated(proc, dir, CreateDirW(dir, failReason), true);
   }
-  if (files_.MakeSureDirectoryPathExists(App_FilePath::JoinPath(dir, {}))) return ReportCreated(proc, dir, true, false);
-  const std::uint32_t firstFailure = TakePendingSystemError();
+  const os::Error firstFailure = files_.MakeSureDirectoryPathExists(App_FilePath::JoinPath(dir, {}));
+  if (firstFailure.Ok()) return ReportCreated(proc, dir, true, false);
   proc.Log(u"MakeSureDirectoryPathExists failure, sending to CreateDirW...");
   const bool created = CreateDirW(dir, failReason);
-  failReason = firstFailure;
+  failReason = firstFailure.Number();
   return ReportCreated(proc, dir, created, true);
 }
 
@@ -103,9 +104,10 @@ bool App_FileSystem::CreateDirW(TextView destDir, std::uint32_t& lFailReason) {
       if (name.empty()) continue;
       prefix = App_FilePath::JoinPath(prefix, name);
       if (DirExist(prefix)) continue;
-      if (files_.CreateDir(App_FilePath::ExtendedPath(prefix))) continue;
-      lFailReason = TakePendingSystemError();
-      if (lFailReason == SystemErrorNumber::kAccessDenied || lFailReason == SystemErrorNumber::kAlreadyExists) continue;
+      const os::Error error = files_.CreateDir(App_FilePath::ExtendedPath(prefix));
+      if (error.Ok()) continue;
+      lFailReason = error.Number();
+      if (error == SystemError::kAccessDenied || error == SystemError::kAlreadyExists) continue;
       proc.Log(u"Aborting; CreateDirectoryW Failure, Error " + ErrorPhrase(lFailReason));
       break;
     }

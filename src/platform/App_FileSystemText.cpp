@@ -2,7 +2,6 @@
 #include "base/Encoding.h"
 #include "diag/App_Debug.h"
 #include "diag/Proc.h"
-#include "os/PendingError.h"
 #include "platform/App_FilePath.h"
 #include "platform/App_FileSystem.h"
 #include "platform/FileContent.h"
@@ -26,7 +25,7 @@ bool App_FileSystem::GetFileToString(TextView sFile, Text& out, Text* refusal) {
       out = DecodeFile(bytes);
       return true;
     }
-    const Text reason = DescribeReadOutcome(outcome, TakePendingSystemError());
+    const Text reason = DescribeReadOutcome(outcome);
     proc.Log(Text(u"Cannot read file [").append(sFile) + u"]: " + reason,
              outcome == ReadOutcome::Missing ? EventType::Verbose : EventType::Normal);
     if (refusal != nullptr && outcome != ReadOutcome::Missing) *refusal = reason;
@@ -69,11 +68,9 @@ bool App_FileSystem::SaveTextToFile(TextView sText, TextView sFile, SaveMode mod
   proc.ByVal(u"SaveMode", mode);
   return proc.Run(false, [&] {
     SaveOutcome outcome = Save(sText, sFile, mode);
-    const bool folderMayMiss =
-        outcome.systemError == SystemErrorNumber::kPathNotFound || outcome.systemError == SystemErrorNumber::kFileNotFound;
     const Text folder = App_FilePath::FolderOf(sFile);
     std::uint32_t failReason = 0;
-    if (!outcome.ok && folderMayMiss && !DirExist(folder) && EnsureDirExists(folder, failReason)) {
+    if (outcome.error.IsNotFound() && !DirExist(folder) && EnsureDirExists(folder, failReason)) {
       outcome = Save(sText, sFile, mode);
     }
     return ReportSaved(proc, sFile, outcome);
@@ -85,12 +82,11 @@ bool App_FileSystem::ReportSaved(Proc& proc, TextView path, const SaveOutcome& o
   if (!outcome.lossless) {
     proc.Log(Text(u"Characters that the encoding of the file cannot carry were replaced: [").append(path) + u"]");
   }
-  if (!outcome.ok) {
-    SetPendingSystemError(outcome.systemError);
-    proc.Log(Text(u"Cannot write file [").append(path) + u"]: " + Diagnostics().GetSystemMsg(outcome.systemError, true),
-             EventType::ApiError);
+  if (outcome.error.Failed()) {
+    const Text reason = Diagnostics().GetSystemMsg(outcome.error.Number(), true);
+    proc.Fail(outcome.error).Log(Text(u"Cannot write file [").append(path) + u"]: " + reason, EventType::ApiError);
   }
-  return outcome.ok;
+  return outcome.error.Ok();
 }
 
 }  // namespace ovs

@@ -6,7 +6,6 @@
 
 #include "base/Fold.h"
 #include "base/Numbers.h"
-#include "os/PendingError.h"
 #include "platform/RegistryTexts.h"
 
 namespace ovs {
@@ -18,10 +17,10 @@ constexpr TextView kMissingKeyErrors = u"2,3";
 constexpr TextView kRedirectedNode = u"WOW6432Node\\";
 constexpr std::uint32_t kMaxValueBytes = 1u << 20;
 
-// One failed registry call: its name, its code and the code's text. The pending number goes with the entry.
-void LogFailure(Proc& proc, TextView call, std::uint32_t code, TextView expected = {}) {
-  Text message = Text(call) + u" " + NumberText(code) + u" ";
-  proc.Log(message.append(RegResultText(code)), EventType::ApiError, {}, {}, expected);
+// One failed registry call: its name, its number and the number's text.
+void LogFailure(Proc& proc, TextView call, os::Error error, TextView expected = {}) {
+  Text message = Text(call) + u" " + NumberText(error.Number()) + u" ";
+  proc.Fail(error).Log(message.append(RegResultText(error.Number())), EventType::ApiError, {}, {}, expected);
 }
 
 std::string ToBytes(TextView text) {
@@ -155,14 +154,14 @@ bool App_Registry::RegKeyExist(os::RootKey RootHKEY, TextView sRegKey, bool bNoV
     std::uint32_t access = os::RegAccess::kRead;
     if (!bNoViewAdjust) AddRegFlagWOW64(RootHKEY, key, access);
     std::unique_ptr<os::RegistryKey> open;
-    const std::uint32_t code = registry_.Open(RootHKEY, key, access, open);
-    if (code == 0) return true;
-    LogFailure(proc, u"RegOpenKeyExW", code, u"2,3,5");
-    if (code == SystemErrorNumber::kFileNotFound || code == SystemErrorNumber::kPathNotFound) {
+    const os::Error error = registry_.Open(RootHKEY, key, access, open);
+    if (error.Ok()) return true;
+    LogFailure(proc, u"RegOpenKeyExW", error, u"2,3,5");
+    if (error.IsNotFound()) {
       proc.Log(u"Registry key does not exist!", EventType::Verbose);
       return false;
     }
-    const bool isDenied = code == SystemErrorNumber::kAccessDenied;
+    const bool isDenied = error == SystemError::kAccessDenied;
     proc.Log(isDenied ? u"Access Denied; Returning True!" : u"WARNING:  Registry key may or may not exist!",
              EventType::Verbose);
     return true;
@@ -182,9 +181,9 @@ RegValue App_Registry::RegReadValue(os::RootKey RootHKEY, TextView sRegKey, Text
     Text key(sRegKey);
     if (!bNoViewAdjust) AddRegFlagWOW64(RootHKEY, key, lDesiredSAM);
     std::unique_ptr<os::RegistryKey> open;
-    const std::uint32_t code = registry_.Open(RootHKEY, key, lDesiredSAM, open);
-    if (code != 0) {
-      LogFailure(proc, u"RegOpenKeyExW", code, kMissingKeyErrors);
+    const os::Error error = registry_.Open(RootHKEY, key, lDesiredSAM, open);
+    if (error.Failed()) {
+      LogFailure(proc, u"RegOpenKeyExW", error, kMissingKeyErrors);
     } else if (!ReadInto(proc, *open, sValueName, value)) {
       value = {};
     }
@@ -195,15 +194,15 @@ RegValue App_Registry::RegReadValue(os::RootKey RootHKEY, TextView sRegKey, Text
 bool App_Registry::ReadInto(Proc& proc, os::RegistryKey& key, TextView name, RegValue& out) {
   std::uint32_t type = 0;
   std::uint32_t lDataLen = 0;
-  std::uint32_t code = key.QueryLength(name, type, lDataLen);
-  if (code != 0) {
-    LogFailure(proc, StepName(type, true), code, kMissingKeyErrors);
+  os::Error error = key.QueryLength(name, type, lDataLen);
+  if (error.Failed()) {
+    LogFailure(proc, StepName(type, true), error, kMissingKeyErrors);
     return false;
   }
   std::string data;
-  code = key.QueryData(name, kMaxValueBytes, type, data);
-  if (code != 0) {
-    LogFailure(proc, StepName(type, false), code);
+  error = key.QueryData(name, kMaxValueBytes, type, data);
+  if (error.Failed()) {
+    LogFailure(proc, StepName(type, false), error);
     return false;
   }
   if (type == os::RegType::kString) {
@@ -231,9 +230,9 @@ Text App_Registry::RegReadString(os::RootKey RootHKEY, TextView sRegKey, TextVie
 }
 
 bool App_Registry::WriteTyped(Proc& proc, os::RegistryKey& key, TextView name, std::uint32_t type, std::string_view data) {
-  const std::uint32_t code = key.SetData(name, type, data);
-  if (code == 0) return true;
-  LogFailure(proc, Text(u"RegSetValueExW ").append(TypeName(type)), code);
+  const os::Error error = key.SetData(name, type, data);
+  if (error.Ok()) return true;
+  LogFailure(proc, Text(u"RegSetValueExW ").append(TypeName(type)), error);
   return false;
 }
 
@@ -261,8 +260,8 @@ bool App_Registry::RegWriteValue(os::RootKey RootHKEY, TextView sRegKey, TextVie
     Text key(sRegKey);
     if (!AddRegFlagWOW64(RootHKEY, key, lDesiredSAM)) return false;
     std::unique_ptr<os::RegistryKey> open;
-    if (const std::uint32_t code = registry_.Create(RootHKEY, key, lDesiredSAM, open); code != 0) {
-      LogFailure(proc, u"RegCreateKeyExW", code);
+    if (const os::Error error = registry_.Create(RootHKEY, key, lDesiredSAM, open); error.Failed()) {
+      LogFailure(proc, u"RegCreateKeyExW", error);
       return false;
     }
     if (strings) return WriteTyped(proc, *open, sValueName, os::RegType::kMultiString, MultiStringBytes(*strings));

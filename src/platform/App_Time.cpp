@@ -1,9 +1,10 @@
 #include "platform/App_Time.h"
 
+#include <iterator>
+
 #include "base/App_Strings.h"
 #include "base/Numbers.h"
 #include "diag/Proc.h"
-#include "os/PendingError.h"
 #include "platform/App_FilePath.h"
 
 namespace ovs {
@@ -63,30 +64,24 @@ os::FileTicks TicksOf(const os::FileInfo& info, FileDateType type) {
 
 }  // namespace
 
-std::optional<DateTime> App_Time::ToLocal(const DateTime& utc) {
-  DateTime local;
-  if (!zone_.ToLocal(utc, local)) return std::nullopt;
-  return local;
-}
-
 // The zone tells one direction only. Its offset at the local time taken as UTC is nearly always the one; near a change of
 // daylight saving the second look corrects it.
-std::optional<DateTime> App_Time::ToUtc(const DateTime& local) {
+os::Error App_Time::ToUtc(const DateTime& local, DateTime& utc) {
   const std::int64_t wanted = TicksFromDateTime(local);
-  std::int64_t utc = wanted;
+  std::int64_t ticks = wanted;
   for (int look = 0; look < 2; ++look) {
-    const std::optional<DateTime> there = ToLocal(DateTimeFromTicks(utc));
-    if (!there) return std::nullopt;
-    utc += wanted - TicksFromDateTime(*there);
+    DateTime there;
+    if (const os::Error error = zone_.ToLocal(DateTimeFromTicks(ticks), there); error.Failed()) return error;
+    ticks += wanted - TicksFromDateTime(there);
   }
-  return DateTimeFromTicks(utc);
+  utc = DateTimeFromTicks(ticks);
+  return os::kSuccess;
 }
 
 DateTime App_Time::LocalNow() {
   const DateTime utc = DateTimeFromTicks(clock_.UtcNow());
-  const std::optional<DateTime> local = ToLocal(utc);
-  if (!local) TakePendingSystemError();
-  return local.value_or(utc);
+  DateTime local;
+  return zone_.ToLocal(utc, local).Ok() ? local : utc;
 }
 
 Text App_Time::GetDateString(const DateStringOptions& options, TextView sAltDate) {
@@ -103,18 +98,17 @@ Text App_Time::GetDateString(const DateStringOptions& options, TextView sAltDate
 bool App_Time::StoresLocalTime(TextView sFile) {
   const Text letter = App_FilePath::PathToDriveLetter(sFile);
   Text name;
-  if (letter.empty()) return false;
-  if (!files_.FileSystemName(letter + u":\\", name)) {
-    TakePendingSystemError();
-    return false;
-  }
+  if (letter.empty() || files_.FileSystemName(letter + u":\\", name).Failed()) return false;
   return App_Strings::StringStartsWith(name, u"FAT");
 }
 
-std::optional<DateTime> App_Time::FileDate(os::FileTicks ticks, bool isLocal, bool asUtc) {
+os::Error App_Time::FileDate(os::FileTicks ticks, bool isLocal, bool asUtc, DateTime& out) {
   const DateTime stored = DateTimeFromTicks(ticks);
-  if (isLocal == !asUtc) return stored;
-  return asUtc ? ToUtc(stored) : ToLocal(stored);
+  if (isLocal == !asUtc) {
+    out = stored;
+    return os::kSuccess;
+  }
+  return asUtc ? ToUtc(stored, out) : zone_.ToLocal(stored, out);
 }
 
 std::optional<DateTime> App_Time::GetFileDate_FromWFAD_AsDate(FileDateType type, bool bReturnAsUTC, TextView sFile) {
@@ -125,8 +119,14 @@ std::optional<DateTime> App_Time::GetFileDate_FromWFAD_AsDate(FileDateType type,
   std::optional<DateTime> date;
   proc.Run([&] {
     os::FileInfo info;
-    if (files_.Info(sFile, info)) date = FileDate(TicksOf(info, type), StoresLocalTime(sFile), bReturnAsUTC);
-    if (!date) proc.Log(u"Cannot determine file date!", EventType::Normal, Text(u"sFile=").append(sFile), {}, u"2,3");
+    DateTime found;
+    os::Error error = files_.Info(sFile, info);
+    if (error.Ok()) error = FileDate(TicksOf(info, type), StoresLocalTime(sFile), bReturnAsUTC, found);
+    if (error.Ok()) {
+      date = found;
+      return;
+    }
+    proc.Fail(error).Log(u"Cannot determine file date!", EventType::Normal, Text(u"sFile=").append(sFile), {}, u"2,3");
   });
   return date;
 }
@@ -143,20 +143,21 @@ bool App_Time::GetFileDates_AsDate(TextView sFile, bool bReturnAsUTC, DateTime& 
   proc.ByVal(u"bReturnAsUTC", bReturnAsUTC);
   return proc.Run(false, [&] {
     os::FileInfo info;
-    if (files_.Info(sFile, info)) {
-      const bool isLocal = StoresLocalTime(sFile);
-      const auto first = FileDate(info.created, isLocal, bReturnAsUTC);
-      const auto second = FileDate(info.accessed, isLocal, bReturnAsUTC);
-      const auto third = FileDate(info.modified, isLocal, bReturnAsUTC);
-      if (first && second && third) {
-        created = *first;
-        accessed = *second;
-        modified = *third;
-        return true;
-      }
+    os::Error error = files_.Info(sFile, info);
+    DateTime dates[3];
+    const bool isLocal = error.Ok() && StoresLocalTime(sFile);
+    const os::FileTicks stored[] = {info.created, info.accessed, info.modified};
+    for (std::size_t i = 0; i < std::size(dates) && error.Ok(); ++i) {
+      error = FileDate(stored[i], isLocal, bReturnAsUTC, dates[i]);
     }
-    proc.Log(u"Cannot determine file date!", EventType::Normal, Text(u"sFile=").append(sFile), {}, u"2,3");
-    return false;
+    if (error.Failed()) {
+      proc.Fail(error).Log(u"Cannot determine file date!", EventType::Normal, Text(u"sFile=").append(sFile), {}, u"2,3");
+      return false;
+    }
+    created = dates[0];
+    accessed = dates[1];
+    modified = dates[2];
+    return true;
   });
 }
 
@@ -189,11 +190,11 @@ std::optional<SystemTime> App_Time::SystemTimeUTC_To_SystemTimeLocal(const Syste
   proc.Run([&] {
     const std::optional<DateTime> date = SystemTimeToDate(utc);
     if (!date) return;
-    const std::optional<DateTime> converted = ToLocal(*date);
-    if (converted) {
-      local = WithDayOfWeek(*converted);
+    DateTime converted;
+    if (const os::Error error = zone_.ToLocal(*date, converted); error.Ok()) {
+      local = WithDayOfWeek(converted);
     } else {
-      proc.Log(u"SystemTimeToTzSpecificLocalTime failure!", EventType::ApiError);
+      proc.Fail(error).Log(u"SystemTimeToTzSpecificLocalTime failure!", EventType::ApiError);
     }
   });
   return local;
@@ -207,8 +208,12 @@ std::optional<DateTime> App_Time::TimeUTCtoLocal(const std::optional<DateTime>& 
       proc.Log(u"Not a date!");
       return;
     }
-    local = ToLocal(*vDateTime_UTC);
-    if (!local) proc.Log(u"SystemTimeToTzSpecificLocalTime failure!", EventType::ApiError);
+    DateTime converted;
+    if (const os::Error error = zone_.ToLocal(*vDateTime_UTC, converted); error.Ok()) {
+      local = converted;
+    } else {
+      proc.Fail(error).Log(u"SystemTimeToTzSpecificLocalTime failure!", EventType::ApiError);
+    }
   });
   return local;
 }

@@ -69,10 +69,9 @@ class App_Time {
 
  private:
   [[nodiscard]] DateTime LocalNow();
-  [[nodiscard]] std::optional<DateTime> ToLocal(const DateTime& utc);
-  [[nodiscard]] std::optional<DateTime> ToUtc(const DateTime& local);
+  os::Error ToUtc(const DateTime& local, DateTime& utc);
   [[nodiscard]] bool StoresLocalTime(TextView sFile);
-  [[nodiscard]] std::optional<DateTime> FileDate(os::FileTicks ticks, bool isLocal, bool asUtc);
+  os::Error FileDate(os::FileTicks ticks, bool isLocal, bool asUtc, DateTime& out);
 
   os::Clock& clock_;
   os::TimeZone& zone_;

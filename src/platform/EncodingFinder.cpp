@@ -24,12 +24,12 @@ FileEncoding EncodingFinder::Encoding() const {
   return checker_.Finish() ? FileEncoding::Utf8 : FileEncoding::Windows1252;
 }
 
-bool FindEncoding(os::ReadFile& file, EncodingFinder& finder) {
+os::Error FindEncoding(os::ReadFile& file, EncodingFinder& finder) {
   std::vector<char> buffer(kChunk);
   for (std::uint64_t offset = 0;;) {
     std::size_t got = 0;
-    if (!file.ReadAt(offset, buffer, got)) return false;
-    if (got == 0) return true;
+    if (const os::Error error = file.ReadAt(offset, buffer, got); error.Failed()) return error;
+    if (got == 0) return os::kSuccess;
     finder.Feed({buffer.data(), got});
     offset += got;
   }

@@ -22,7 +22,7 @@ class EncodingFinder {
   Utf8Checker checker_;
 };
 
-// False when the system refuses to read the file.
-bool FindEncoding(os::ReadFile& file, EncodingFinder& finder);
+// Feeds a whole file from its beginning.
+os::Error FindEncoding(os::ReadFile& file, EncodingFinder& finder);
 
 }  // namespace ovs

@@ -6,7 +6,6 @@
 #include "base/App_Strings.h"
 #include "base/Fold.h"
 #include "diag/Proc.h"
-#include "os/PendingError.h"
 #include "platform/App_FilePath.h"
 #include "platform/FileMask.h"
 #include "platform/LowerCase.h"
@@ -86,16 +85,12 @@ std::optional<FS_DirList::OpenFolder> FS_DirList::List(TextView sPath, std::int3
   std::optional<OpenFolder> folder;
   proc.Run([&] {
     OpenFolder listed{App_FilePath::JoinPath(sPath, {}), {}, 0, lRecursionLevel};
-    if (!files_.List(listed.pathBS, listed.entries)) {
-      const std::uint32_t number = PendingSystemError();
-      if (listed.entries.empty() &&
-          (number == SystemErrorNumber::kFileNotFound || number == SystemErrorNumber::kPathNotFound ||
-           number == SystemErrorNumber::kNotADirectory)) {
-        TakePendingSystemError();
+    if (const os::Error error = files_.List(listed.pathBS, listed.entries); error.Failed()) {
+      if (listed.entries.empty() && (error.IsNotFound() || error == SystemError::kNotADirectory)) {
         proc.Log(u"Path does not exist!", EventType::Normal, Text(u"sPath=").append(sPath));
         return;
       }
-      proc.Log(u"The folder could not be read whole!", EventType::ApiError, u"sPathBS=" + listed.pathBS);
+      proc.Fail(error).Log(u"The folder could not be read whole!", EventType::ApiError, u"sPathBS=" + listed.pathBS);
     }
     folder = std::move(listed);
   });
@@ -152,8 +147,9 @@ Text FS_DirList::GetNewestFileByModifiedDate() {
   return proc.Run(Text(), [&] {
     const auto modified = [&](const Text& path) -> std::optional<os::FileTicks> {
       os::FileInfo info;
-      if (files_.Info(path, info)) return info.modified;
-      proc.Log(u"Cannot determine file date!", EventType::Normal, u"sFile=" + path);
+      const os::Error error = files_.Info(path, info);
+      if (error.Ok()) return info.modified;
+      proc.Fail(error).Log(u"Cannot determine file date!", EventType::Normal, u"sFile=" + path);
       return std::nullopt;
     };
     const std::optional<std::size_t> at = Greatest(proc, modified);
@@ -167,7 +163,7 @@ Text FS_DirList::GetNewestFileByVersion() {
     // A file without a version is older than any with one.
     const auto version = [&](const Text& path) -> std::optional<std::array<std::uint16_t, 4>> {
       os::FileVersion found;
-      if (!files_.Version(path, found)) TakePendingSystemError();
+      files_.Version(path, found).Ignore();
       return std::to_array(found.part);
     };
     const std::optional<std::size_t> at = Greatest(proc, version);

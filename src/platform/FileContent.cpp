@@ -4,7 +4,6 @@
 #include <array>
 
 #include "diag/App_Debug.h"
-#include "os/PendingError.h"
 
 namespace ovs {
 
@@ -12,52 +11,45 @@ namespace {
 
 constexpr std::size_t kChunk = 64u << 10;
 
-// The meaning of a failed call on the path. The number is taken and set again only when nothing better explains it.
-ReadOutcome Explain(os::Files& files, TextView path) {
-  const std::uint32_t number = TakePendingSystemError();
-  if (number == SystemErrorNumber::kFileNotFound || number == SystemErrorNumber::kPathNotFound) {
-    return ReadOutcome::Missing;
-  }
+// What a failed call on the path means.
+ReadOutcome Explain(os::Files& files, TextView path, os::Error error) {
+  if (error.IsNotFound()) return {ReadOutcome::Missing};
   os::FileInfo info;
-  const bool isFolder = files.Info(path, info) && info.IsDirectory();
-  TakePendingSystemError();
-  if (isFolder) return ReadOutcome::IsFolder;
-  SetPendingSystemError(number);
-  return ReadOutcome::Failed;
+  const bool isFolder = files.Info(path, info).Ok() && info.IsDirectory();
+  return isFolder ? ReadOutcome{ReadOutcome::IsFolder} : ReadOutcome{ReadOutcome::Failed, error};
 }
 
-// Reads until the end or until more than `limit` bytes have come; false when the system refuses.
-bool ReadUpTo(os::ReadFile& file, std::uint64_t limit, std::string& out) {
+// Reads until the end or until more than `limit` bytes have come.
+os::Error ReadUpTo(os::ReadFile& file, std::uint64_t limit, std::string& out) {
   std::array<char, kChunk> buffer;
   std::size_t got = 0;
   while (out.size() <= limit) {
-    if (!file.ReadAt(out.size(), buffer, got)) return false;
-    if (got == 0) return true;
+    if (const os::Error error = file.ReadAt(out.size(), buffer, got); error.Failed()) return error;
+    if (got == 0) break;
     out.append(buffer.data(), got);
   }
-  return true;
+  return os::kSuccess;
 }
 
 }  // namespace
 
 ReadOutcome ReadFileBytes(os::Files& files, TextView path, std::string& out, std::uint64_t limit) {
   out.clear();
-  const std::unique_ptr<os::ReadFile> file = files.OpenRead(path);
+  std::unique_ptr<os::ReadFile> file;
   os::FileStamp stamp;
-  if (!file || !file->Stamp(stamp)) return Explain(files, path);
-  if (stamp.size > limit) return ReadOutcome::TooLarge;
+  os::Error error = files.OpenRead(path, file);
+  if (error.Ok()) error = file->Stamp(stamp);
+  if (error.Failed()) return Explain(files, path, error);
+  if (stamp.size > limit) return {ReadOutcome::TooLarge};
   out.reserve(static_cast<std::size_t>(stamp.size) + 1);
-  if (!ReadUpTo(*file, limit, out)) {
-    out.clear();
-    return Explain(files, path);
-  }
-  if (out.size() <= limit) return ReadOutcome::Ok;
+  error = ReadUpTo(*file, limit, out);
+  if (error.Ok() && out.size() <= limit) return {ReadOutcome::Ok};
   out.clear();
-  return ReadOutcome::TooLarge;
+  return error.Failed() ? Explain(files, path, error) : ReadOutcome{ReadOutcome::TooLarge};
 }
 
-Text DescribeReadOutcome(ReadOutcome outcome, std::uint32_t systemError) {
-  switch (outcome) {
+Text DescribeReadOutcome(const ReadOutcome& outcome) {
+  switch (outcome.kind) {
     case ReadOutcome::Ok:
       return {};
     case ReadOutcome::Missing:
@@ -69,7 +61,7 @@ Text DescribeReadOutcome(ReadOutcome outcome, std::uint32_t systemError) {
     case ReadOutcome::Failed:
       break;
   }
-  return u"the system refuses to read it " + Diagnostics().GetSystemMsg(systemError, true);
+  return u"the system refuses to read it " + Diagnostics().GetSystemMsg(outcome.error.Number(), true);
 }
 
 }  // namespace ovs

@@ -12,19 +12,25 @@ namespace ovs {
 // No text file that the program reads is ever larger on purpose.
 inline constexpr std::uint64_t kMaxTextFileBytes = 16u << 20;
 
-enum class ReadOutcome {
-  Ok,
-  Missing,  // neither file nor folder of that name
-  IsFolder,
-  TooLarge,  // more bytes than the limit
-  Failed,    // the system refused; its number is the pending system error
+struct ReadOutcome {
+  enum Kind : std::uint8_t {
+    Ok,
+    Missing,  // neither file nor folder of that name
+    IsFolder,
+    TooLarge,  // more bytes than the limit
+    Failed,    // the system refused
+  };
+
+  Kind kind = Ok;
+  os::Error error = os::kSuccess;  // why, with Failed
+
+  bool operator==(Kind other) const { return kind == other; }
 };
 
-// Replaces `out` by the bytes of the file; `out` is empty unless the outcome is Ok. The pending system error is left for
-// the caller with Failed only.
+// Replaces `out` by the bytes of the file; `out` is empty unless the outcome is Ok.
 ReadOutcome ReadFileBytes(os::Files& files, TextView path, std::string& out, std::uint64_t limit = kMaxTextFileBytes);
 
-// Why a file was not read, for a debug line; `systemError` counts for Failed only. Empty for Ok.
-Text DescribeReadOutcome(ReadOutcome outcome, std::uint32_t systemError);
+// Why a file was not read, for a debug line. Empty for Ok.
+Text DescribeReadOutcome(const ReadOutcome& outcome);
 
 }  // namespace ovs

@@ -4,7 +4,6 @@
 #include <unordered_map>
 
 #include "base/DateTime.h"
-#include "os/PendingError.h"
 
 namespace ovs {
 
@@ -12,11 +11,6 @@ namespace {
 
 // Longer than the coarsest clock of a file system in use ticks.
 constexpr os::FileTicks kYoung = 3 * kTicksPerSecond;
-
-bool IsNotFound(std::uint32_t number) {
-  return number == SystemErrorNumber::kFileNotFound || number == SystemErrorNumber::kPathNotFound ||
-         number == SystemErrorNumber::kNotADirectory;
-}
 
 bool IsSame(const FolderLook::Entry& a, const FolderLook::Entry& b) {
   return a.name == b.name && a.stamp == b.stamp && a.isFolder == b.isFolder;
@@ -33,11 +27,10 @@ bool FolderLook::IsYoung(const os::FileStamp& stamp) const {
   return isNear(stamp.modified) || isNear(stamp.changed);
 }
 
-bool FolderLook::List(std::vector<Entry>& out) {
+os::Error FolderLook::List(std::vector<Entry>& out) {
   std::vector<os::DirEntry> entries;
-  if (!files_.List(folder_, entries)) {
-    if (!IsNotFound(PendingSystemError())) return false;
-    TakePendingSystemError();
+  if (const os::Error error = files_.List(folder_, entries); error.Failed()) {
+    if (!error.IsNotFound() && error != SystemError::kNotADirectory) return error;
     entries.clear();
   }
   for (os::DirEntry& entry : entries) {
@@ -46,18 +39,18 @@ bool FolderLook::List(std::vector<Entry>& out) {
     const bool isLink = (entry.info.attributes & os::FileAttribute::kReparsePoint) != 0;
     out.push_back({std::move(entry.name), entry.stamp, entry.info.IsDirectory(), isLink || IsYoung(entry.stamp)});
   }
-  return true;
+  return os::kSuccess;
 }
 
-FolderLook::Outcome FolderLook::Look() {
+os::Error FolderLook::Look(bool& changed) {
   std::vector<Entry> found;
-  if (!List(found)) return Outcome::Failed;
+  if (const os::Error error = List(found); error.Failed()) return error;
   std::unordered_map<TextView, const Entry*> before;
   const bool sameOrder = std::ranges::equal(found, entries_, {}, &Entry::name, &Entry::name);
   if (!sameOrder) {
     for (const Entry& entry : entries_) before.emplace(entry.name, &entry);
   }
-  bool changed = !sameOrder || !looked_;
+  changed = !sameOrder || !looked_;
   for (std::size_t i = 0; i < found.size(); ++i) {
     const Entry* old = nullptr;
     if (sameOrder) {
@@ -70,7 +63,7 @@ FolderLook::Outcome FolderLook::Look() {
   }
   looked_ = true;
   entries_ = std::move(found);
-  return changed ? Outcome::Changed : Outcome::Same;
+  return os::kSuccess;
 }
 
 }  // namespace ovs

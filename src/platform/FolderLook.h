@@ -18,17 +18,13 @@ class FolderLook {
     bool isFolder;
     bool isNew;  // not as it was at the look before; or so young that the file system's clock could not tell
   };
-  enum class Outcome {
-    Same,  // no entry is new, and they stand in the same order
-    Changed,
-    Failed,  // the system refused; the entries are those of the look before, the pending system error tells why
-  };
 
   // Both must outlive this object. Entries whose names are not wanted are passed over.
   FolderLook(os::Files& files, os::Clock& clock, TextView folder, std::function<bool(TextView name)> isWanted);
 
-  // Lists the folder; one that does not exist has no entries.
-  Outcome Look();
+  // Lists the folder; one that does not exist has no entries. `changed` is false when no entry is new and they stand in the
+  // same order. A failure leaves the entries of the look before.
+  os::Error Look(bool& changed);
   // The next look finds everything new.
   void Forget() noexcept {
     looked_ = false;
@@ -40,7 +36,7 @@ class FolderLook {
 
  private:
   [[nodiscard]] bool IsYoung(const os::FileStamp& stamp) const;
-  bool List(std::vector<Entry>& out);
+  os::Error List(std::vector<Entry>& out);
 
   os::Files& files_;
   os::Clock& clock_;

@@ -59,13 +59,13 @@ void LineScanner::Feed(std::string_view bytes, const Sink& sink) {
 
 Text LineScanner::FoldedTail() const { return Fold(DecodeBytes(pending_, encoding_)); }
 
-bool ScanFile(os::ReadFile& file, LineScanner& scanner, const LineScanner::Sink& sink) {
+os::Error ScanFile(os::ReadFile& file, LineScanner& scanner, const LineScanner::Sink& sink) {
   std::vector<char> buffer(kChunk);
   std::uint64_t offset = 0;
   for (;;) {
     std::size_t got = 0;
-    if (!file.ReadAt(offset, buffer, got)) return false;
-    if (got == 0) return true;
+    if (const os::Error error = file.ReadAt(offset, buffer, got); error.Failed()) return error;
+    if (got == 0) return os::kSuccess;
     scanner.Feed({buffer.data(), got}, sink);
     offset += got;
   }

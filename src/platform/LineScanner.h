@@ -56,7 +56,7 @@ class LineScanner {
   std::size_t searched_ = 0;      // how much of it holds no line break
 };
 
-// Feeds a whole file from its beginning. False when the system refuses to read it (see the pending system error).
-bool ScanFile(os::ReadFile& file, LineScanner& scanner, const LineScanner::Sink& sink);
+// Feeds a whole file from its beginning.
+os::Error ScanFile(os::ReadFile& file, LineScanner& scanner, const LineScanner::Sink& sink);
 
 }  // namespace ovs

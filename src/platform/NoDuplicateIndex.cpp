@@ -143,13 +143,14 @@ std::uint32_t LongestTable::Find(std::uint64_t hash) const {
 
 NoDuplicateIndex::NoDuplicateIndex(FileEncoding encoding) : encoding_(encoding), scanner_(encoding) { lines_.Reset(0); }
 
-bool NoDuplicateIndex::Build(os::ReadFile& file) {
+os::Error NoDuplicateIndex::Build(os::ReadFile& file) {
   std::size_t count = 0;
   LineScanner counter(encoding_);
-  if (!ScanFile(file, counter, [&](const ScannedLine&) { ++count; })) return false;
+  if (const os::Error error = ScanFile(file, counter, [&](const ScannedLine&) { ++count; }); error.Failed()) return error;
   lines_.Reset(count);
   scanner_ = LineScanner(encoding_);
-  return ScanFile(file, scanner_, [&](const ScannedLine& line) { AddLine(line); }) && !full_;
+  const os::Error error = ScanFile(file, scanner_, [&](const ScannedLine& line) { AddLine(line); });
+  return error.Ok() && full_ ? SystemError::kFileTooLarge : error;
 }
 
 bool NoDuplicateIndex::Feed(std::string_view appended) {
@@ -171,26 +172,26 @@ void NoDuplicateIndex::AddLine(const ScannedLine& line) {
   }
 }
 
-bool NoDuplicateIndex::Contains(os::ReadFile& file, TextView entry, bool& found) {
+os::Error NoDuplicateIndex::Contains(os::ReadFile& file, TextView entry, bool& found) {
   const Text folded = Fold(entry);
   found = true;
   const bool plain = folded.size() >= kTail && folded.size() <= kLongestIndexed && folded.front() != u'\n' &&
                      folded.find(kCrLf) == Text::npos;
   if (!plain) return Search(file, folded, found);
-  if (scanner_.FoldedTail().ends_with(folded)) return true;
+  if (scanner_.FoldedTail().ends_with(folded)) return os::kSuccess;
   if (const auto offset = lines_.Find(HashOf(folded))) {
-    if (!LineAtIs(file, *offset, folded, found)) return false;
-    return found || Search(file, folded, found);
+    const os::Error error = LineAtIs(file, *offset, folded, found);
+    return error.Failed() || found ? error : Search(file, folded, found);
   }
   return ContainsSuffix(file, folded, found);
 }
 
-bool NoDuplicateIndex::ContainsSuffix(os::ReadFile& file, TextView folded, bool& found) {
+os::Error NoDuplicateIndex::ContainsSuffix(os::ReadFile& file, TextView folded, bool& found) {
   const std::uint64_t tail = TailOf(folded);
   found = false;
-  if (longest_.Find(tail) <= folded.size()) return true;
+  if (longest_.Find(tail) <= folded.size()) return os::kSuccess;
   const SuffixSet* set = FindOrMakeSuffixSet(file, folded.size(), tail);
-  if (set && !std::ranges::binary_search(set->hashes, HashOf(folded))) return true;
+  if (set && !std::ranges::binary_search(set->hashes, HashOf(folded))) return os::kSuccess;
   return Search(file, folded, found);
 }
 
@@ -205,24 +206,25 @@ NoDuplicateIndex::SuffixSet* NoDuplicateIndex::FindOrMakeSuffixSet(os::ReadFile&
   if (held >= allowed || suffixes_.size() >= kMaxSuffixSets) suffixes_.clear();
   SuffixSet made{length, tail, {}};
   LineScanner scanner(encoding_);
-  const bool read = ScanFile(file, scanner, [&](const ScannedLine& line) {
+  const os::Error error = ScanFile(file, scanner, [&](const ScannedLine& line) {
     if ((line.cut || line.folded.size() > length) && TailOf(line.folded) == tail && made.hashes.size() <= allowed) {
       made.hashes.push_back(HashOf(LastOf(line.folded, length)));
     }
   });
-  if (!read || made.hashes.size() > allowed) return nullptr;
+  if (error.Failed() || made.hashes.size() > allowed) return nullptr;
   std::ranges::sort(made.hashes);
   made.hashes.erase(std::ranges::unique(made.hashes).begin(), made.hashes.end());
   made.hashes.shrink_to_fit();
   return &suffixes_.emplace_back(std::move(made));
 }
 
-bool NoDuplicateIndex::LineAtIs(os::ReadFile& file, std::uint64_t offset, TextView folded, bool& same) const {
+os::Error NoDuplicateIndex::LineAtIs(os::ReadFile& file, std::uint64_t offset, TextView folded, bool& same) const {
   // No encoding takes more than three bytes for a code unit.
   std::string bytes(folded.size() * 3 + 2 * kCrLf.size(), '\0');
   std::size_t filled = 0;
   for (std::size_t got = 1; got != 0 && filled < bytes.size(); filled += got) {
-    if (!file.ReadAt(offset + filled, std::span(bytes).subspan(filled), got)) return false;
+    const os::Error error = file.ReadAt(offset + filled, std::span(bytes).subspan(filled), got);
+    if (error.Failed()) return error;
   }
   bytes.resize(filled);
   same = false;
@@ -231,20 +233,18 @@ bool NoDuplicateIndex::LineAtIs(os::ReadFile& file, std::uint64_t offset, TextVi
   scanner.Feed(bytes, [&](const ScannedLine& line) {
     if (std::exchange(first, false)) same = line.folded == folded;
   });
-  return true;
+  return os::kSuccess;
 }
 
-bool NoDuplicateIndex::Search(os::ReadFile& file, TextView folded, bool& found) const {
+os::Error NoDuplicateIndex::Search(os::ReadFile& file, TextView folded, bool& found) const {
   LineWindow window(folded);
   LineScanner scanner(encoding_, std::max(LineScanner::kMaxLineBytes, folded.size() * 4));
   found = false;
-  if (!ScanFile(file, scanner, [&](const ScannedLine& line) {
-        if (!found) found = window.Push(line.folded, line.cut);
-      })) {
-    return false;
-  }
-  if (!found) found = window.Push(scanner.FoldedTail(), scanner.TailIsCut());
-  return true;
+  const os::Error error = ScanFile(file, scanner, [&](const ScannedLine& line) {
+    if (!found) found = window.Push(line.folded, line.cut);
+  });
+  if (error.Ok() && !found) found = window.Push(scanner.FoldedTail(), scanner.TailIsCut());
+  return error;
 }
 
 std::size_t NoDuplicateIndex::Bytes() const {

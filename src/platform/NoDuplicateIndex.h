@@ -66,12 +66,12 @@ class NoDuplicateIndex {
  public:
   explicit NoDuplicateIndex(FileEncoding encoding);
 
-  // Reads the whole file. False when the system refuses.
-  bool Build(os::ReadFile& file);
+  // Reads the whole file. 223 when it is larger than an index can tell places of.
+  os::Error Build(os::ReadFile& file);
   // Takes what was appended to the file. False when the index has no more room and is to be built anew.
   bool Feed(std::string_view appended);
-  // The answer for the file as it was fed. False when the system refuses to read it.
-  bool Contains(os::ReadFile& file, TextView entry, bool& found);
+  // The answer for the file as it was fed. A failure is one of reading.
+  os::Error Contains(os::ReadFile& file, TextView entry, bool& found);
 
   [[nodiscard]] std::size_t Bytes() const;
 
@@ -84,10 +84,10 @@ class NoDuplicateIndex {
   };
 
   void AddLine(const ScannedLine& line);
-  bool ContainsSuffix(os::ReadFile& file, TextView folded, bool& found);
+  os::Error ContainsSuffix(os::ReadFile& file, TextView folded, bool& found);
   SuffixSet* FindOrMakeSuffixSet(os::ReadFile& file, std::size_t length, std::uint64_t tail);
-  bool LineAtIs(os::ReadFile& file, std::uint64_t offset, TextView folded, bool& same) const;
-  bool Search(os::ReadFile& file, TextView folded, bool& found) const;
+  os::Error LineAtIs(os::ReadFile& file, std::uint64_t offset, TextView folded, bool& same) const;
+  os::Error Search(os::ReadFile& file, TextView folded, bool& found) const;
 
   FileEncoding encoding_;
   LineScanner scanner_;

@@ -2,17 +2,10 @@
 
 #include "base/Fold.h"
 #include "base/Numbers.h"
-#include "os/PendingError.h"
 
 namespace ovs {
 
 namespace {
-
-SaveOutcome Failed() {
-  SaveOutcome outcome;
-  outcome.systemError = TakePendingSystemError();
-  return outcome;
-}
 
 bool IsGrownBy(const os::FileStamp& now, const os::FileStamp& before, std::size_t bytes) {
   return now.volume == before.volume && now.index == before.index && now.size == before.size + bytes;
@@ -20,51 +13,65 @@ bool IsGrownBy(const os::FileStamp& now, const os::FileStamp& before, std::size_
 
 }  // namespace
 
-TextFileWriter::Known* TextFileWriter::Knowledge(TextView path, os::ReadFile& file, const os::FileStamp& stamp) {
-  const Text key = Fold(path);
-  const auto at = known_.find(key);
-  if (at != known_.end() && at->second.stamp == stamp) return &at->second;
-  Known learnt;
-  learnt.stamp = stamp;
-  if (!FindEncoding(file, learnt.encoding)) return nullptr;
-  if (at == known_.end() && known_.size() >= kMaxKnown) known_.clear();
-  return &known_.insert_or_assign(key, std::move(learnt)).first->second;
+TextFileWriter::Known* TextFileWriter::Fresh(TextView path, const os::FileStamp& stamp) {
+  const auto at = known_.find(Fold(path));
+  return at != known_.end() && at->second.stamp == stamp ? &at->second : nullptr;
 }
 
-TextFileWriter::Known* TextFileWriter::KnowledgeForAppend(TextView path, const os::FileStamp& stamp) {
-  const auto at = known_.find(Fold(path));
-  if (at != known_.end() && at->second.stamp == stamp) return &at->second;
-  const std::unique_ptr<os::ReadFile> file = files_.OpenRead(path);
-  return file ? Knowledge(path, *file, stamp) : nullptr;
+os::Error TextFileWriter::Learn(TextView path, os::ReadFile& file, const os::FileStamp& stamp, Known*& out) {
+  out = Fresh(path, stamp);
+  if (out) return os::kSuccess;
+  const Text key = Fold(path);
+  Known learnt;
+  learnt.stamp = stamp;
+  if (const os::Error error = FindEncoding(file, learnt.encoding); error.Failed()) return error;
+  if (!known_.contains(key) && known_.size() >= kMaxKnown) known_.clear();
+  out = &known_.insert_or_assign(key, std::move(learnt)).first->second;
+  return os::kSuccess;
+}
+
+os::Error TextFileWriter::KnowForAppend(TextView path, const os::FileStamp& stamp, Known*& out) {
+  out = Fresh(path, stamp);
+  if (out) return os::kSuccess;
+  std::unique_ptr<os::ReadFile> file;
+  const os::Error error = files_.OpenRead(path, file);
+  return error.Failed() ? error : Learn(path, *file, stamp, out);
 }
 
 SaveOutcome TextFileWriter::Append(TextView path, TextView text) {
-  std::unique_ptr<os::AppendFile> file = files_.OpenAppend(path);
-  os::FileStamp before;
-  if (!file || !file->Stamp(before)) return Failed();
-  const Known* known = KnowledgeForAppend(path, before);
-  if (!known) return Failed();
   SaveOutcome outcome;
+  outcome.error = AppendTo(path, text, outcome.lossless);
+  // What was not written lost nothing.
+  if (outcome.error.Failed()) outcome.lossless = true;
+  return outcome;
+}
+
+os::Error TextFileWriter::AppendTo(TextView path, TextView text, bool& lossless) {
+  std::unique_ptr<os::AppendFile> file;
+  os::FileStamp before;
+  if (const os::Error error = files_.OpenAppend(path, file); error.Failed()) return error;
+  if (const os::Error error = file->Stamp(before); error.Failed()) return error;
+  Known* known = nullptr;
+  if (const os::Error error = KnowForAppend(path, before, known); error.Failed()) return error;
   const FileEncoding encoding = known->encoding.Encoding();
-  std::string bytes = EncodeFor(encoding, text, &outcome.lossless);
+  std::string bytes = EncodeFor(encoding, text, &lossless);
   // A lone last byte would shift every character behind it.
   if (encoding == FileEncoding::Utf16Le && before.size % 2 != 0) bytes.insert(bytes.begin(), '\0');
-  if (!file->Append(bytes)) return Failed();
-  outcome.ok = true;
+  if (const os::Error error = file->Append(bytes); error.Failed()) return error;
   // Some systems set a file's times only when it is closed.
   file.reset();
   Renew(path, bytes);
-  return outcome;
+  return os::kSuccess;
 }
 
 void TextFileWriter::Renew(TextView path, std::string_view appended) {
   const auto at = known_.find(Fold(path));
   if (at == known_.end()) return;
   Known& known = at->second;
-  const std::unique_ptr<os::ReadFile> file = files_.OpenRead(path);
+  std::unique_ptr<os::ReadFile> file;
   os::FileStamp now;
-  if (!file || !file->Stamp(now) || !IsGrownBy(now, known.stamp, appended.size())) {
-    TakePendingSystemError();
+  const bool seen = files_.OpenRead(path, file).Ok() && file->Stamp(now).Ok();
+  if (!seen || !IsGrownBy(now, known.stamp, appended.size())) {
     known_.erase(at);
     return;
   }
@@ -76,15 +83,15 @@ void TextFileWriter::Renew(TextView path, std::string_view appended) {
   if (known.index && (!sameEncoding || !known.index->Feed(appended))) known.index.reset();
 }
 
-bool TextFileWriter::IsThere(TextView path, os::ReadFile& file, TextView text, bool& found) {
+os::Error TextFileWriter::IsThere(TextView path, os::ReadFile& file, TextView text, bool& found) {
   os::FileStamp stamp;
-  if (!file.Stamp(stamp)) return false;
-  Known* known = Knowledge(path, file, stamp);
-  if (!known) return false;
+  Known* known = nullptr;
+  if (const os::Error error = file.Stamp(stamp); error.Failed()) return error;
+  if (const os::Error error = Learn(path, file, stamp, known); error.Failed()) return error;
   const FileEncoding encoding = known->encoding.Encoding();
   if (!known->index) {
     auto index = std::make_unique<NoDuplicateIndex>(encoding);
-    if (!index->Build(file)) return false;
+    if (const os::Error error = index->Build(file); error.Failed()) return error;
     known->index = std::move(index);
   }
   if (text.ends_with(kCrLf)) text.remove_suffix(kCrLf.size());
@@ -95,16 +102,14 @@ bool TextFileWriter::IsThere(TextView path, os::ReadFile& file, TextView text, b
 }
 
 SaveOutcome TextFileWriter::AppendNoDuplicates(TextView path, TextView text) {
-  if (const std::unique_ptr<os::ReadFile> file = files_.OpenRead(path)) {
-    SaveOutcome outcome;
-    if (!IsThere(path, *file, text, outcome.alreadyThere)) return Failed();
-    outcome.ok = outcome.alreadyThere;
-    if (outcome.ok) return outcome;
-  } else {
-    const SaveOutcome outcome = Failed();
-    if (outcome.systemError != SystemErrorNumber::kFileNotFound) return outcome;
-  }
-  return Append(path, text);
+  SaveOutcome outcome;
+  std::unique_ptr<os::ReadFile> file;
+  outcome.error = files_.OpenRead(path, file);
+  if (outcome.error.Ok()) outcome.error = IsThere(path, *file, text, outcome.alreadyThere);
+  if (!file && outcome.error == SystemError::kFileNotFound) return Append(path, text);
+  if (outcome.error.Failed()) return {.error = outcome.error};
+  file.reset();
+  return outcome.alreadyThere ? outcome : Append(path, text);
 }
 
 SaveOutcome TextFileWriter::Replace(TextView path, TextView text) {
@@ -112,13 +117,12 @@ SaveOutcome TextFileWriter::Replace(TextView path, TextView text) {
   SaveOutcome outcome;
   const std::string bytes = EncodeFor(FileEncoding::Utf8, text, &outcome.lossless);
   const Text beside = Text(path) + u"." + NumberText(processId_) + u".new";
-  if (!files_.Write(beside, bytes) || !files_.Rename(beside, path)) {
-    outcome = Failed();
-    files_.Delete(beside);
-    TakePendingSystemError();
-    return outcome;
+  outcome.error = files_.Write(beside, bytes);
+  if (outcome.error.Ok()) outcome.error = files_.Rename(beside, path);
+  if (outcome.error.Failed()) {
+    outcome.lossless = true;
+    files_.Delete(beside).Ignore();
   }
-  outcome.ok = true;
   return outcome;
 }
 

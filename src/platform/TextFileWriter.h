@@ -18,10 +18,9 @@
 namespace ovs {
 
 struct SaveOutcome {
-  bool ok = false;
-  bool alreadyThere = false;      // nothing needed to be written
-  bool lossless = true;           // false: what the encoding cannot carry was written in another form
-  std::uint32_t systemError = 0;  // why it failed
+  bool alreadyThere = false;  // nothing needed to be written
+  bool lossless = true;       // false: what the encoding cannot carry was written in another form
+  os::Error error;            // why it failed
 };
 
 class TextFileWriter {
@@ -42,11 +41,14 @@ class TextFileWriter {
     std::unique_ptr<NoDuplicateIndex> index;  // only where it was asked for
   };
 
-  // The entry of a file at `stamp`, learnt from `file` unless it is fresh; null when the system refuses.
-  Known* Knowledge(TextView path, os::ReadFile& file, const os::FileStamp& stamp);
-  // The facts that an append in the right encoding needs; null when the system refuses.
-  Known* KnowledgeForAppend(TextView path, const os::FileStamp& stamp);
-  bool IsThere(TextView path, os::ReadFile& file, TextView text, bool& found);
+  // The entry of a file at `stamp`; null when there is no fresh one.
+  Known* Fresh(TextView path, const os::FileStamp& stamp);
+  // The same, learnt from `file` when there is none.
+  os::Error Learn(TextView path, os::ReadFile& file, const os::FileStamp& stamp, Known*& out);
+  // What an append in the right encoding needs.
+  os::Error KnowForAppend(TextView path, const os::FileStamp& stamp, Known*& out);
+  os::Error AppendTo(TextView path, TextView text, bool& lossless);
+  os::Error IsThere(TextView path, os::ReadFile& file, TextView text, bool& found);
   void Renew(TextView path, std::string_view appended);
 
   // The service writes two files; the bound is for tools.

@@ -6,7 +6,6 @@
 #include "base/Fold.h"
 #include "base/Numbers.h"
 #include "diag/App_Debug.h"
-#include "os/PendingError.h"
 
 namespace ovs {
 
@@ -75,8 +74,8 @@ Text FileLine(const os::DirEntry& entry) {
 void AddRules(App_FileSystem& fileSystem, TextView folder, Lines& out) {
   out.Group(folder);
   std::vector<os::DirEntry> entries;
-  if (!fileSystem.Files().List(folder, entries)) {
-    out.Line(u"(cannot be read whole: " + Diagnostics().GetSystemMsg(TakePendingSystemError(), true) + u")");
+  if (const os::Error error = fileSystem.Files().List(folder, entries); error.Failed()) {
+    out.Line(u"(cannot be read whole: " + Diagnostics().GetSystemMsg(error.Number(), true) + u")");
   }
   for (const os::DirEntry& entry : entries) out.Line(FileLine(entry));
 }

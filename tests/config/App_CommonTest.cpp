@@ -16,7 +16,7 @@ class AppCommonTest : public PlatformTest {
  protected:
   AppCommonTest() {
     debug.SetSwitches({});
-    memory.CreateDir(u"C:\\App");
+    memory.CreateDir(u"C:\\App").Ignore();
   }
 
   Text ReadFrom(TextView file) { return ini.ReadINI(file, u"s", u"k"); }
@@ -43,7 +43,7 @@ TEST_F(AppCommonTest, EachCallReadsTheFileAnewAndOneLoadServesManyKeys) {
   EXPECT_EQ(Read("[s]\nk=2\nl=3"), u"2");
   PlainIni content;
   ASSERT_EQ(ini.LoadIni(kFile, content), IniLoad::Ok);
-  memory.Delete(kFile);
+  memory.Delete(kFile).Ignore();
   EXPECT_EQ(ReadFrom(kFile), u"");
   EXPECT_EQ(ini.ReadINI(content, kFile, u"s", u"k") + ini.ReadINI(content, kFile, u"s", u"l"), u"23");
   EXPECT_EQ(ini.LoadIni(kFile, content), IniLoad::Missing);
@@ -95,18 +95,18 @@ TEST_F(AppCommonTest, AnUnusableFileIsReportedOnceForEachReason) {
   EXPECT_EQ(Read(std::string(kMaxTextFileBytes + 1, 'x')), u"");
   EXPECT_EQ(EntriesWith(u"too large"), 1u);
   EXPECT_EQ(Read("[s]\nk=v\n"s + std::string(kMaxTextFileBytes - 8, ' ')), u"v");
-  files.FailPath(u"orvanta", 5);
+  files.FailPath(u"orvanta", os::Error(5));
   EXPECT_EQ(ReadFrom(kFile), u"");
   EXPECT_EQ(ReadFrom(kFile), u"");
   EXPECT_EQ(EntriesWith(u"refuses to read it [5="), 1u);
   files.Heal();
   EXPECT_EQ(ReadFrom(kFile), u"v");
-  files.FailPath(u"orvanta", 5);
+  files.FailPath(u"orvanta", os::Error(5));
   EXPECT_EQ(ReadFrom(kFile), u"");
   EXPECT_EQ(EntriesWith(u"refuses to read it [5="), 2u);
   files.Heal();
-  memory.Delete(kFile);
-  memory.CreateDir(kFile);
+  memory.Delete(kFile).Ignore();
+  memory.CreateDir(kFile).Ignore();
   EXPECT_EQ(ReadFrom(kFile), u"");
   EXPECT_EQ(EntriesWith(u"it is a folder"), 1u);
   EXPECT_EQ(EntriesWith(kProblem), 5u);
@@ -118,7 +118,7 @@ TEST_F(AppCommonTest, NoCallThatFailsEscapes) {
   const std::uint64_t callsOfOneRead = files.Calls();
   ASSERT_GE(callsOfOneRead, 3u);
   for (std::uint64_t nth = 1; nth <= callsOfOneRead; ++nth) {
-    files.FailCall(nth, 32);
+    files.FailCall(nth, os::Error(32));
     EXPECT_EQ(ReadFrom(kFile), u"") << nth;
     files.Heal();
     EXPECT_EQ(ReadFrom(kFile), u"v") << nth;

@@ -16,7 +16,7 @@ constexpr TextView kMail = u"C:\\App\\Mail.cfg";
 class ConfigClassTest : public PlatformTest {
  protected:
   ConfigClassTest() {
-    memory.CreateDir(u"C:\\App");
+    memory.CreateDir(u"C:\\App").Ignore();
     config.DefaultConfigFile = kDefault;
   }
   std::unique_ptr<Config_Class> Reloaded() {
@@ -132,7 +132,7 @@ TEST_F(ConfigClassTest, WhatCannotBeSavedLeavesTheOldFile) {
   EXPECT_TRUE(LoggedIn(log, u"Cannot use settings file [C:\\App\\Svc.cfg]: it is not text"));
   config.SetString(u"m", u"2");
   config.SetString(u"o", u"3", {.sDefFile = u"Other.cfg"});
-  files.FailPath(u"Mail.cfg", 112);
+  files.FailPath(u"Mail.cfg", os::Error(112));
   EXPECT_FALSE(config.SaveConfig());
   EXPECT_EQ(Content(kMail), "m=1");
   EXPECT_EQ(Content(kDefault), "a=1\0"s);  // never read, so never written over
@@ -140,12 +140,12 @@ TEST_F(ConfigClassTest, WhatCannotBeSavedLeavesTheOldFile) {
   EXPECT_TRUE(LoggedIn(log, u"SaveConfig failed:  C:\\App\\Mail.cfg"));
   EXPECT_TRUE(LoggedIn(log, u"SaveConfig failed:  C:\\App\\Svc.cfg"));
   files.Heal();
-  memory.Delete(kDefault);
+  memory.Delete(kDefault).Ignore();
   EXPECT_TRUE(config.SaveConfig());
   EXPECT_EQ(Content(kDefault), "");
   for (const Text& part : {u"x\0"s, u"\r\n"s}) EXPECT_FALSE(config.SetString(u"k" + part, u"v"));
   EXPECT_FALSE(config.SetString(u"k", u"v\0"s));
-  memory.Delete(kDefault);
+  memory.Delete(kDefault).Ignore();
   config.RequireExistingFile = true;
   EXPECT_FALSE(config.SaveConfig());
   EXPECT_FALSE(Exists(kDefault));
@@ -314,7 +314,7 @@ TEST_F(ConfigClassTest, WhatIsSavedLoadsAgain) {
       store.SetString(u"k" + text(false), text(true),
                       {.bEncrypted = below(3) == 0, .sDefFile = origins[below(4)], .bNoSave = below(9) == 0});
     }
-    for (const TextView path : {kMail, TextView(u"C:\\App\\A.cfg")}) memory.Write(path, {});
+    for (const TextView path : {kMail, TextView(u"C:\\App\\A.cfg")}) memory.Write(path, {}).Ignore();
     ASSERT_TRUE(store.SaveConfig());
     const auto loaded = Reloaded();
     std::size_t saved = 0;

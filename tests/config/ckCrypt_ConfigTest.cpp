@@ -19,10 +19,11 @@ std::string Bytes(std::string_view hex) {
 }
 
 struct CipherTest : ::testing::Test {
-  // The number that decrypting fails with; 0 when it does not or leaves anything.
-  std::uint32_t Refusal(const std::string& cipher) {
+  // What decrypting fails with; success when it leaves anything.
+  os::Error Refusal(const std::string& cipher) {
     std::string out = "old";
-    return !crypto.Decrypt(key, iv, cipher, out) && out.empty() ? TakePendingSystemError() : 0;
+    const os::Error error = crypto.Decrypt(key, iv, cipher, out);
+    return out.empty() ? error : os::kSuccess;
   }
   os::Crypto& crypto = os::SystemCrypto();
   std::string key = Bytes("000102030405060708090A0B0C0D0E0F101112131415161718191A1B1C1D1E1F");
@@ -38,14 +39,14 @@ TEST_F(CipherTest, KnownCipherTexts) {
     std::string plain;
     while (plain.size() < size) plain += static_cast<char>((plain.size() * 7 + 3) & 255);
     std::string text = plain;
-    ASSERT_TRUE(crypto.Encrypt(key, iv, text, text)) << size;  // the output may be the input
+    ASSERT_TRUE(crypto.Encrypt(key, iv, text, text).Ok()) << size;  // the output may be the input
     EXPECT_EQ(text.size(), size / 16 * 16 + 16);
     EXPECT_TRUE(text.ends_with(Bytes(tail))) << size;
-    ASSERT_TRUE(crypto.Decrypt(key, iv, text, text)) << size;
+    ASSERT_TRUE(crypto.Decrypt(key, iv, text, text).Ok()) << size;
     EXPECT_EQ(text, plain);
   }
   std::string random(4096, '\0');
-  ASSERT_TRUE(crypto.RandomBytes(random) && crypto.RandomBytes({}));
+  ASSERT_TRUE(crypto.RandomBytes(random).Ok() && crypto.RandomBytes({}).Ok());
   std::ranges::sort(random);
   EXPECT_EQ(std::ranges::unique(random).begin() - random.begin(), 256);
 }
@@ -55,9 +56,9 @@ TEST_F(CipherTest, EveryPadByteCounts) {
   for (const char* hex : {"8cdbe4c9b09ddfd0ca771f84cf34e836", "58bf62ba9ddb963339f73325fb645696",
                           "5e58974025aca7ea81c7b11c96e1321b", "474f762db849447c78c4b623ad3087c3",
                           "97f5a1a5b0aca0fc220151310456a07d", "", "00", "97f5a1a5b0aca0fc220151310456a07d97"})
-    EXPECT_EQ(Refusal(Bytes(hex)), SystemErrorNumber::kInvalidData) << hex;
+    EXPECT_EQ(Refusal(Bytes(hex)), SystemError::kInvalidData) << hex;
   key.swap(iv);
-  EXPECT_EQ(Refusal(key), SystemErrorNumber::kInvalidParameter);
+  EXPECT_EQ(Refusal(key), SystemError::kInvalidParameter);
 }
 
 struct CkCryptConfigTest : PlatformTest {
@@ -141,10 +142,9 @@ TEST_F(CkCryptConfigTest, NoSecretInTraces) {
 
 TEST_F(CkCryptConfigTest, AFailingCipherLosesNothing) {
   struct : os::Crypto {
-    bool RandomBytes(std::span<char>) override { return false; }
-    bool Transform(Direction, std::string_view, std::string_view, std::span<char>) override {
-      SetPendingSystemError(SystemErrorNumber::kGeneralFailure);
-      return false;
+    os::Error RandomBytes(std::span<char>) override { return SystemError::kGeneralFailure; }
+    os::Error Transform(Direction, std::string_view, std::string_view, std::span<char>) override {
+      return SystemError::kGeneralFailure;
     }
   } broken;
   const ckCrypt_Config failing(broken);

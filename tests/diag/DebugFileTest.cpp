@@ -55,24 +55,25 @@ TEST_F(DebugFile, AnotherPlaceTakesOver) {
   debug.InitDebug({}, true, {});
   debug.InitDebug({}, true, Place(u"C:\\Other", false));  // not without switchFile
   EXPECT_EQ(debug.DebugLogFile(), kLogFile);
-  files.FailPath(u"Debug Logs", SystemErrorNumber::kDiskFull);
+  files.FailPath(u"Debug Logs", SystemError::kDiskFull);
   debug.dLog(kNoProc, u"one");
   files.Heal();
   debug.InitDebug({}, true, Place(u"C:\\Other", true));  // what waits goes to the old file
   debug.dLog(kNoProc, u"two");
   EXPECT_EQ(OnDisk(kLogFile), logged(0));
   EXPECT_EQ(OnDisk(other), logged(1));
-  files.FailPath(u"Other", SystemErrorNumber::kDiskFull);
+  files.FailPath(u"Other", SystemError::kDiskFull);
   debug.dLog(kNoProc, u"three");
   debug.InitDebug({}, true, Place(u"c:\\DATA\\Debug Logs", true));  // or to the new one when the old is lost
   EXPECT_EQ(OnDisk(kLogFile), logged(0) + logged(2));
 }
 
 TEST_F(DebugFile, ContinuesInTheEncodingItFinds) {
-  ASSERT_TRUE(disk.MakeSureDirectoryPathExists(kLogFile));
+  ASSERT_TRUE(disk.MakeSureDirectoryPathExists(kLogFile).Ok());
   ASSERT_TRUE(disk.Write(kLogFile, std::string_view("\xFF\xFE"
                                                     "a\0",
-                                                    4)));
+                                                    4))
+                  .Ok());
   debug.InitDebug({}, true, {});
   debug.dLog(kNoProc, u"ä€");
   EXPECT_EQ(DecodeFile(OnDisk(kLogFile)), u"a" + entries[0] + u"\r\n\r\n");
@@ -81,9 +82,9 @@ TEST_F(DebugFile, ContinuesInTheEncodingItFinds) {
 TEST_F(DebugFile, ADiskThatRefusesLosesNothingAndDisturbsNobody) {
   debug.InitDebug({}, true, {});
   debug.dLog(kNoProc, u"before");
-  files.FailPath(u"Debug Logs", SystemErrorNumber::kDiskFull);
+  files.FailPath(u"Debug Logs", SystemError::kDiskFull);
   for (int i = 0; i < 3; ++i) {
-    SetPendingSystemError(32);
+    FailPending(os::Error(32));
     debug.dLog(kNoProc, u"meanwhile");
     EXPECT_EQ(PendingSystemError(), 0u);
   }
@@ -94,7 +95,7 @@ TEST_F(DebugFile, ADiskThatRefusesLosesNothingAndDisturbsNobody) {
   EXPECT_EQ(entries.size(), 5u);
   // Wherever a call fails, each entry is written once.
   for (std::uint64_t call = 1; call < 8; ++call) {
-    files.FailCall(call, SystemErrorNumber::kAccessDenied);
+    files.FailCall(call, SystemError::kAccessDenied);
     for (int i = 0; i < 4; ++i) debug.dLog(kNoProc, u"again");
     ASSERT_EQ(OnDisk(kLogFile), ToUtf8(debug.DebugLogText())) << call;
   }
@@ -102,7 +103,7 @@ TEST_F(DebugFile, ADiskThatRefusesLosesNothingAndDisturbsNobody) {
 
 TEST_F(DebugFile, TheOldestOfTooManyWaitingEntriesAreDroppedAndCounted) {
   debug.InitDebug({}, true, {});
-  files.FailPath(u"Debug Logs", SystemErrorNumber::kDiskFull);
+  files.FailPath(u"Debug Logs", SystemError::kDiskFull);
   const Text long_(300'000, u'x');
   for (int i = 0; i < 10; ++i) debug.DebugLogAddEntry(long_);
   files.Heal();
@@ -115,7 +116,7 @@ TEST_F(DebugFile, TheOldestOfTooManyWaitingEntriesAreDroppedAndCounted) {
 }
 
 TEST_F(DebugFile, WithoutAFolderNothingIsWritten) {
-  files.FailPath(u"Debug Logs", SystemErrorNumber::kAccessDenied);
+  files.FailPath(u"Debug Logs", SystemError::kAccessDenied);
   debug.InitDebug({}, true, {});
   debug.dLog(kNoProc, u"kept");
   EXPECT_EQ(PendingSystemError(), 0u);
@@ -142,7 +143,7 @@ TEST_F(DebugFile, CleanupWritesWhatIsSwitchedOn) {
     EXPECT_EQ(OnDisk(own.DebugLogFileNoExt() + u" Dump_Env.log"), each.env || each.proc ? report : "-");
     EXPECT_EQ(OnDisk(own.DebugLogFileNoExt() + u" Dump_Proc.log"), each.proc ? dump : "-");
     std::vector<os::DirEntry> left;
-    ASSERT_TRUE(disk.List(own.DebugLogPath(false), left));
+    ASSERT_TRUE(disk.List(own.DebugLogPath(false), left).Ok());
     EXPECT_EQ(left.size(), (each.env || each.proc ? 1u : 0u) + (each.proc ? 1u : 0u) + 1u);
   }
 }
@@ -150,8 +151,8 @@ TEST_F(DebugFile, CleanupWritesWhatIsSwitchedOn) {
 TEST_F(DebugFile, ADumpThatCannotBeWrittenLeavesTheOldOne) {
   const Text dump = u"C:\\Data\\Debug Logs\\Svc\\OrvantaEventService (1) Dump_Proc.log";
   debug.InitDebug({.procDump = true}, true, {});
-  ASSERT_TRUE(disk.Write(dump, "old"));
-  files.FailPath(u"Dump_Proc.log", SystemErrorNumber::kDiskFull);
+  ASSERT_TRUE(disk.Write(dump, "old").Ok());
+  files.FailPath(u"Dump_Proc.log", SystemError::kDiskFull);
   debug.CleanupDebug();
   EXPECT_EQ(OnDisk(dump), "old");
   EXPECT_EQ(PendingSystemError(), 0u);

@@ -32,7 +32,7 @@ TEST_F(DebugLog, EntryOfEachKind) {
   debug.SetSwitches({.verbose = true});
   for (const auto& each : cases) {
     entries.clear();
-    SetPendingSystemError(each.api);
+    FailPending(os::Error(each.api));
     if (each.vb != 0) SetPendingRuntimeError(each.vb, u"Why\n", u"COM");
     debug.dLog(kNoProc, each.message, each.type, each.variables);
     ASSERT_EQ(entries.size(), 1u);
@@ -62,7 +62,7 @@ TEST_F(DebugLog, CountsByTypeAndTellsErrorsOutsideOfHandlers) {
   for (const auto& each : cases) {
     const EventCounters before = debug.Counters();
     entries.clear();
-    SetPendingSystemError(each.api);
+    FailPending(os::Error(each.api));
     debug.dLog(kNoProc, u"m", each.type);
     const EventCounters& after = debug.Counters();
     const auto type = static_cast<unsigned>(each.type);
@@ -97,7 +97,7 @@ TEST_F(DebugLog, ExpectedErrorsBecomeVerboseNotes) {
   for (const auto& each : cases) {
     const EventCounters before = debug.Counters();
     entries.clear();
-    SetPendingSystemError(each.api);
+    FailPending(os::Error(each.api));
     if (each.vb != 0) SetPendingRuntimeError(each.vb, u"Gone", kProjectName);
     debug.dLog(kNoProc, u"m", Normal, {}, each.vbList, each.apiList);
     const bool demoted = !each.body.empty();
@@ -179,7 +179,7 @@ TEST_F(DebugLog, SystemMessagesAreCachedByNumberAndFlavour) {
                      {0xFFFFFFFF, SystemMsgFlavour::Caller, false, false,
                       u"FormatMessageW failure (lRet=0) Could not retrieve message from system!", 5},
                      {2, SystemMsgFlavour::Caller, false, false, u"File not found.", 5}};
-  SetPendingSystemError(77);
+  FailPending(os::Error(77));
   for (const auto& each : cases) {
     EXPECT_EQ(debug.GetSystemMsg(each.number, each.flavour, each.force, each.bracketed), each.text);
     EXPECT_EQ(system.lookUps, each.lookUps) << ToUtf8(each.text);

@@ -41,7 +41,7 @@ TEST_F(ProcDump, ASmallRun) {
         count = 7;
         return true;
       });
-      SetPendingSystemError(31);
+      FailPending(os::Error(31));
       outer.Log(u"note\r\nline", EventType::Normal, u"v=1");
       clock.Advance(2000);
     });
@@ -133,7 +133,7 @@ TEST_F(ProcDump, UnknownIds) {
                                                    u"ProcVar:  ProcID [-1] does not exist!  Variables_y"}));
   EXPECT_EQ(debug.ProcLastError(99), u"ProcErrorNum:  Procedure ID [99] does not exist!");
   EXPECT_EQ(debug.ProcLastError(10), u"");
-  SetPendingSystemError(32);
+  FailPending(os::Error(32));
   debug.dLog(10, u"m", EventType::ApiError);
   EXPECT_EQ(debug.ProcLastError(10), u"[Error 32 = In use.]");
   entries.clear();
@@ -216,7 +216,7 @@ TEST_F(ProcDump, TheSameWithAndWithoutSpooling) {
     EXPECT_TRUE(OnDisk(u"C:\\run Dump_Proc.log") == dump);
     EXPECT_EQ(OnDisk(u"C:\\run Dump_Proc.tmp"), "-");
     // Records that cannot be spooled stay in memory and are not lost.
-    files.FailPath(u".tmp", SystemErrorNumber::kDiskFull);
+    files.FailPath(u".tmp", SystemError::kDiskFull);
     App_Debug refused;
     refused.Attach({.files = &files}, {});
     refused.DebugLogSetLogFileVars(u"C:\\run.log");
@@ -253,7 +253,7 @@ TEST_F(ProcDump, SpoolReadsBackInOrderWhateverTheRunLength) {
     std::shuffle(blocks.begin(), blocks.end(), random);
     for (std::size_t i = 0; i < blocks.size(); ++i) {
       const auto& [id, part, problem, text] = blocks[i];
-      if (i == 400) files.FailCall(1, SystemErrorNumber::kDiskFull);
+      if (i == 400) files.FailCall(1, SystemError::kDiskFull);
       spool.Add({id, part, problem}, text);
     }
     files.Heal();
@@ -261,7 +261,7 @@ TEST_F(ProcDump, SpoolReadsBackInOrderWhateverTheRunLength) {
     ASSERT_TRUE(ReadBack(spool, complete) == expected) << runLength;
     EXPECT_TRUE(complete);
     EXPECT_EQ(spool.LostBlocks(), 0u);
-    ASSERT_TRUE(disk.Write(u"C:\\spool.tmp", "cut off"));
+    ASSERT_TRUE(disk.Write(u"C:\\spool.tmp", "cut off").Ok());
     static_cast<void>(ReadBack(spool, complete));
     EXPECT_FALSE(complete) << runLength;
     spool.Remove();

@@ -30,7 +30,7 @@ TEST_F(DiagTest, RunReportsEveryKindOfExceptionOnceAndIsNeutral) {
       {[] { throw std::bad_alloc(); }, u"7\r\nVBError=7 Desc=Out of memory"},
       {[] { throw std::runtime_error("h\xC3\xB6h"); }, u"51\r\nVBError=51 Desc=höh"},
       {[] { throw 42; }, u"51\r\nVBError=51 Desc=Unknown error"},
-      {[] { SetPendingSystemError(32), throw RuntimeError(6, u"Overflow"); },
+      {[] { FailPending(os::Error(32)), throw RuntimeError(6, u"Overflow"); },
        u"32\r\nAPIError=32 (&H20) In use.\r\nVBError=6 Desc=Overflow"}};
   for (const bool dump : {false, true}) {
     debug.SetSwitches({.procDump = dump});

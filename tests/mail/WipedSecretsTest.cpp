@@ -17,7 +17,8 @@ constexpr const char* kPassword = "geheimes-kennwort-99";
 class WipedSecretsTest : public MailTest {};
 
 TEST_F(WipedSecretsTest, TheWayOfAMail) {
-  const Text stored = *StoredPassword::ScrambleText(FromUtf8(kPassword), StoredPassword::kKey, os::SystemCrypto());
+  Text stored;
+  ASSERT_TRUE(StoredPassword::ScrambleText(FromUtf8(kPassword), StoredPassword::kKey, os::SystemCrypto(), stored).Ok());
   // Nobody listens there.
   Put(u"C:\\App\\Config\\Orvanta.ini",
       "[EmailConfig]\r\nAdminEmail=tech@x\r\nSMTPServer=127.0.0.1\r\nSMTPPort=1\r\n"
@@ -45,7 +46,8 @@ TEST_F(WipedSecretsTest, EncryptionOfSettings) {
     Text back = crypt.DecryptCfgValue(stored);
     const WipeAtEnd backWiped(back);
     EXPECT_EQ(back, plain);
-    Text scrambled = *StoredPassword::ScrambleText(plain, StoredPassword::kKey, os::SystemCrypto());
+    Text scrambled;
+    StoredPassword::ScrambleText(plain, StoredPassword::kKey, os::SystemCrypto(), scrambled).Ignore();
     Text again = StoredPassword::UnscrambleText(scrambled, StoredPassword::kKey).text;
     const WipeAtEnd againWiped(again);
     EXPECT_EQ(again, plain);

@@ -162,7 +162,7 @@ TEST_F(modEmailSvcTest, SubjectAndBodyOfBothKinds) {
 }
 
 TEST_F(modEmailSvcTest, WhoIsATechnicianAndWhatIsAttached) {
-  for (const TextView folder : {u"C:\\Out", u"C:\\Out\\Sub"}) memory.CreateDir(folder);
+  for (const TextView folder : {u"C:\\Out", u"C:\\Out\\Sub"}) memory.CreateDir(folder).Ignore();
   for (const TextView file : {u"C:\\Out\\One.TXT", u"C:\\Out\\two", u"C:\\Out\\Sub\\three.txt"}) Put(file, "x");
   const std::vector<Text> both = {u"C:\\Out\\One.TXT", u"C:\\Out\\two"};
   const Text noSupport = App_Strings::ReplaceAll(Complete(), u"SupportEmail", u"x");
@@ -256,7 +256,7 @@ TEST_F(modEmailSvcTest, WhatStopsAMail) {
     Settings(content);
     EXPECT_FALSE(New().GetEmailConfig());
   }
-  memory.Delete(u"C:\\App\\Config\\Orvanta.ini");
+  memory.Delete(u"C:\\App\\Config\\Orvanta.ini").Ignore();
   EXPECT_FALSE(New().GetEmailConfig());
 }
 
@@ -282,7 +282,8 @@ TEST_F(modEmailSvcTest, NoPasswordShowsAnywhere) {
   Reg(kOldKey, u"ClientEmail", Text(u"client@x"));
   // Short ones cannot be masked in texts; the middle one is a plain password in the wrong place.
   for (const TextView plain : {u"geheim99", u"Q~7", u"\u00A7"}) {
-    const Text stored = StoredPassword::ScrambleText(plain, StoredPassword::kKey, os::SystemCrypto()).value();
+    Text stored;
+    ASSERT_TRUE(StoredPassword::ScrambleText(plain, StoredPassword::kKey, os::SystemCrypto(), stored).Ok());
     for (const Text& inFile : {stored, Text(plain), u"\"" + stored + u"\"", stored.substr(1)}) {
       Settings(Complete(u"SMTPPassword=" + inFile));
       log.clear();

@@ -201,7 +201,7 @@ TEST_F(vtxEmailTest, WhatTheEngineGets) {
   engines.refuseLogo = true;
   mail.SendEmail();
   EXPECT_TRUE(Logged(u"Chilkat failed to add logo file:  C:\\App\\Config\\Logo.gif"));
-  memory.Delete(u"C:\\App\\Config\\Logo.gif");
+  memory.Delete(u"C:\\App\\Config\\Logo.gif").Ignore();
   mail.SendEmail();
   EXPECT_TRUE(Logged(u"Failed to find a logo file!"));
   mail.EmailBodyIncludeLogoFile = false;
@@ -237,7 +237,7 @@ TEST_F(vtxEmailTest, BodyFileAndArchive) {
   EXPECT_TRUE(zipped.ckZipFileCollection({u"C:\\App\\gone", u"C:\\App\\body.txt", u"C:\\App\\body.txt"}, u"C:\\App\\x.zip"));
   EXPECT_NE(zipped.LogFullText().find(u"File Skipped (Does Not Exist):   C:\\App\\gone"), Text::npos);
   EXPECT_NE(Content(u"C:\\App\\x.zip").find("body (2).txt"), std::string::npos);
-  files.FailPath(u"Report.zip", SystemErrorNumber::kDiskFull);
+  files.FailPath(u"Report.zip", SystemError::kDiskFull);
   EXPECT_TRUE(zipped.SendEmail()) << "without its attachments rather than not at all";
   EXPECT_TRUE(Logged(u"Failed to zip attachments!"));
 }

@@ -69,7 +69,7 @@ struct Case {
 };
 
 Change Refuse(TextView part) {
-  return [part](MonitorFolder& folder) { folder.files.FailPath(part, SystemErrorNumber::kSharingViolation); };
+  return [part](MonitorFolder& folder) { folder.files.FailPath(part, SystemError::kSharingViolation); };
 }
 
 Change Monitoring(const char* lines) {
@@ -81,12 +81,12 @@ void Exclude(MonitorFolder& folder) { folder.Rule(u"GlobalExclusion_EventDesc_Li
 void AddUnusableRules(MonitorFolder& folder) {
   folder.Rule(u"Empty.DAT", "");
   folder.Rule(u"Binary.DAT", std::string("[LogFile]\0", 10));
-  folder.disk.CreateDir(folder.PathOfRule(u"Folder.DAT"));
+  folder.disk.CreateDir(folder.PathOfRule(u"Folder.DAT")).Ignore();
 }
 
 void RemoveRulesFolder(MonitorFolder& folder) {
   for (const TextView name : {u"A.DAT", u"B.DAT", u"notes.txt"}) folder.DeleteRule(name);
-  EXPECT_TRUE(folder.disk.RemoveDir(u"C:\\App\\Config\\Rules"));
+  EXPECT_TRUE(folder.disk.RemoveDir(u"C:\\App\\Config\\Rules").Ok());
 }
 
 void EditAndRefuse(MonitorFolder& folder) {

@@ -13,7 +13,6 @@
 #include "base/Numbers.h"
 #include "diag/App_Debug.h"
 #include "monitor/Rule.h"
-#include "os/PendingError.h"
 #include "platform/App_FilePath.h"
 #include "support/MonitorFolder.h"
 
@@ -74,7 +73,7 @@ TEST_F(RuleBookTest, NewsCountAtOnceTheRestAfterTheWindow) {
 }
 
 TEST_F(RuleBookTest, RefusedFilesComeBackAndProblemsTellOfThemMeanwhile) {
-  folder.files.FailPath(u"A.DAT", SystemErrorNumber::kSharingViolation);
+  folder.files.FailPath(u"A.DAT", SystemError::kSharingViolation);
   EXPECT_EQ(Matches(book, u"alpha"), Names{});
   ASSERT_EQ(book.Problems().size(), 1u);
   EXPECT_TRUE(book.Problems()[0].Sentence().starts_with(u"Cannot use rule file [C:\\App\\Config\\Rules\\A.DAT]: "));
@@ -82,7 +81,7 @@ TEST_F(RuleBookTest, RefusedFilesComeBackAndProblemsTellOfThemMeanwhile) {
   folder.watcher.news = os::FolderNews::None;
   EXPECT_EQ(Matches(book, u"alpha"), Names{u"A"}) << "tried again without news and before the window";
   folder.watcher.news = os::FolderNews::Changed;
-  folder.files.FailPath(u"Rules", SystemErrorNumber::kAccessDenied);
+  folder.files.FailPath(u"Rules", SystemError::kAccessDenied);
   EXPECT_EQ(Matches(book, u"alpha"), Names{u"A"}) << "a folder that cannot be listed leaves what is known";
   ASSERT_EQ(book.Problems().size(), 1u);
   EXPECT_EQ(book.Problems()[0].kind, FileKind::RulesFolder);
@@ -161,7 +160,7 @@ class RealRuleBookTest : public ::testing::Test {
  protected:
   RealRuleBookTest() : scoped_(debug) {
     Text temp;
-    files.TempFolder(temp);
+    files.TempFolder(temp).Ignore();
     root = App_FilePath::JoinPath(temp, u"ovs book " + NumberText(os::ThisSystem().ProcessId()) + u"\\");
     settings = PathsOf(root);
     std::uint32_t reason = 0;
@@ -172,7 +171,7 @@ class RealRuleBookTest : public ::testing::Test {
   ~RealRuleBookTest() override {
     book.reset();
     fileSystem.DeleteFilesInPath(settings.rulesFolder, u"*");
-    for (const Text& folder : {settings.rulesFolder, root + u"Config", root}) files.RemoveDir(folder);
+    for (const Text& folder : {settings.rulesFolder, root + u"Config", root}) files.RemoveDir(folder).Ignore();
   }
 
   Text Path(TextView name) const { return settings.rulesFolder + u"\\" + Text(name); }
@@ -180,15 +179,14 @@ class RealRuleBookTest : public ::testing::Test {
   // One of the ways in which editors save: into the file, beside it and renamed over it, or anew.
   void Edit(int style, TextView name, const std::string& content) {
     if (style == 0) {
-      ASSERT_TRUE(files.Write(Path(name), content));
+      ASSERT_TRUE(files.Write(Path(name), content).Ok());
     } else if (style == 1) {
-      ASSERT_TRUE(files.Write(Path(u"new.tmp"), content));
-      ASSERT_TRUE(files.Rename(Path(u"new.tmp"), Path(name)));
+      ASSERT_TRUE(files.Write(Path(u"new.tmp"), content).Ok());
+      ASSERT_TRUE(files.Rename(Path(u"new.tmp"), Path(name)).Ok());
     } else {
-      files.Delete(Path(name));
-      TakePendingSystemError();
-      const auto file = files.OpenAppend(Path(name));
-      ASSERT_TRUE(file && file->Append(content));
+      files.Delete(Path(name)).Ignore();
+      std::unique_ptr<os::AppendFile> file;
+      ASSERT_TRUE(files.OpenAppend(Path(name), file).Ok() && file->Append(content).Ok());
     }
   }
   // Makes every edit count: does nothing where news are exact, passes a time longer than the window elsewhere.
@@ -220,8 +218,7 @@ TEST_F(RealRuleBookTest, EachRecordSeesEveryEditThatWasCompleteBefore) {
     const std::size_t file = random() % version.size();
     const Text name = u"Rule " + NumberText(static_cast<std::int64_t>(file)) + u".DAT";
     if (random() % 5 == 0) {
-      files.Delete(Path(name));
-      TakePendingSystemError();
+      files.Delete(Path(name)).Ignore();
       version[file] = -1;
     } else {
       version[file] = 100 + i;
@@ -247,7 +244,7 @@ TEST_F(RealRuleBookTest, EachRecordSeesEveryEditThatWasCompleteBefore) {
 TEST_F(RealRuleBookTest, AFolderPutInPlaceCountsAfterTheWindow) {
   Edit(0, u"A.DAT", RuleWith("alpha"));
   EXPECT_EQ(Matches(*book, u"alpha beta"), Names{u"A"});
-  ASSERT_TRUE(files.Rename(settings.rulesFolder, settings.rulesFolder + u" old"));
+  ASSERT_TRUE(files.Rename(settings.rulesFolder, settings.rulesFolder + u" old").Ok());
   std::uint32_t reason = 0;
   ASSERT_TRUE(fileSystem.EnsureDirExists(settings.rulesFolder, reason));
   Edit(0, u"B.DAT", RuleWith("beta"));
@@ -256,8 +253,8 @@ TEST_F(RealRuleBookTest, AFolderPutInPlaceCountsAfterTheWindow) {
   Edit(0, u"C.DAT", RuleWith("beta"));
   Pause();
   EXPECT_EQ(Matches(*book, u"alpha beta"), (Names{u"B", u"C"}));
-  files.Delete(settings.rulesFolder + u" old\\A.DAT");
-  files.RemoveDir(settings.rulesFolder + u" old");
+  files.Delete(settings.rulesFolder + u" old\\A.DAT").Ignore();
+  files.RemoveDir(settings.rulesFolder + u" old").Ignore();
 }
 
 // A writer edits all the time while records flow. A record that began after an edit was complete, and ended before the next

@@ -132,8 +132,8 @@ TEST_F(FilterTest, AnUnusableRuleFileIsReportedOnceAndTheOthersGoOn) {
   folder.Rule(u"Binary.DAT", std::string("\0[LogFile]\nSystem=1", 19));
   folder.Rule(u"Huge.DAT", std::string(kMaxTextFileBytes + 1, 'x'));
   folder.Rule(u"Locked.DAT", kOpenRule);
-  folder.disk.CreateDir(folder.PathOfRule(u"Folder.DAT"));
-  folder.files.FailPath(u"Locked.DAT", SystemErrorNumber::kSharingViolation);
+  folder.disk.CreateDir(folder.PathOfRule(u"Folder.DAT")).Ignore();
+  folder.files.FailPath(u"Locked.DAT", SystemError::kSharingViolation);
   for (int i = 0; i < 3; ++i) Handle(Error());
   EXPECT_EQ(mailer.mails.size(), 3u);
   for (const TextView name : {u"Empty.DAT", u"Binary.DAT", u"Huge.DAT", u"Locked.DAT", u"Folder.DAT"}) {
@@ -150,7 +150,7 @@ TEST_F(FilterTest, AnUnusableRuleFileIsReportedOnceAndTheOthersGoOn) {
 
 TEST_F(FilterTest, AFailingLogFileDoesNotStopTheOtherNorTheMail) {
   folder.Rule(u"A.DAT", kOpenRule);
-  folder.files.FailPath(u"EventLogs.txt", SystemErrorNumber::kDiskFull);
+  folder.files.FailPath(u"EventLogs.txt", SystemError::kDiskFull);
   Handle(Error());
   EXPECT_EQ(mailer.mails.size(), 1u);
   EXPECT_EQ(folder.Content(u"C:\\App\\EventLogs.txt"), "");

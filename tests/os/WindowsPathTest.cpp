@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "base/Encoding.h"
-#include "os/PendingError.h"
 #include "os/WindowsPath.h"
 
 namespace ovs {
@@ -30,39 +29,37 @@ TEST(WindowsPath, IsTakenApartAndPutTogether) {
                      {u"d:x", u"D:\\work\\here\\x", false},
                      {u"E:x", u"E:\\x", false}};
   for (const auto& each : cases) {
-    const auto split = SplitWindowsPath(each.path, u"D:\\work\\here");
-    ASSERT_TRUE(split) << ToUtf8(each.path);
-    EXPECT_EQ(JoinWindowsPath(*split), each.joined) << ToUtf8(each.path);
-    EXPECT_EQ(split->trailing, each.trailing) << ToUtf8(each.path);
+    WindowsPath split;
+    ASSERT_TRUE(SplitWindowsPath(each.path, u"D:\\work\\here", split).Ok()) << ToUtf8(each.path);
+    EXPECT_EQ(JoinWindowsPath(split), each.joined) << ToUtf8(each.path);
+    EXPECT_EQ(split.trailing, each.trailing) << ToUtf8(each.path);
     // Once plain, a path stays as it is.
-    const auto again = SplitWindowsPath(each.joined, {});
-    ASSERT_TRUE(again) << ToUtf8(each.joined);
+    WindowsPath again;
+    ASSERT_TRUE(SplitWindowsPath(each.joined, {}, again).Ok()) << ToUtf8(each.joined);
     if (!each.path.starts_with(u"\\\\?\\")) {
-      EXPECT_EQ(again->names, split->names) << ToUtf8(each.path);
+      EXPECT_EQ(again.names, split.names) << ToUtf8(each.path);
     }
   }
 }
 
 TEST(WindowsPath, RefusesWhatIsNone) {
-  const std::pair<Text, std::uint32_t> cases[] = {
-      {u"", SystemErrorNumber::kPathNotFound},
-      {u"relative", SystemErrorNumber::kPathNotFound},  // and no folder to count from
+  const std::pair<Text, os::Error> cases[] = {{u"", SystemError::kPathNotFound},
+                                              {u"relative", SystemError::kPathNotFound},  // and no folder to count from
 
-      {u"\\\\?\\1:\\a", SystemErrorNumber::kPathNotFound},
-      {u"\\\\?\\C:a", SystemErrorNumber::kPathNotFound},
-      {u"C:\\a?", SystemErrorNumber::kInvalidName},
+                                              {u"\\\\?\\1:\\a", SystemError::kPathNotFound},
+                                              {u"\\\\?\\C:a", SystemError::kPathNotFound},
+                                              {u"C:\\a?", SystemError::kInvalidName},
 
-      {u"C:\\a\nb", SystemErrorNumber::kInvalidName},
-      {Text(u"C:\\a\0b", 6), SystemErrorNumber::kInvalidName},
-      {u"\\\\?\\C:\\a/b", SystemErrorNumber::kInvalidName},
-      {u"\\\\?\\C:\\a\\\\b", SystemErrorNumber::kInvalidName},
-      {u"\\\\server", SystemErrorNumber::kInvalidName},
+                                              {u"C:\\a\nb", SystemError::kInvalidName},
+                                              {Text(u"C:\\a\0b", 6), SystemError::kInvalidName},
+                                              {u"\\\\?\\C:\\a/b", SystemError::kInvalidName},
+                                              {u"\\\\?\\C:\\a\\\\b", SystemError::kInvalidName},
+                                              {u"\\\\server", SystemError::kInvalidName},
 
-      {u"\\\\.\\C:", SystemErrorNumber::kInvalidName}};
-  for (const auto& [path, number] : cases) {
-    SetPendingSystemError(0);
-    EXPECT_FALSE(SplitWindowsPath(path, {})) << ToUtf8(path);
-    EXPECT_EQ(TakePendingSystemError(), number) << ToUtf8(path);
+                                              {u"\\\\.\\C:", SystemError::kInvalidName}};
+  for (const auto& [path, error] : cases) {
+    WindowsPath split;
+    EXPECT_EQ(SplitWindowsPath(path, {}, split), error) << ToUtf8(path);
   }
 }
 

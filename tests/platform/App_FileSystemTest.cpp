@@ -8,7 +8,7 @@
 namespace ovs {
 namespace {
 
-using namespace SystemErrorNumber;
+using namespace SystemError;
 
 class FileSystemTest : public PlatformTest {
  protected:
@@ -48,7 +48,7 @@ TEST_F(FileSystemTest, EnsureDirExistsPicksItsRoute) {
     files.FailCall(3, kAccessDenied);
     EXPECT_TRUE(Ensure(each.folder)) << each.folder.size();
     EXPECT_EQ(Logged(kFirstRoute), each.allAtOnce) << each.folder.size();
-    EXPECT_EQ(reason, each.allAtOnce ? kAccessDenied : 0u);
+    EXPECT_EQ(os::Error(reason), each.allAtOnce ? kAccessDenied : os::kSuccess);
     EXPECT_TRUE(Exists(each.folder));
   }
 }
@@ -59,7 +59,7 @@ TEST_F(FileSystemTest, EnsureDirExistsReportsHowItEnded) {
   EXPECT_TRUE(Logged(u"Completed via MakeSureDirectoryPathExists; DirExist = False!"));
   files.FailPath(u"locked", kAccessDenied);
   EXPECT_FALSE(Ensure(u"C:\\Locked\\b"));
-  EXPECT_EQ(reason, kAccessDenied);
+  EXPECT_EQ(reason, kAccessDenied.Number());
   EXPECT_TRUE(Logged(u"Completed via CreateDirectoryW; DirExist = False!"));
   files.FailCall(5, kAccessDenied);  // the look at the end of CreateDirW
   EXPECT_TRUE(Ensure(u"C:\\\u0416"));
@@ -74,7 +74,7 @@ TEST_F(FileSystemTest, EnsureDirExistsRemovesAFileInTheWay) {
     EXPECT_TRUE(Logged(kRemoved)) << ToUtf8(folder);
   }
   Put(u"C:\\Kept", "x");
-  ASSERT_TRUE(memory.SetAttributes(u"C:\\Kept", os::FileAttribute::kReadOnly));
+  ASSERT_TRUE(memory.SetAttributes(u"C:\\Kept", os::FileAttribute::kReadOnly).Ok());
   files.FailPath(u".old", kSharingViolation);
   EXPECT_FALSE(Ensure(u"C:\\Kept"));
   EXPECT_TRUE(Logged(u"Aborting; failure to remove existing file!"));
@@ -85,27 +85,27 @@ TEST_F(FileSystemTest, EnsureDirExistsRemovesAFileInTheWay) {
 }
 
 TEST_F(FileSystemTest, CreateDirWWalksOnBelowAProtectedParent) {
-  ASSERT_TRUE(memory.CreateDir(u"C:\\Share"));
+  ASSERT_TRUE(memory.CreateDir(u"C:\\Share").Ok());
   files.FailCall(1, kAccessDenied);  // neither is it seen
   files.FailCall(2, kAccessDenied);  // nor created
   EXPECT_TRUE(fileSystem.CreateDirW(u"C:\\Share\\a\\\\b\\", reason));
-  EXPECT_EQ(reason, kAccessDenied);
+  EXPECT_EQ(reason, kAccessDenied.Number());
   EXPECT_TRUE(Exists(u"C:\\Share\\a\\b"));
   files.FailCall(1, kAccessDenied);  // "already exists" is passed over as well
   EXPECT_TRUE(fileSystem.CreateDirW(u"\\\\?\\C:\\Share\\c", reason));
-  EXPECT_EQ(reason, kAlreadyExists);
+  EXPECT_EQ(reason, kAlreadyExists.Number());
   files.FailCall(3, kDiskFull);
   const std::uint64_t before = files.Calls();
   EXPECT_FALSE(fileSystem.CreateDirW(u"C:\\Share\\x\\y\\z", reason));
   EXPECT_EQ(files.Calls() - before, 4u) << "any other error ends the walk";
-  EXPECT_EQ(reason, kDiskFull);
+  EXPECT_EQ(reason, kDiskFull.Number());
   EXPECT_TRUE(Logged(u"Aborting; CreateDirectoryW Failure, Error 112 "));
 }
 
 TEST_F(FileSystemTest, FileExistAndDelete) {
   Put(u"C:\\a.txt", "a");
   Put(u"C:\\zero.txt");
-  ASSERT_TRUE(memory.CreateDir(u"C:\\Folder"));
+  ASSERT_TRUE(memory.CreateDir(u"C:\\Folder").Ok());
   files.FailPath(u"locked", kSharingViolation);
   struct {
     TextView path;
@@ -145,10 +145,10 @@ TEST_F(FileSystemTest, Facts) {
   EXPECT_TRUE(Logged(u"File does not exist!"));
   EXPECT_EQ(fileSystem.GetFileVersion(u"C:\\a.dll"), u"");
   EXPECT_TRUE(Logged(u"GetFileVersionInfoW failure!"));
-  ASSERT_TRUE(memory.SetVersion(u"C:\\a.dll", {{1, 2, 0, 65535}}));
+  ASSERT_TRUE(memory.SetVersion(u"C:\\a.dll", {{1, 2, 0, 65535}}).Ok());
   EXPECT_EQ(fileSystem.GetFileVersion(u"C:\\a.dll"), u"1.2.0.65535");
   EXPECT_EQ(fileSystem.GetFileVersion(u"C:\\a.dll", true), u"1.2.65535");
-  ASSERT_TRUE(memory.SetVersion(u"C:\\a.dll", {{1, 2, 3, 4}}));
+  ASSERT_TRUE(memory.SetVersion(u"C:\\a.dll", {{1, 2, 3, 4}}).Ok());
   EXPECT_EQ(fileSystem.GetFileVersion(u"C:\\a.dll", true), u"1.2.3.4");
   for (const TextView drive : {u"C", u"c:", u"C:\\"}) EXPECT_EQ(fileSystem.GetFileSystemType_AsString(drive), u"NTFS");
   for (const TextView bad : {u"", u"CC", u"1:", u"C:\\x", u"\\\\s"}) {
@@ -161,7 +161,7 @@ TEST_F(FileSystemTest, Facts) {
 }
 
 TEST_F(FileSystemTest, TemporaryFilesAndWriteAccess) {
-  ASSERT_TRUE(memory.CreateDir(u"C:\\Work"));
+  ASSERT_TRUE(memory.CreateDir(u"C:\\Work").Ok());
   const Text first = fileSystem.GetTempFile(u"C:\\Work");
   const Text second = fileSystem.GetTempFile(u"C:\\Work\\", true);
   EXPECT_TRUE(first.starts_with(u"C:\\Work\\vtt") && first.ends_with(u".tmp")) << ToUtf8(first);
@@ -178,7 +178,7 @@ TEST_F(FileSystemTest, TemporaryFilesAndWriteAccess) {
 
   EXPECT_TRUE(fileSystem.HasWriteAccess(u"C:\\Work"));
   std::vector<os::DirEntry> left;
-  EXPECT_TRUE(memory.List(u"C:\\Work", left));
+  EXPECT_TRUE(memory.List(u"C:\\Work", left).Ok());
   EXPECT_EQ(left.size(), 1u) << "only the first temporary file";
   EXPECT_FALSE(fileSystem.HasWriteAccess(u"C:\\missing"));
   EXPECT_TRUE(Logged(u"No write access!"));
@@ -190,8 +190,8 @@ TEST_F(FileSystemTest, TemporaryFilesAndWriteAccess) {
 
 TEST_F(FileSystemTest, DeleteFilesInPathNamesWhatBecameOfThem) {
   for (const TextView name : {u"A.tmp", u"b.TMP", u"kept.tmp", u"c.txt"}) Put(Text(u"C:\\").append(name));
-  ASSERT_TRUE(memory.CreateDir(u"C:\\dir.tmp"));
-  ASSERT_TRUE(memory.SetAttributes(u"C:\\kept.tmp", os::FileAttribute::kReadOnly));
+  ASSERT_TRUE(memory.CreateDir(u"C:\\dir.tmp").Ok());
+  ASSERT_TRUE(memory.SetAttributes(u"C:\\kept.tmp", os::FileAttribute::kReadOnly).Ok());
   EXPECT_FALSE(fileSystem.DeleteFilesInPath(u"C:\\", u"*.tmp"));
   const Text entries = std::exchange(log, Text());
   EXPECT_TRUE(LoggedIn(entries, u"Deleted:\r\nA.tmp\r\nb.TMP\r\n")) << ToUtf8(entries);

@@ -6,8 +6,8 @@
 
 #include "base/Encoding.h"
 #include "diag/App_Debug.h"
+#include "diag/PendingError.h"
 #include "os/MemoryRegistry.h"
-#include "os/PendingError.h"
 #include "platform/RegistryTexts.h"
 
 namespace ovs {
@@ -18,14 +18,12 @@ constexpr os::RootKey kMachine = os::RootKey::LocalMachine;
 // Answers every Open with a code; remembers what was asked for.
 class RefusingRegistry final : public MemoryRegistry {
  public:
-  std::uint32_t Open(os::RootKey root, TextView key, std::uint32_t access, std::unique_ptr<os::RegistryKey>& out) override {
+  os::Error Open(os::RootKey root, TextView key, std::uint32_t access, std::unique_ptr<os::RegistryKey>& out) override {
     lastKey = key;
     lastAccess = access;
-    if (code == 0) return MemoryRegistry::Open(root, key, access, out);
-    SetPendingSystemError(code);
-    return code;
+    return error.Failed() ? error : MemoryRegistry::Open(root, key, access, out);
   }
-  std::uint32_t code = 0;
+  os::Error error;
   Text lastKey;
   std::uint32_t lastAccess = 0;
 };
@@ -59,7 +57,7 @@ TEST_F(RegistryTest, RegKeyExistByResult) {
                      {1015, true, u"Unknown Return Value."}};
   for (const auto& each : cases) {
     log.clear();
-    registry.code = each.code;
+    registry.error = os::Error(each.code);
     EXPECT_EQ(helper.RegKeyExist(kMachine, u"SYSTEM\\x"), each.exists) << each.code;
     EXPECT_TRUE(Logged(each.entry)) << each.code << ToUtf8(log);
     EXPECT_TRUE(Logged(RegResultText(each.code))) << each.code;
@@ -118,7 +116,7 @@ TEST_F(RegistryTest, WhatCannotBeWrittenIsRefused) {
 
 TEST_F(RegistryTest, StoredFormsThatOtherProgramsLeave) {
   std::unique_ptr<os::RegistryKey> key;
-  ASSERT_EQ(registry.Create(kMachine, u"SYSTEM\\x", os::RegAccess::kWrite | os::RegAccess::kRead, key), 0u);
+  ASSERT_EQ(registry.Create(kMachine, u"SYSTEM\\x", os::RegAccess::kWrite | os::RegAccess::kRead, key), os::kSuccess);
   using namespace std::string_view_literals;
   const auto read = [&](TextView name) { return helper.RegReadValue(kMachine, u"SYSTEM\\x", name); };
   struct {
@@ -134,7 +132,7 @@ TEST_F(RegistryTest, StoredFormsThatOtherProgramsLeave) {
                      {u"binary", os::RegType::kBinary, "\x01\0\x02"sv, std::string("\x01\0\x02"sv)},
                      {u"short number", os::RegType::kDword, "\x01\0"sv, RegValue()}};
   for (const auto& each : cases) {
-    key->SetData(each.name, each.type, each.stored);
+    ASSERT_TRUE(key->SetData(each.name, each.type, each.stored).Ok());
     EXPECT_EQ(read(each.name), each.value) << ToUtf8(each.name);
   }
   EXPECT_EQ(read(u"missing"), RegValue());

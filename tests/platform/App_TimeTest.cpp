@@ -95,7 +95,7 @@ TEST_F(TimeTest, FileDatesByFileSystem) {
   const DateTime winter{2024, 1, 10, 12, 0, 0, 500};
   const DateTime summer{2024, 7, 10, 23, 30, 0, 0};
   const DateTime change{2024, 3, 31, 1, 0, 0, 0};
-  memory.SetDates(u"C:\\f", TicksFromDateTime(winter), TicksFromDateTime(summer), TicksFromDateTime(change));
+  memory.SetDates(u"C:\\f", TicksFromDateTime(winter), TicksFromDateTime(summer), TicksFromDateTime(change)).Ignore();
   struct {
     TextView fileSystemName;
     bool asUtc;
@@ -116,7 +116,7 @@ TEST_F(TimeTest, FileDatesByFileSystem) {
   }
   // In the hour before summer ends and the one after, local time on a FAT disk is told apart as well as can be.
   for (const DateTime& local : {DateTime{2024, 10, 27, 1, 30, 0, 0}, DateTime{2024, 10, 27, 3, 30, 0, 0}}) {
-    memory.SetDates(u"C:\\f", 0, 0, TicksFromDateTime(local));
+    memory.SetDates(u"C:\\f", 0, 0, TicksFromDateTime(local)).Ignore();
     const auto utc = time.GetFileDate_FromWFAD_AsDate(FileDateType::Modified, true, u"C:\\f");
     EXPECT_EQ(time.TimeUTCtoLocal(utc), local);
   }

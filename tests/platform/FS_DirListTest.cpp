@@ -12,15 +12,15 @@ class DirListTest : public PlatformTest {
  protected:
   DirListTest() {
     for (const TextView folder : {u"C:\\R", u"C:\\R\\Sub", u"C:\\R\\Sub\\Deep", u"C:\\R\\Link", u"C:\\Q"}) {
-      memory.CreateDir(folder);
+      memory.CreateDir(folder).Ignore();
     }
     for (const TextView file : {u"C:\\R\\z.DAT", u"C:\\R\\App.CFG", u"C:\\R\\Old copy.dat", u"C:\\R\\Sub\\S.dat",
                                 u"C:\\R\\Sub\\Deep\\D.dat", u"C:\\R\\Link\\L.dat", u"C:\\Q\\\u00C9t\u00C9.dat"}) {
       Put(file);
     }
-    memory.SetAttributes(u"C:\\R\\Link", kReparsePoint);
-    memory.SetAttributes(u"C:\\R\\z.DAT", kHidden | kSystem);
-    memory.SetAttributes(u"C:\\R\\App.CFG", 0);
+    memory.SetAttributes(u"C:\\R\\Link", kReparsePoint).Ignore();
+    memory.SetAttributes(u"C:\\R\\z.DAT", kHidden | kSystem).Ignore();
+    memory.SetAttributes(u"C:\\R\\App.CFG", 0).Ignore();
     search.AddSearchPath(u"C:\\R");
   }
   Names Found() {
@@ -110,19 +110,19 @@ TEST_F(DirListTest, Newest) {
   search.AddFileMask(u"*.dat");
   Found();
   EXPECT_EQ(search.GetNewestFileByVersion(), u"c:\\r\\sub\\deep\\d.dat") << "the first when none has a version";
-  memory.SetVersion(u"C:\\R\\z.DAT", {{1, 10, 0, 0}});
-  memory.SetVersion(u"C:\\R\\Old copy.dat", {{1, 9, 9, 9}});
+  memory.SetVersion(u"C:\\R\\z.DAT", {{1, 10, 0, 0}}).Ignore();
+  memory.SetVersion(u"C:\\R\\Old copy.dat", {{1, 9, 9, 9}}).Ignore();
   EXPECT_EQ(search.GetNewestFileByVersion(), u"c:\\r\\z.dat");
   Put(u"C:\\R\\Old copy.dat", "new");
   EXPECT_EQ(search.GetNewestFileByModifiedDate(), u"c:\\r\\old copy.dat");
-  memory.Delete(u"C:\\R\\Old copy.dat");
+  memory.Delete(u"C:\\R\\Old copy.dat").Ignore();
   EXPECT_EQ(search.GetNewestFileByModifiedDate(), u"c:\\r\\sub\\deep\\d.dat");
   EXPECT_TRUE(LoggedIn(log, u"Cannot determine file date!") && LoggedIn(log, u"Variables=[sFile=C:\\R\\Old copy.dat]"))
       << ToUtf8(log);
 }
 
 TEST_F(DirListTest, AFolderThatFailsIsNotedAndTheRestIsFound) {
-  files.FailPath(u"\\Sub\\", SystemErrorNumber::kAccessDenied);
+  files.FailPath(u"\\Sub\\", SystemError::kAccessDenied);
   search.AddFileMask(u"*.dat");
   EXPECT_EQ(Found(), (Names{u"z.dat", u"old copy.dat"}));
   EXPECT_TRUE(Logged(u"The folder could not be read whole!"));

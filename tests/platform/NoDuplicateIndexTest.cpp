@@ -7,7 +7,6 @@
 #include <span>
 
 #include "base/Fold.h"
-#include "os/PendingError.h"
 
 namespace ovs {
 namespace {
@@ -15,20 +14,18 @@ namespace {
 // A file that is a string; counts what is read from it.
 class StringFile final : public os::ReadFile {
  public:
-  bool Stamp(os::FileStamp& out) override {
+  os::Error Stamp(os::FileStamp& out) override {
     out.size = content.size();
-    return true;
+    return os::kSuccess;
   }
-  bool ReadAt(std::uint64_t offset, std::span<char> buffer, std::size_t& got) override {
-    if (broken) {
-      SetPendingSystemError(SystemErrorNumber::kGeneralFailure);
-      return false;
-    }
+  os::Error ReadAt(std::uint64_t offset, std::span<char> buffer, std::size_t& got) override {
+    got = 0;
+    if (broken) return SystemError::kGeneralFailure;
     const std::string_view rest = std::string_view(content).substr(std::min<std::uint64_t>(offset, content.size()));
     got = std::min({rest.size(), buffer.size(), longestRead});
     std::copy_n(rest.begin(), got, buffer.begin());
     bytesRead += got;
-    return true;
+    return os::kSuccess;
   }
 
   std::string content;
@@ -70,9 +67,9 @@ TEST(NoDuplicateIndex, DecidesByTheRule) {
     file.content = each.content;
     ASSERT_EQ(Reference(each.content, each.entry), each.found) << each.content << "|" << ToUtf8(each.entry);
     NoDuplicateIndex index(DetectEncoding(file.content));
-    ASSERT_TRUE(index.Build(file));
+    ASSERT_TRUE(index.Build(file).Ok());
     bool found = !each.found;
-    EXPECT_TRUE(index.Contains(file, each.entry, found));
+    EXPECT_TRUE(index.Contains(file, each.entry, found).Ok());
     EXPECT_EQ(found, each.found) << each.content << "|" << ToUtf8(each.entry);
   }
 }
@@ -117,11 +114,11 @@ TEST(NoDuplicateIndex, AgreesWithTheRuleOnRandomFilesAndAppends) {
     const FileEncoding encoding = kEncodings[seed % 4];
     file.content = InEncoding(encoding, encoding == FileEncoding::Windows1252 ? u"é" : u"");
     NoDuplicateIndex index(encoding);
-    ASSERT_TRUE(index.Build(file));
+    ASSERT_TRUE(index.Build(file).Ok());
     for (int step = 0; step < 60; ++step) {
       const Text entry = texts.Entry();
       bool found = false;
-      ASSERT_TRUE(index.Contains(file, entry, found));
+      ASSERT_TRUE(index.Contains(file, entry, found).Ok());
       ASSERT_EQ(found, Reference(file.content, entry)) << "seed " << seed << " step " << step;
       const std::string bytes = EncodeFor(encoding, entry + (texts.Below(4) == 0 ? u"" : u"\r\n"));
       file.content += bytes;
@@ -140,13 +137,13 @@ TEST(NoDuplicateIndex, ReadsLittleAndStaysSmall) {
   StringFile file;
   for (int i = 0; i < kLines; ++i) file.content += ToUtf8(NumberedLine(i)) + "\r\n";
   NoDuplicateIndex index(FileEncoding::Utf8);
-  ASSERT_TRUE(index.Build(file));
+  ASSERT_TRUE(index.Build(file).Ok());
   EXPECT_LE(index.Bytes(), kLines * 16u + (300u << 10));
   file.bytesRead = 0;
   bool found = false;
   for (int i = 0; i < 200; ++i) {
     const int number = kLines - 100 + i;
-    ASSERT_TRUE(index.Contains(file, NumberedLine(number), found));
+    ASSERT_TRUE(index.Contains(file, NumberedLine(number), found).Ok());
     EXPECT_EQ(found, number < kLines) << number;
   }
   EXPECT_LT(file.bytesRead, 200u << 10);
@@ -156,13 +153,13 @@ TEST(NoDuplicateIndex, LongerLinesOfTheSameEndingAreReadForOnceOnly) {
   StringFile file;
   for (int i = 0; i < 2000; ++i) file.content += "prefix " + ToUtf8(NumberedLine(i)) + "\r\n";
   NoDuplicateIndex index(FileEncoding::Utf8);
-  ASSERT_TRUE(index.Build(file));
+  ASSERT_TRUE(index.Build(file).Ok());
   bool found = false;
-  ASSERT_TRUE(index.Contains(file, NumberedLine(1500), found));
+  ASSERT_TRUE(index.Contains(file, NumberedLine(1500), found).Ok());
   EXPECT_TRUE(found);
   file.bytesRead = 0;
   for (int i = 2000; i < 2100; ++i) {
-    ASSERT_TRUE(index.Contains(file, NumberedLine(i), found));
+    ASSERT_TRUE(index.Contains(file, NumberedLine(i), found).Ok());
     EXPECT_FALSE(found);
   }
   EXPECT_EQ(file.bytesRead, 0u);
@@ -174,14 +171,14 @@ TEST(NoDuplicateIndex, VeryLongLines) {
   file.content = ToUtf8(body) + " the end of a long line\r\n" + ToUtf8(NumberedLine(1)) + "\r\n";
   file.longestRead = 100000;
   NoDuplicateIndex index(FileEncoding::Utf8);
-  ASSERT_TRUE(index.Build(file));
+  ASSERT_TRUE(index.Build(file).Ok());
   for (const auto& [entry, expected] : {std::pair{Text(u"the end of a long line"), true},
                                         {Text(u"the End of a longer line"), false},
                                         {NumberedLine(1), true},
                                         {body + u" the end of a long line", true},
                                         {u"y" + body + u" the end of a long line", false}}) {
     bool found = !expected;
-    ASSERT_TRUE(index.Contains(file, entry, found));
+    ASSERT_TRUE(index.Contains(file, entry, found).Ok());
     EXPECT_EQ(found, expected) << ToUtf8(entry.substr(0, 30));
   }
 }
@@ -190,13 +187,12 @@ TEST(NoDuplicateIndex, AReadThatFailsIsNoAnswer) {
   StringFile file;
   file.content = ToUtf8(NumberedLine(1)) + "\r\n";
   NoDuplicateIndex index(FileEncoding::Utf8);
-  ASSERT_TRUE(index.Build(file));
+  ASSERT_TRUE(index.Build(file).Ok());
   file.broken = true;
   bool found = false;
-  EXPECT_FALSE(index.Contains(file, NumberedLine(1), found));
-  EXPECT_FALSE(index.Contains(file, u"short", found));
-  EXPECT_FALSE(NoDuplicateIndex(FileEncoding::Utf8).Build(file));
-  EXPECT_EQ(TakePendingSystemError(), SystemErrorNumber::kGeneralFailure);
+  EXPECT_EQ(index.Contains(file, NumberedLine(1), found), SystemError::kGeneralFailure);
+  EXPECT_EQ(index.Contains(file, u"short", found), SystemError::kGeneralFailure);
+  EXPECT_EQ(NoDuplicateIndex(FileEncoding::Utf8).Build(file), SystemError::kGeneralFailure);
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 
 #include "base/Encoding.h"
 #include "diag/App_Debug.h"
-#include "os/PendingError.h"
 #include "platform/App_FilePath.h"
 #include "platform/App_FileSystem.h"
 #include "platform/FS_DirList.h"
@@ -15,7 +14,7 @@ class RealFilesTest : public ::testing::Test {
  protected:
   RealFilesTest() : scoped_(debug) {
     Text temp;
-    os::SystemFiles().TempFolder(temp);
+    os::SystemFiles().TempFolder(temp).Ignore();
     root = App_FilePath::JoinPath(temp, u"ovs größe 日本 " + Text(helper.GetTempFile({}, true).substr(temp.size())));
     EXPECT_TRUE(helper.EnsureDirExists(root, failReason)) << failReason;
   }
@@ -25,10 +24,10 @@ class RealFilesTest : public ::testing::Test {
     all.AddSearchPath(root);
     all.AddFileMask(u"*");
     all.StartSearch();
-    for (const Text& file : all.MatchingFilesOnDisk()) os::SystemFiles().Delete(file);
+    for (const Text& file : all.MatchingFilesOnDisk()) os::SystemFiles().Delete(file).Ignore();
     const std::vector<Text>& folders = all.MatchingDirsOnDisk();
-    for (auto folder = folders.rbegin(); folder != folders.rend(); ++folder) os::SystemFiles().RemoveDir(*folder);
-    EXPECT_TRUE(os::SystemFiles().RemoveDir(root));
+    for (auto folder = folders.rbegin(); folder != folders.rend(); ++folder) os::SystemFiles().RemoveDir(*folder).Ignore();
+    EXPECT_TRUE(os::SystemFiles().RemoveDir(root).Ok());
   }
 
   App_Debug debug;

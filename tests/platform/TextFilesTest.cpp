@@ -6,13 +6,13 @@
 namespace ovs {
 namespace {
 
-using namespace SystemErrorNumber;
+using namespace SystemError;
 
 constexpr TextView kLog = u"C:\\App\\log.txt";
 
 class TextFilesTest : public PlatformTest {
  protected:
-  TextFilesTest() { memory.CreateDir(u"C:\\App"); }
+  TextFilesTest() { memory.CreateDir(u"C:\\App").Ignore(); }
   bool Append(TextView text) { return fileSystem.SaveTextToFile(text, kLog, SaveMode::Append); }
   bool AppendOnce(TextView text) { return fileSystem.SaveTextToFile(text, kLog, SaveMode::AppendNoDuplicates); }
   bool Replace(TextView text) { return fileSystem.SaveTextToFile(text, kLog, SaveMode::Replace); }
@@ -75,24 +75,24 @@ TEST_F(TextFilesTest, NoDuplicatesFollowsWhatOthersDoToTheFile) {
     std::function<void()> meddle;
     std::string after;
   } const cases[] = {
-      {"deleted", [&] { memory.Delete(kLog); }, a + b},
-      {"rotated", [&] { memory.Rename(kLog, u"C:\\App\\old.txt"); }, a + b},
+      {"deleted", [&] { memory.Delete(kLog).Ignore(); }, a + b},
+      {"rotated", [&] { memory.Rename(kLog, u"C:\\App\\old.txt").Ignore(); }, a + b},
       {"rotated and begun anew",
        [&] {
-         memory.Rename(kLog, u"C:\\App\\old.txt");
+         memory.Rename(kLog, u"C:\\App\\old.txt").Ignore();
          Put(kLog, b);
        },
        b + a},
       {"replaced by renaming",
        [&] {
          Put(u"C:\\App\\n", a);
-         memory.Rename(u"C:\\App\\n", kLog);
+         memory.Rename(u"C:\\App\\n", kLog).Ignore();
        },
        a + b},
       {"emptied", [&] { Put(kLog, ""); }, a + b},
       {"same size, other text", [&] { Put(kLog, std::string(a.size() + b.size() - 2, 'x') + "\r\n"); },
        std::string(a.size() + b.size() - 2, 'x') + "\r\n" + a + b},
-      {"line added", [&] { memory.OpenAppend(kLog)->Append("x"); },
+      {"line added", [&] { Put(kLog, Content(kLog) + "x"); },
        std::string(a.size() + b.size() - 2, 'x') + "\r\n" + a + b + "x"},
       {"unfinished line", [&] { Put(kLog, "x" + a.substr(0, a.size() - 2)); }, "x" + a.substr(0, a.size() - 2) + b + a},
       {"other encoding", [&] { Put(kLog, "\xE9\r\n" + b); }, "\xE9\r\n" + b + a}};
@@ -134,13 +134,13 @@ TEST_F(TextFilesTest, AFailureAnywhereLeavesWholeFilesAndTheNextCallWorks) {
                              {u"new state", kState, SaveMode::Replace}};
   std::uint64_t needed = 1;
   for (std::uint64_t nth = 1; nth <= needed; ++nth) {
-    for (const std::uint32_t number : {kDiskFull, kAccessDenied, kSharingViolation, kGeneralFailure}) {
+    for (const os::Error error : {kDiskFull, kAccessDenied, kSharingViolation, kGeneralFailure}) {
       fakes::MemoryFiles disk;
       fakes::FaultyFiles faulty(disk);
       App_FileSystem helper(faulty, system);
-      disk.CreateDir(u"C:\\App");
-      disk.Write(kState, "old state");
-      faulty.FailCall(nth, number);
+      disk.CreateDir(u"C:\\App").Ignore();
+      disk.Write(kState, "old state").Ignore();
+      faulty.FailCall(nth, error);
       std::string wantedLog;
       std::string wantedState = "old state";
       const auto run = [&](const Step& step) {
@@ -153,15 +153,15 @@ TEST_F(TextFilesTest, AFailureAnywhereLeavesWholeFilesAndTheNextCallWorks) {
         if (saved && isLog && !isThere) wantedLog += bytes;
         std::string found;
         ReadFileBytes(disk, step.path, found);
-        EXPECT_EQ(found, isLog ? wantedLog : wantedState) << "call " << nth << " number " << number;
+        EXPECT_EQ(found, isLog ? wantedLog : wantedState) << "call " << nth << " number " << error.Number();
         return saved;
       };
       for (const Step& step : kSteps) run(step);
       needed = std::max(needed, faulty.Calls());
       faulty.Heal();
-      for (const Step& step : kSteps) EXPECT_TRUE(run(step)) << "call " << nth << " number " << number;
+      for (const Step& step : kSteps) EXPECT_TRUE(run(step)) << "call " << nth << " number " << error.Number();
       std::vector<os::DirEntry> left;
-      EXPECT_TRUE(disk.List(u"C:\\App", left));
+      EXPECT_TRUE(disk.List(u"C:\\App", left).Ok());
       EXPECT_EQ(left.size(), 1u) << "call " << nth << ": a file was left beside the state";
     }
   }

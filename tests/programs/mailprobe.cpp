@@ -89,9 +89,10 @@ void SetProperty(vtxEmail& mail, const std::string& name, const json& value) {
 }
 
 Text PathOf(const json& value) {
-  const auto path = os::FullPathOfArgument(value.get_ref<const std::string&>());
-  if (!path) throw std::invalid_argument("no such path: " + value.get<std::string>());
-  return *path;
+  Text path;
+  const os::Error error = os::FullPathOfArgument(value.get_ref<const std::string&>(), path);
+  if (error.Failed()) throw std::invalid_argument("no such path: " + value.get<std::string>());
+  return path;
 }
 
 Text FolderOf(const json& request) {

@@ -47,7 +47,7 @@ class ServiceRun {
     source.records.push_back(Raw(u"orvanta - stopping event service..."));
   }
 
-  void Fail(std::uint64_t call, std::uint32_t number) { machine.files.FailCall(call, number); }
+  void Fail(std::uint64_t call, os::Error error) { machine.files.FailCall(call, error); }
 
   void Go() {
     debug.SetEntryListener([this](TextView entry) { entries.emplace_back(entry); });
@@ -100,8 +100,8 @@ std::uint64_t CallsOfARun(bool dump) {
   return run.machine.files.Calls();
 }
 
-constexpr std::uint32_t kNumbers[] = {SystemErrorNumber::kDiskFull, SystemErrorNumber::kSharingViolation,
-                                      SystemErrorNumber::kAccessDenied, SystemErrorNumber::kGeneralFailure};
+constexpr os::Error kErrors[] = {SystemError::kDiskFull, SystemError::kSharingViolation, SystemError::kAccessDenied,
+                                 SystemError::kGeneralFailure};
 
 // Of a hundred runs so many have the procedure dump on.
 constexpr int kDumpsInAHundred = 5;
@@ -113,12 +113,12 @@ TEST_P(FaultsTest, EachCallInTurn) {
   const std::uint64_t calls = CallsOfARun(dump);
   ASSERT_GT(calls, 100u);
   for (std::uint64_t call = 1; call <= calls; ++call) {
-    for (const std::uint32_t number : std::span(kNumbers).first(dump ? 1 : std::size(kNumbers))) {
+    for (const os::Error error : std::span(kErrors).first(dump ? 1 : std::size(kErrors))) {
       ServiceRun run(dump);
-      run.Fail(call, number);
+      run.Fail(call, error);
       run.Go();
       run.Check(1);
-      if (HasFailure()) FAIL() << "call " << call << " failed with " << number;
+      if (HasFailure()) FAIL() << "call " << call << " failed with " << error.Number();
     }
   }
 }
@@ -132,18 +132,19 @@ TEST_P(FaultPairsTest, TwoAtRandom) {
   constexpr int kRuns = 1000;
   std::mt19937 random(GetParam());
   const std::uint64_t calls[] = {CallsOfARun(false), CallsOfARun(true)};
-  std::uniform_int_distribution<std::size_t> anyNumber(0, std::size(kNumbers) - 1);
+  std::uniform_int_distribution<std::size_t> anyError(0, std::size(kErrors) - 1);
   for (int i = 0; i < kRuns; ++i) {
     const bool dump = i % 100 < kDumpsInAHundred;
     std::uniform_int_distribution<std::uint64_t> anyCall(1, calls[dump ? 1 : 0]);
-    const std::pair first(anyCall(random), kNumbers[anyNumber(random)]);
-    const std::pair second(anyCall(random), kNumbers[anyNumber(random)]);
+    const std::pair first(anyCall(random), kErrors[anyError(random)]);
+    const std::pair second(anyCall(random), kErrors[anyError(random)]);
     ServiceRun run(dump);
     run.Fail(first.first, first.second);
     run.Fail(second.first, second.second);
     run.Go();
     run.Check(2);
-    if (HasFailure()) FAIL() << first.first << " " << first.second << ", " << second.first << " " << second.second;
+    if (HasFailure())
+      FAIL() << first.first << " " << first.second.Number() << ", " << second.first << " " << second.second.Number();
   }
 }
 

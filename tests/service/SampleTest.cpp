@@ -38,7 +38,7 @@ TEST_F(SampleTest, StartsInOrderAndStopsWithBothKeys) {
   EXPECT_TRUE(machine.prompt.shown.empty());
   EXPECT_EQ(engines.started, 1);
   os::FileInfo info;
-  EXPECT_TRUE(machine.disk.Info(u"C:\\Orvanta\\Config\\Rules", info));
+  EXPECT_TRUE(machine.disk.Info(u"C:\\Orvanta\\Config\\Rules", info).Ok());
 }
 
 constexpr TextView kLog = u"C:\\Orvanta\\Data\\Debug Logs\\OrvantaEventService\\OrvantaEventService (4711)";

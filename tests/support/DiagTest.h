@@ -9,8 +9,7 @@
 #include "base/Encoding.h"
 #include "base/RuntimeError.h"
 #include "diag/App_Debug.h"
-#include "diag/PendingErrorKeeper.h"
-#include "os/PendingError.h"
+#include "diag/PendingError.h"
 #include "platform/FileContent.h"
 #include "support/FakeClock.h"
 #include "support/FakePeriodTimer.h"
@@ -30,7 +29,7 @@ class DiagTest : public ::testing::Test {
   ~DiagTest() override { ClearPending(); }
 
   static void ClearPending() {
-    SetPendingSystemError(0);
+    TakePendingSystemError();
     static_cast<void>(TakePendingRuntimeError());
   }
   DebugEnvironment Environment() {
@@ -38,7 +37,6 @@ class DiagTest : public ::testing::Test {
   }
   // The file's bytes; "-" when there is none.
   std::string OnDisk(TextView path) {
-    const PendingErrorKeeper keeper;
     std::string bytes;
     return ReadFileBytes(disk, path, bytes) == ReadOutcome::Ok ? bytes : "-";
   }

@@ -3,7 +3,6 @@
 
 #include "base/DateTime.h"
 #include "os/Clock.h"
-#include "os/PendingError.h"
 
 namespace ovs::fakes {
 
@@ -21,15 +20,12 @@ class FakeClock final : public os::Clock {
 // Local time is UTC + offsetMinutes; from summerStart on, until summerEnd, one hour more.
 class FakeTimeZone final : public os::TimeZone {
  public:
-  bool ToLocal(const DateTime& utc, DateTime& local) override {
-    if (fails) {
-      SetPendingSystemError(SystemErrorNumber::kInvalidParameter);
-      return false;
-    }
+  os::Error ToLocal(const DateTime& utc, DateTime& local) override {
+    if (fails) return SystemError::kInvalidParameter;
     const std::int64_t ticks = TicksFromDateTime(utc);
     const bool summer = ticks >= summerStart && ticks < summerEnd;
     local = DateTimeFromTicks(ticks + (offsetMinutes + (summer ? 60 : 0)) * 60 * kTicksPerSecond);
-    return true;
+    return os::kSuccess;
   }
 
   std::int64_t offsetMinutes = 0;

@@ -8,18 +8,18 @@ namespace ovs::fakes {
 // A multimedia timer that goes on by one at each reading.
 class FakePeriodTimer final : public os::PeriodTimer {
  public:
-  bool Periods(std::uint32_t& minimum, std::uint32_t& maximum) override {
+  os::Error Periods(std::uint32_t& minimum, std::uint32_t& maximum) override {
     minimum = period;
     maximum = 1000;
-    return known;
+    return known ? os::kSuccess : SystemError::kGeneralFailure;
   }
-  bool Begin(std::uint32_t asked) override {
+  os::Error Begin(std::uint32_t asked) override {
     open += asked == period ? 1 : 100;
-    return true;
+    return os::kSuccess;
   }
-  bool End(std::uint32_t asked) override {
+  os::Error End(std::uint32_t asked) override {
     open -= asked == period ? 1 : 100;
-    return true;
+    return os::kSuccess;
   }
   std::uint32_t Now() override { return ++now; }
 

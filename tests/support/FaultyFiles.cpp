@@ -1,7 +1,6 @@
 #include "support/FaultyFiles.h"
 
 #include "base/Fold.h"
-#include "os/PendingError.h"
 
 namespace ovs::fakes {
 
@@ -13,10 +12,11 @@ class Opened : public Base {
  public:
   Opened(FaultyFiles& owner, TextView path, std::unique_ptr<Base> inner)
       : owner_(owner), path_(path), inner_(std::move(inner)) {}
-  bool Stamp(os::FileStamp& out) override { return Admit() && inner_->Stamp(out); }
+  os::Error Stamp(os::FileStamp& out) override {
+    return owner_.Call(path_, [&] { return inner_->Stamp(out); });
+  }
 
  protected:
-  [[nodiscard]] bool Admit() { return owner_.Admit(path_); }
   FaultyFiles& owner_;
   Text path_;
   std::unique_ptr<Base> inner_;
@@ -25,15 +25,18 @@ class Opened : public Base {
 class FaultyReadFile final : public Opened<os::ReadFile> {
  public:
   using Opened::Opened;
-  bool ReadAt(std::uint64_t offset, std::span<char> buffer, std::size_t& got) override {
-    return Admit() && inner_->ReadAt(offset, buffer, got);
+  os::Error ReadAt(std::uint64_t offset, std::span<char> buffer, std::size_t& got) override {
+    got = 0;
+    return owner_.Call(path_, [&] { return inner_->ReadAt(offset, buffer, got); });
   }
 };
 
 class FaultyAppendFile final : public Opened<os::AppendFile> {
  public:
   using Opened::Opened;
-  bool Append(std::string_view bytes) override { return Admit() && inner_->Append(bytes); }
+  os::Error Append(std::string_view bytes) override {
+    return owner_.Call(path_, [&] { return inner_->Append(bytes); });
+  }
 };
 
 }  // namespace
@@ -43,42 +46,38 @@ void FaultyFiles::Heal() {
   badCalls_.clear();
 }
 
-bool FaultyFiles::Admit(TextView path) {
-  if (const auto bad = badCalls_.find(++calls_); bad != badCalls_.end()) {
-    SetPendingSystemError(bad->second);
-    return false;
+os::Error FaultyFiles::Admit(TextView path) {
+  if (const auto bad = badCalls_.find(++calls_); bad != badCalls_.end()) return bad->second;
+  for (const auto& [part, error] : badParts_) {
+    if (ContainsFolded(path, part)) return error;
   }
-  for (const auto& [part, number] : badParts_) {
-    if (!ContainsFolded(path, part)) continue;
-    SetPendingSystemError(number);
-    return false;
-  }
-  return true;
+  return os::kSuccess;
 }
 
-std::unique_ptr<os::ReadFile> FaultyFiles::OpenRead(TextView path) {
-  if (!Admit(path)) return nullptr;
-  auto file = inner_.OpenRead(path);
-  return file ? std::make_unique<FaultyReadFile>(*this, path, std::move(file)) : nullptr;
+os::Error FaultyFiles::OpenRead(TextView path, std::unique_ptr<os::ReadFile>& out) {
+  std::unique_ptr<os::ReadFile> file;
+  const os::Error error = Call(path, [&] { return inner_.OpenRead(path, file); });
+  out = file ? std::make_unique<FaultyReadFile>(*this, path, std::move(file)) : nullptr;
+  return error;
 }
 
-std::unique_ptr<os::AppendFile> FaultyFiles::OpenAppend(TextView path) {
-  if (!Admit(path)) return nullptr;
-  auto file = inner_.OpenAppend(path);
-  return file ? std::make_unique<FaultyAppendFile>(*this, path, std::move(file)) : nullptr;
+os::Error FaultyFiles::OpenAppend(TextView path, std::unique_ptr<os::AppendFile>& out) {
+  std::unique_ptr<os::AppendFile> file;
+  const os::Error error = Call(path, [&] { return inner_.OpenAppend(path, file); });
+  out = file ? std::make_unique<FaultyAppendFile>(*this, path, std::move(file)) : nullptr;
+  return error;
 }
 
-bool FaultyFiles::Write(TextView path, std::string_view bytes) {
-  if (Admit(path)) return inner_.Write(path, bytes);
-  const std::uint32_t number = PendingSystemError();
-  if (number == SystemErrorNumber::kDiskFull) inner_.Write(path, bytes.substr(0, bytes.size() / 2));
-  SetPendingSystemError(number);
-  return false;
+os::Error FaultyFiles::Write(TextView path, std::string_view bytes) {
+  const os::Error error = Admit(path);
+  if (error.Ok()) return inner_.Write(path, bytes);
+  if (error == SystemError::kDiskFull) inner_.Write(path, bytes.substr(0, bytes.size() / 2)).Ignore();
+  return error;
 }
 
-bool FaultyFiles::Rename(TextView from, TextView to) {
+os::Error FaultyFiles::Rename(TextView from, TextView to) {
   // One call, whichever of the two paths is bad.
-  return Admit(Text(from).append(u"|").append(to)) && inner_.Rename(from, to);
+  return Call(Text(from).append(u"|").append(to), [&] { return inner_.Rename(from, to); });
 }
 
 }  // namespace ovs::fakes

@@ -1,7 +1,7 @@
 // Another Files that fails on order.
 //
 // Counted are all calls, those on open files included. A call that is to fail does nothing else, save that a Write with
-// the number "disk full" (112) leaves the first half of its bytes in the file.
+// "disk full" (112) leaves the first half of its bytes in the file.
 #pragma once
 
 #include <map>
@@ -19,38 +19,65 @@ class FaultyFiles final : public os::Files {
   explicit FaultyFiles(os::Files& inner) : inner_(inner) {}
 
   // From now on every call on a path that contains this part, in any case, fails.
-  void FailPath(TextView part, std::uint32_t number) { badParts_.emplace_back(part, number); }
+  void FailPath(TextView part, os::Error error) { badParts_.emplace_back(part, error); }
   // The nth call from now (the next one is the first) fails. Several may be given.
-  void FailCall(std::uint64_t nth, std::uint32_t number) { badCalls_.insert_or_assign(calls_ + nth, number); }
+  void FailCall(std::uint64_t nth, os::Error error) { badCalls_.insert_or_assign(calls_ + nth, error); }
   void Heal();
   [[nodiscard]] std::uint64_t Calls() const { return calls_; }
 
-  // Counts a call; false, with the pending system error set, when it is to fail.
-  bool Admit(TextView path);
+  // Counts a call: the failure that it is to have, if any.
+  os::Error Admit(TextView path);
 
-  bool Info(TextView path, os::FileInfo& out) override { return Admit(path) && inner_.Info(path, out); }
-  std::unique_ptr<os::ReadFile> OpenRead(TextView path) override;
-  std::unique_ptr<os::AppendFile> OpenAppend(TextView path) override;
-  bool Write(TextView path, std::string_view bytes) override;
-  bool Rename(TextView from, TextView to) override;
-  bool Delete(TextView path) override { return Admit(path) && inner_.Delete(path); }
-  bool RemoveDir(TextView path) override { return Admit(path) && inner_.RemoveDir(path); }
-  bool CreateDir(TextView path) override { return Admit(path) && inner_.CreateDir(path); }
-  bool MakeSureDirectoryPathExists(TextView path) override {
-    return Admit(path) && inner_.MakeSureDirectoryPathExists(path);
+  os::Error Info(TextView path, os::FileInfo& out) override {
+    return Call(path, [&] { return inner_.Info(path, out); });
   }
-  bool List(TextView folder, std::vector<os::DirEntry>& out) override { return Admit(folder) && inner_.List(folder, out); }
-  bool LongPathName(TextView path, Text& out) override { return Admit(path) && inner_.LongPathName(path, out); }
-  bool Version(TextView path, os::FileVersion& out) override { return Admit(path) && inner_.Version(path, out); }
-  bool FileSystemName(TextView root, Text& out) override { return Admit(root) && inner_.FileSystemName(root, out); }
-  bool SetCurrentDir(TextView path) override { return Admit(path) && inner_.SetCurrentDir(path); }
-  bool TempFolder(Text& out) override { return Admit({}) && inner_.TempFolder(out); }
+  os::Error OpenRead(TextView path, std::unique_ptr<os::ReadFile>& out) override;
+  os::Error OpenAppend(TextView path, std::unique_ptr<os::AppendFile>& out) override;
+  os::Error Write(TextView path, std::string_view bytes) override;
+  os::Error Rename(TextView from, TextView to) override;
+  os::Error Delete(TextView path) override {
+    return Call(path, [&] { return inner_.Delete(path); });
+  }
+  os::Error RemoveDir(TextView path) override {
+    return Call(path, [&] { return inner_.RemoveDir(path); });
+  }
+  os::Error CreateDir(TextView path) override {
+    return Call(path, [&] { return inner_.CreateDir(path); });
+  }
+  os::Error MakeSureDirectoryPathExists(TextView path) override {
+    return Call(path, [&] { return inner_.MakeSureDirectoryPathExists(path); });
+  }
+  os::Error List(TextView folder, std::vector<os::DirEntry>& out) override {
+    return Call(folder, [&] { return inner_.List(folder, out); });
+  }
+  os::Error LongPathName(TextView path, Text& out) override {
+    return Call(path, [&] { return inner_.LongPathName(path, out); });
+  }
+  os::Error Version(TextView path, os::FileVersion& out) override {
+    return Call(path, [&] { return inner_.Version(path, out); });
+  }
+  os::Error FileSystemName(TextView root, Text& out) override {
+    return Call(root, [&] { return inner_.FileSystemName(root, out); });
+  }
+  os::Error SetCurrentDir(TextView path) override {
+    return Call(path, [&] { return inner_.SetCurrentDir(path); });
+  }
+  os::Error TempFolder(Text& out) override {
+    return Call({}, [&] { return inner_.TempFolder(out); });
+  }
+
+  // A call of any port that counts among these.
+  template <class Inner>
+  os::Error Call(TextView path, Inner inner) {
+    const os::Error error = Admit(path);
+    return error.Failed() ? error : inner();
+  }
 
  private:
   os::Files& inner_;
-  std::vector<std::pair<Text, std::uint32_t>> badParts_;
+  std::vector<std::pair<Text, os::Error>> badParts_;
   std::uint64_t calls_ = 0;
-  std::map<std::uint64_t, std::uint32_t> badCalls_;
+  std::map<std::uint64_t, os::Error> badCalls_;
 };
 
 }  // namespace ovs::fakes

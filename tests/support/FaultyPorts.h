@@ -9,7 +9,6 @@
 #include "base/RuntimeError.h"
 #include "mail/engines/MailComponent.h"
 #include "os/Clock.h"
-#include "os/PendingError.h"
 #include "os/Registry.h"
 #include "support/FaultyFiles.h"
 
@@ -19,32 +18,33 @@ class FaultyRegistry final : public os::Registry {
  public:
   FaultyRegistry(FaultyFiles& order, os::Registry& inner) : order_(order), inner_(inner) {}
 
-  std::uint32_t Open(os::RootKey root, TextView key, std::uint32_t access, std::unique_ptr<os::RegistryKey>& out) override {
+  os::Error Open(os::RootKey root, TextView key, std::uint32_t access, std::unique_ptr<os::RegistryKey>& out) override {
     return Opened([&](auto& key2) { return inner_.Open(root, key, access, key2); }, out);
   }
-  std::uint32_t Create(os::RootKey root, TextView key, std::uint32_t access,
-                       std::unique_ptr<os::RegistryKey>& out) override {
+  os::Error Create(os::RootKey root, TextView key, std::uint32_t access, std::unique_ptr<os::RegistryKey>& out) override {
     return Opened([&](auto& key2) { return inner_.Create(root, key, access, key2); }, out);
   }
-  std::uint32_t DeleteKey(os::RootKey root, TextView key, std::uint32_t access) override {
-    return order_.Admit(u"registry") ? inner_.DeleteKey(root, key, access) : PendingSystemError();
+  os::Error DeleteKey(os::RootKey root, TextView key, std::uint32_t access) override {
+    return order_.Call(kPath, [&] { return inner_.DeleteKey(root, key, access); });
   }
 
  private:
+  static constexpr TextView kPath = u"registry";
+
   class Key final : public os::RegistryKey {
    public:
     Key(FaultyFiles& order, std::unique_ptr<os::RegistryKey> inner) : order_(order), inner_(std::move(inner)) {}
-    std::uint32_t QueryLength(TextView name, std::uint32_t& type, std::uint32_t& bytes) override {
-      return order_.Admit(u"registry") ? inner_->QueryLength(name, type, bytes) : PendingSystemError();
+    os::Error QueryLength(TextView name, std::uint32_t& type, std::uint32_t& bytes) override {
+      return order_.Call(kPath, [&] { return inner_->QueryLength(name, type, bytes); });
     }
-    std::uint32_t QueryData(TextView name, std::uint32_t limit, std::uint32_t& type, std::string& data) override {
-      return order_.Admit(u"registry") ? inner_->QueryData(name, limit, type, data) : PendingSystemError();
+    os::Error QueryData(TextView name, std::uint32_t limit, std::uint32_t& type, std::string& data) override {
+      return order_.Call(kPath, [&] { return inner_->QueryData(name, limit, type, data); });
     }
-    std::uint32_t SetData(TextView name, std::uint32_t type, std::string_view data) override {
-      return order_.Admit(u"registry") ? inner_->SetData(name, type, data) : PendingSystemError();
+    os::Error SetData(TextView name, std::uint32_t type, std::string_view data) override {
+      return order_.Call(kPath, [&] { return inner_->SetData(name, type, data); });
     }
-    std::uint32_t DeleteValue(TextView name) override {
-      return order_.Admit(u"registry") ? inner_->DeleteValue(name) : PendingSystemError();
+    os::Error DeleteValue(TextView name) override {
+      return order_.Call(kPath, [&] { return inner_->DeleteValue(name); });
     }
 
    private:
@@ -53,12 +53,11 @@ class FaultyRegistry final : public os::Registry {
   };
 
   template <class Call>
-  std::uint32_t Opened(Call call, std::unique_ptr<os::RegistryKey>& out) {
-    if (!order_.Admit(u"registry")) return PendingSystemError();
+  os::Error Opened(Call call, std::unique_ptr<os::RegistryKey>& out) {
     std::unique_ptr<os::RegistryKey> key;
-    const std::uint32_t result = call(key);
-    if (key) out = std::make_unique<Key>(order_, std::move(key));
-    return result;
+    const os::Error error = order_.Call(kPath, [&] { return call(key); });
+    out = key ? std::make_unique<Key>(order_, std::move(key)) : nullptr;
+    return error;
   }
 
   FaultyFiles& order_;
@@ -68,7 +67,9 @@ class FaultyRegistry final : public os::Registry {
 class FaultyTimeZone final : public os::TimeZone {
  public:
   FaultyTimeZone(FaultyFiles& order, os::TimeZone& inner) : order_(order), inner_(inner) {}
-  bool ToLocal(const DateTime& utc, DateTime& local) override { return order_.Admit(u"time") && inner_.ToLocal(utc, local); }
+  os::Error ToLocal(const DateTime& utc, DateTime& local) override {
+    return order_.Call(u"time", [&] { return inner_.ToLocal(utc, local); });
+  }
 
  private:
   FaultyFiles& order_;
@@ -99,7 +100,7 @@ class FaultyEngines final : public MailEngines {
 
  private:
   static void AdmitOrThrow(FaultyFiles& order) {
-    if (!order.Admit(u"mail")) throw RuntimeError(RuntimeErrorNumber::kComponent, u"the component broke");
+    if (order.Admit(u"mail").Failed()) throw RuntimeError(RuntimeErrorNumber::kComponent, u"the component broke");
   }
 
   class Component final : public MailComponent {
@@ -115,7 +116,7 @@ class FaultyEngines final : public MailEngines {
       return inner_->Compose(message);
     }
     void SetAuthMethod(std::int32_t method) override { inner_->SetAuthMethod(method); }
-    bool Send() override { return order_.Admit(u"mail") && inner_->Send(); }
+    bool Send() override { return order_.Admit(u"mail").Ok() && inner_->Send(); }
     MailReport Report() override {
       AdmitOrThrow(order_);
       return inner_->Report();

@@ -16,7 +16,7 @@ namespace ovs {
 class MailTest : public PlatformTest {
  protected:
   MailTest() {
-    for (const TextView folder : {u"C:\\App", u"C:\\App\\Config"}) memory.CreateDir(folder);
+    for (const TextView folder : {u"C:\\App", u"C:\\App\\Config"}) memory.CreateDir(folder).Ignore();
     environment.SetAutomaticMode(true);
   }
   // The machine whose ports these are.

@@ -1,14 +1,16 @@
 #include "support/MemoryFiles.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "base/Encoding.h"
 #include "base/Fold.h"
-#include "os/PendingError.h"
 
 namespace ovs::fakes {
 
-using namespace SystemErrorNumber;
+using namespace SystemError;
+using os::Error;
+using os::kSuccess;
 using namespace os::FileAttribute;
 
 struct MemoryFiles::Node {
@@ -33,38 +35,29 @@ struct MemoryFiles::Node {
 namespace {
 
 constexpr std::size_t kPlainPathLimit = 248;
-constexpr std::uint32_t kNoResourceData = 1812;
 
 using Node = MemoryFiles::Node;
 using NodePtr = std::shared_ptr<Node>;
 
-bool Fail(std::uint32_t number) {
-  SetPendingSystemError(number);
-  return false;
-}
-
-std::nullopt_t Refuse(std::uint32_t number) {
-  SetPendingSystemError(number);
-  return std::nullopt;
-}
-
 void Touch(Node& node, os::FileTicks now) { node.info.modified = node.changed = now; }
 
-bool StampOf(const Node& node, os::FileStamp& out) {
-  out = {node.volume, node.index, node.bytes.size(), node.info.modified, node.changed};
-  return true;
+os::FileStamp StampOf(const Node& node) {
+  return {node.volume, node.index, node.bytes.size(), node.info.modified, node.changed};
 }
 
 class MemoryReadFile final : public os::ReadFile {
  public:
   explicit MemoryReadFile(NodePtr node) : node_(std::move(node)) {}
-  bool Stamp(os::FileStamp& out) override { return StampOf(*node_, out); }
-  bool ReadAt(std::uint64_t offset, std::span<char> buffer, std::size_t& got) override {
+  Error Stamp(os::FileStamp& out) override {
+    out = StampOf(*node_);
+    return kSuccess;
+  }
+  Error ReadAt(std::uint64_t offset, std::span<char> buffer, std::size_t& got) override {
     const std::string_view rest =
         std::string_view(node_->bytes).substr(std::min<std::uint64_t>(offset, node_->bytes.size()));
     got = std::min(rest.size(), buffer.size());
     std::copy_n(rest.begin(), got, buffer.begin());
-    return true;
+    return kSuccess;
   }
 
  private:
@@ -74,12 +67,15 @@ class MemoryReadFile final : public os::ReadFile {
 class MemoryAppendFile final : public os::AppendFile {
  public:
   MemoryAppendFile(NodePtr node, std::shared_ptr<os::FileTicks> now) : node_(std::move(node)), now_(std::move(now)) {}
-  bool Stamp(os::FileStamp& out) override { return StampOf(*node_, out); }
-  bool Append(std::string_view bytes) override {
-    if (bytes.empty()) return true;
+  Error Stamp(os::FileStamp& out) override {
+    out = StampOf(*node_);
+    return kSuccess;
+  }
+  Error Append(std::string_view bytes) override {
+    if (bytes.empty()) return kSuccess;
     node_->bytes.append(bytes);
     Touch(*node_, *now_ += 10'000);
-    return true;
+    return kSuccess;
   }
 
  private:
@@ -106,48 +102,41 @@ MemoryFiles::NodePtr MemoryFiles::Root(const Text& name) {
   return root;
 }
 
-std::optional<MemoryFiles::Place> MemoryFiles::Find(TextView path) {
-  auto split = SplitWindowsPath(path, currentFolder_);
-  if (!split) return std::nullopt;
+Error MemoryFiles::Find(TextView path, Place& out) {
+  WindowsPath split;
+  if (const Error error = SplitWindowsPath(path, currentFolder_, split); error.Failed()) return error;
+  out = {};
+  out.trailing = split.trailing;
+  out.node = Root(split.root);
+  for (Text& name : split.names) {
+    if (!out.node || !out.node->info.IsDirectory()) return kPathNotFound;
+    out.folder = std::move(out.node);
+    out.name = name;
+    out.node = EntryOf(*out.folder, name);
+    if (out.node) name = out.node->name;
+  }
+  out.onDisk = JoinWindowsPath(split);
+  return kSuccess;
+}
+
+Error MemoryFiles::FindExisting(TextView path, Place& out) {
+  if (const Error error = Find(path, out); error.Failed()) return error;
+  if (!out.node) return kFileNotFound;
+  return out.trailing && !out.node->info.IsDirectory() ? kInvalidName : kSuccess;
+}
+
+Error MemoryFiles::FindFolder(TextView path, Place& out) {
+  if (const Error error = FindExisting(path, out); error.Failed()) return error;
+  return out.node->info.IsDirectory() ? kSuccess : kNotADirectory;
+}
+
+Error MemoryFiles::FileForWriting(TextView path, NodePtr& out) {
   Place place;
-  place.trailing = split->trailing;
-  place.node = Root(split->root);
-  for (Text& name : split->names) {
-    if (!place.node || !place.node->info.IsDirectory()) return Refuse(kPathNotFound);
-    place.folder = std::move(place.node);
-    place.name = name;
-    place.node = EntryOf(*place.folder, name);
-    if (place.node) name = place.node->name;
-  }
-  place.onDisk = JoinWindowsPath(*split);
-  return place;
-}
-
-std::optional<MemoryFiles::Place> MemoryFiles::FindExisting(TextView path) {
-  auto place = Find(path);
-  if (!place) return std::nullopt;
-  if (!place->node) return Refuse(kFileNotFound);
-  if (place->trailing && !place->node->info.IsDirectory()) return Refuse(kInvalidName);
-  return place;
-}
-
-std::optional<MemoryFiles::Place> MemoryFiles::FindFolder(TextView path) {
-  auto place = FindExisting(path);
-  if (place && !place->node->info.IsDirectory()) return Refuse(kNotADirectory);
-  return place;
-}
-
-MemoryFiles::NodePtr MemoryFiles::FileForWriting(TextView path) {
-  const auto place = Find(path);
-  if (!place) return nullptr;
-  if (place->trailing) {
-    Fail(kInvalidName);
-    return nullptr;
-  }
-  if (!place->node) return Add(*place, kArchive);
-  if (!place->node->info.IsDirectory() && !place->node->IsReadOnly()) return place->node;
-  Fail(kAccessDenied);
-  return nullptr;
+  if (const Error error = Find(path, place); error.Failed()) return error;
+  if (place.trailing) return kInvalidName;
+  if (place.node && (place.node->info.IsDirectory() || place.node->IsReadOnly())) return kAccessDenied;
+  out = place.node ? place.node : Add(place, kArchive);
+  return kSuccess;
 }
 
 MemoryFiles::NodePtr MemoryFiles::Add(const Place& place, std::uint32_t attributes) {
@@ -163,162 +152,168 @@ MemoryFiles::NodePtr MemoryFiles::Add(const Place& place, std::uint32_t attribut
   return node;
 }
 
-bool MemoryFiles::Remove(const Place& place) {
+void MemoryFiles::Remove(const Place& place) {
   std::erase(place.folder->entries, place.node);
   Touch(*place.folder, NextTime());
-  return true;
 }
 
-bool MemoryFiles::Info(TextView path, os::FileInfo& out) {
-  const auto place = FindExisting(path);
-  if (place) out = place->node->Info();
-  return place.has_value();
+Error MemoryFiles::Info(TextView path, os::FileInfo& out) {
+  Place place;
+  const Error error = FindExisting(path, place);
+  if (error.Ok()) out = place.node->Info();
+  return error;
 }
 
-std::unique_ptr<os::ReadFile> MemoryFiles::OpenRead(TextView path) {
-  const auto place = FindExisting(path);
-  if (!place) return nullptr;
-  if (!place->node->info.IsDirectory()) return std::make_unique<MemoryReadFile>(place->node);
-  Fail(kAccessDenied);
-  return nullptr;
+Error MemoryFiles::OpenRead(TextView path, std::unique_ptr<os::ReadFile>& out) {
+  out = nullptr;
+  Place place;
+  if (const Error error = FindExisting(path, place); error.Failed()) return error;
+  if (place.node->info.IsDirectory()) return kAccessDenied;
+  out = std::make_unique<MemoryReadFile>(place.node);
+  return kSuccess;
 }
 
-std::unique_ptr<os::AppendFile> MemoryFiles::OpenAppend(TextView path) {
-  const NodePtr node = FileForWriting(path);
-  return node ? std::make_unique<MemoryAppendFile>(node, now_) : nullptr;
+Error MemoryFiles::OpenAppend(TextView path, std::unique_ptr<os::AppendFile>& out) {
+  NodePtr node;
+  const Error error = FileForWriting(path, node);
+  out = node ? std::make_unique<MemoryAppendFile>(node, now_) : nullptr;
+  return error;
 }
 
-bool MemoryFiles::Write(TextView path, std::string_view bytes) {
-  const NodePtr node = FileForWriting(path);
-  if (!node) return false;
+Error MemoryFiles::Write(TextView path, std::string_view bytes) {
+  NodePtr node;
+  if (const Error error = FileForWriting(path, node); error.Failed()) return error;
   node->bytes = bytes;
   node->info.attributes |= kArchive;
   Touch(*node, NextTime());
-  return true;
+  return kSuccess;
 }
 
-bool MemoryFiles::Rename(TextView from, TextView to) {
-  const auto source = FindExisting(from);
-  if (!source) return false;
-  const auto target = Find(to);
-  if (!target) return false;
-  if (!source->folder || !target->folder) return Fail(kAccessDenied);
-  if (target->node && target->node != source->node) {
-    const bool bothFiles = !source->node->info.IsDirectory() && !target->node->info.IsDirectory();
-    if (!bothFiles || target->node->IsReadOnly()) return Fail(kAccessDenied);
-    Remove(*target);
+Error MemoryFiles::Rename(TextView from, TextView to) {
+  Place source;
+  Place target;
+  if (const Error error = FindExisting(from, source); error.Failed()) return error;
+  if (const Error error = Find(to, target); error.Failed()) return error;
+  if (!source.folder || !target.folder) return kAccessDenied;
+  if (target.node && target.node != source.node) {
+    const bool bothFiles = !source.node->info.IsDirectory() && !target.node->info.IsDirectory();
+    if (!bothFiles || target.node->IsReadOnly()) return kAccessDenied;
+    Remove(target);
   }
-  if (source->folder != target->folder) {
-    Remove(*source);
-    target->folder->entries.push_back(source->node);
+  if (source.folder != target.folder) {
+    Remove(source);
+    target.folder->entries.push_back(source.node);
   }
-  source->node->name = target->name;
-  source->node->changed = NextTime();
-  Touch(*target->folder, *now_);
-  return true;
+  source.node->name = target.name;
+  source.node->changed = NextTime();
+  Touch(*target.folder, *now_);
+  return kSuccess;
 }
 
-bool MemoryFiles::Delete(TextView path) {
-  const auto place = FindExisting(path);
-  if (!place) return false;
-  if (place->node->info.IsDirectory() || place->node->IsReadOnly()) return Fail(kAccessDenied);
-  return Remove(*place);
+Error MemoryFiles::Delete(TextView path) {
+  Place place;
+  if (const Error error = FindExisting(path, place); error.Failed()) return error;
+  if (place.node->info.IsDirectory() || place.node->IsReadOnly()) return kAccessDenied;
+  Remove(place);
+  return kSuccess;
 }
 
-bool MemoryFiles::RemoveDir(TextView path) {
-  const auto place = FindFolder(path);
-  if (!place) return false;
-  if (!place->node->entries.empty()) return Fail(kDirectoryNotEmpty);
-  return place->folder ? Remove(*place) : Fail(kAccessDenied);
+Error MemoryFiles::RemoveDir(TextView path) {
+  Place place;
+  if (const Error error = FindFolder(path, place); error.Failed()) return error;
+  if (!place.node->entries.empty()) return kDirectoryNotEmpty;
+  if (!place.folder) return kAccessDenied;
+  Remove(place);
+  return kSuccess;
 }
 
-bool MemoryFiles::CreateDir(TextView path) {
-  const auto place = Find(path);
-  if (!place) return false;
-  if (place->node) return Fail(kAlreadyExists);
-  Add(*place, kDirectory);
-  return true;
+Error MemoryFiles::CreateDir(TextView path) {
+  Place place;
+  if (const Error error = Find(path, place); error.Failed()) return error;
+  if (place.node) return kAlreadyExists;
+  Add(place, kDirectory);
+  return kSuccess;
 }
 
-bool MemoryFiles::MakeSureDirectoryPathExists(TextView path) {
-  if (path.size() >= kPlainPathLimit) return Fail(kNameTooLong);
-  if (path.starts_with(u"\\\\?\\") || !IsWindows1252(path)) return Fail(kInvalidName);
-  const auto split = SplitWindowsPath(path, currentFolder_);
-  if (!split) return false;
-  for (std::size_t end = path.find(u'\\', split->root.size()); end != TextView::npos; end = path.find(u'\\', end + 1)) {
-    const auto place = Find(path.substr(0, end + 1));
-    if (!place) return false;
-    if (place->node && !place->node->info.IsDirectory()) return Fail(kAlreadyExists);
-    if (!place->node) Add(*place, kDirectory);
+Error MemoryFiles::MakeSureDirectoryPathExists(TextView path) {
+  if (path.size() >= kPlainPathLimit) return kNameTooLong;
+  if (path.starts_with(u"\\\\?\\") || !IsWindows1252(path)) return kInvalidName;
+  WindowsPath split;
+  if (const Error error = SplitWindowsPath(path, currentFolder_, split); error.Failed()) return error;
+  for (std::size_t end = path.find(u'\\', split.root.size()); end != TextView::npos; end = path.find(u'\\', end + 1)) {
+    Place place;
+    if (const Error error = Find(path.substr(0, end + 1), place); error.Failed()) return error;
+    if (place.node && !place.node->info.IsDirectory()) return kAlreadyExists;
+    if (!place.node) Add(place, kDirectory);
   }
-  return true;
+  return kSuccess;
 }
 
-bool MemoryFiles::List(TextView folder, std::vector<os::DirEntry>& out) {
-  const auto place = FindFolder(folder);
-  if (!place) return false;
-  for (const NodePtr& each : place->node->entries) {
-    out.push_back({each->name, each->Info(), {}});
-    StampOf(*each, out.back().stamp);
-  }
-  return true;
+Error MemoryFiles::List(TextView folder, std::vector<os::DirEntry>& out) {
+  Place place;
+  if (const Error error = FindFolder(folder, place); error.Failed()) return error;
+  for (const NodePtr& each : place.node->entries) out.push_back({each->name, each->Info(), StampOf(*each)});
+  return kSuccess;
 }
 
-bool MemoryFiles::LongPathName(TextView path, Text& out) {
-  const auto place = FindExisting(path);
-  if (place) out = place->onDisk + (place->trailing && place->folder ? u"\\" : u"");
-  return place.has_value();
+Error MemoryFiles::LongPathName(TextView path, Text& out) {
+  Place place;
+  const Error error = FindExisting(path, place);
+  if (error.Ok()) out = place.onDisk + (place.trailing && place.folder ? u"\\" : u"");
+  return error;
 }
 
-bool MemoryFiles::Version(TextView path, os::FileVersion& out) {
-  const auto place = FindExisting(path);
-  if (!place) return false;
-  if (!place->node->version) return Fail(kNoResourceData);
-  out = *place->node->version;
-  return true;
+Error MemoryFiles::Version(TextView path, os::FileVersion& out) {
+  Place place;
+  if (const Error error = FindExisting(path, place); error.Failed()) return error;
+  if (!place.node->version) return kNoVersion;
+  out = *place.node->version;
+  return kSuccess;
 }
 
-bool MemoryFiles::FileSystemName(TextView root, Text& out) {
-  const auto place = Find(root);
-  if (!place) return false;
-  if (place->folder || !place->trailing) return Fail(kInvalidName);
+Error MemoryFiles::FileSystemName(TextView root, Text& out) {
+  Place place;
+  if (const Error error = Find(root, place); error.Failed()) return error;
+  if (place.folder || !place.trailing) return kInvalidName;
   out = fileSystemName_;
-  return true;
+  return kSuccess;
 }
 
-bool MemoryFiles::SetCurrentDir(TextView path) {
-  const auto place = FindFolder(path);
-  if (place) currentFolder_ = place->onDisk;
-  return place.has_value();
+Error MemoryFiles::SetCurrentDir(TextView path) {
+  Place place;
+  const Error error = FindFolder(path, place);
+  if (error.Ok()) currentFolder_ = place.onDisk;
+  return error;
 }
 
-bool MemoryFiles::TempFolder(Text& out) {
+Error MemoryFiles::TempFolder(Text& out) {
   out = u"C:\\Temp\\";
-  return true;
+  return kSuccess;
 }
 
-bool MemoryFiles::SetAttributes(TextView path, std::uint32_t attributes) {
-  const auto place = FindExisting(path);
-  if (!place) return false;
-  std::uint32_t& now = place->node->info.attributes;
+Error MemoryFiles::SetAttributes(TextView path, std::uint32_t attributes) {
+  Place place;
+  if (const Error error = FindExisting(path, place); error.Failed()) return error;
+  std::uint32_t& now = place.node->info.attributes;
   now = (attributes & ~kDirectory) | (now & kDirectory);
-  place->node->changed = NextTime();
-  return true;
+  place.node->changed = NextTime();
+  return kSuccess;
 }
 
-bool MemoryFiles::SetDates(TextView path, os::FileTicks created, os::FileTicks accessed, os::FileTicks modified) {
-  const auto place = FindExisting(path);
-  if (!place) return false;
-  os::FileInfo& info = place->node->info;
+Error MemoryFiles::SetDates(TextView path, os::FileTicks created, os::FileTicks accessed, os::FileTicks modified) {
+  Place place;
+  if (const Error error = FindExisting(path, place); error.Failed()) return error;
+  os::FileInfo& info = place.node->info;
   info = {info.attributes, 0, created, accessed, modified};
-  place->node->changed = NextTime();
-  return true;
+  place.node->changed = NextTime();
+  return kSuccess;
 }
 
-bool MemoryFiles::SetVersion(TextView path, const os::FileVersion& version) {
-  const auto place = FindExisting(path);
-  if (place) place->node->version = version;
-  return place.has_value();
+Error MemoryFiles::SetVersion(TextView path, const os::FileVersion& version) {
+  Place place;
+  const Error error = FindExisting(path, place);
+  if (error.Ok()) place.node->version = version;
+  return error;
 }
 
 }  // namespace ovs::fakes

@@ -7,7 +7,6 @@
 
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,28 +17,28 @@ namespace ovs::fakes {
 
 class MemoryFiles final : public os::Files {
  public:
-  bool Info(TextView path, os::FileInfo& out) override;
-  std::unique_ptr<os::ReadFile> OpenRead(TextView path) override;
-  std::unique_ptr<os::AppendFile> OpenAppend(TextView path) override;
-  bool Write(TextView path, std::string_view bytes) override;
-  bool Rename(TextView from, TextView to) override;
-  bool Delete(TextView path) override;
-  bool RemoveDir(TextView path) override;
-  bool CreateDir(TextView path) override;
+  os::Error Info(TextView path, os::FileInfo& out) override;
+  os::Error OpenRead(TextView path, std::unique_ptr<os::ReadFile>& out) override;
+  os::Error OpenAppend(TextView path, std::unique_ptr<os::AppendFile>& out) override;
+  os::Error Write(TextView path, std::string_view bytes) override;
+  os::Error Rename(TextView from, TextView to) override;
+  os::Error Delete(TextView path) override;
+  os::Error RemoveDir(TextView path) override;
+  os::Error CreateDir(TextView path) override;
   // As the call of that name, it carries Windows-1252 characters only.
-  bool MakeSureDirectoryPathExists(TextView path) override;
-  bool List(TextView folder, std::vector<os::DirEntry>& out) override;
-  bool LongPathName(TextView path, Text& out) override;
-  bool Version(TextView path, os::FileVersion& out) override;
-  bool FileSystemName(TextView root, Text& out) override;
-  bool SetCurrentDir(TextView path) override;
+  os::Error MakeSureDirectoryPathExists(TextView path) override;
+  os::Error List(TextView folder, std::vector<os::DirEntry>& out) override;
+  os::Error LongPathName(TextView path, Text& out) override;
+  os::Error Version(TextView path, os::FileVersion& out) override;
+  os::Error FileSystemName(TextView root, Text& out) override;
+  os::Error SetCurrentDir(TextView path) override;
   // "C:\Temp\", which does not exist at first.
-  bool TempFolder(Text& out) override;
+  os::Error TempFolder(Text& out) override;
 
-  // These three are false when there is no such file. What is a folder stays one.
-  bool SetAttributes(TextView path, std::uint32_t attributes);
-  bool SetDates(TextView path, os::FileTicks created, os::FileTicks accessed, os::FileTicks modified);
-  bool SetVersion(TextView path, const os::FileVersion& version);
+  // These three fail when there is no such file. What is a folder stays one.
+  os::Error SetAttributes(TextView path, std::uint32_t attributes);
+  os::Error SetDates(TextView path, os::FileTicks created, os::FileTicks accessed, os::FileTicks modified);
+  os::Error SetVersion(TextView path, const os::FileVersion& version);
   void SetFileSystemName(TextView name) { fileSystemName_ = name; }
 
   struct Node;
@@ -55,15 +54,15 @@ class MemoryFiles final : public os::Files {
   };
 
   NodePtr Root(const Text& name);
-  // Walks to the last name. None when the path is invalid or a folder before the last name is missing.
-  std::optional<Place> Find(TextView path);
+  // Walks to the last name. Fails when the path is invalid or a folder before the last name is missing.
+  os::Error Find(TextView path, Place& out);
   // The same, for what must exist, and for what must be a folder.
-  std::optional<Place> FindExisting(TextView path);
-  std::optional<Place> FindFolder(TextView path);
-  // The file of that path, made when it is missing; null when it is a folder, read-only or has no folder.
-  NodePtr FileForWriting(TextView path);
+  os::Error FindExisting(TextView path, Place& out);
+  os::Error FindFolder(TextView path, Place& out);
+  // The file of that path, made when it is missing. Fails when it is a folder, read-only or has no folder.
+  os::Error FileForWriting(TextView path, NodePtr& out);
   NodePtr Add(const Place& place, std::uint32_t attributes);
-  bool Remove(const Place& place);
+  void Remove(const Place& place);
   [[nodiscard]] os::FileTicks NextTime() { return *now_ += 10'000; }
 
   std::map<Text, NodePtr> roots_;  // by folded name

@@ -18,7 +18,7 @@ struct MonitorFolder : fakes::TestMachine {
 
   // A file of the rules folder, and the lines of section [Monitoring].
   void Rule(TextView name, std::string_view bytes) { Put(PathOfRule(name), bytes); }
-  void DeleteRule(TextView name) { disk.Delete(PathOfRule(name)); }
+  void DeleteRule(TextView name) { disk.Delete(PathOfRule(name)).Ignore(); }
   void Monitoring(const std::string& lines) { Put(u"C:\\App\\Config\\Orvanta.ini", "[Monitoring]\r\n" + lines); }
   static Text PathOfRule(TextView name) { return u"C:\\App\\Config\\Rules\\" + Text(name); }
 

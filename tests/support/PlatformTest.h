@@ -8,7 +8,7 @@
 
 #include "base/Encoding.h"
 #include "diag/App_Debug.h"
-#include "os/PendingError.h"
+#include "diag/PendingError.h"
 #include "platform/App_FileSystem.h"
 #include "platform/FileContent.h"
 #include "support/FakeSystem.h"
@@ -33,12 +33,10 @@ class PlatformTest : public ::testing::Test {
   bool Logged(TextView text) { return LoggedIn(std::exchange(log, Text()), text); }
   static bool LoggedIn(const Text& entries, TextView text) { return entries.find(Text(u"\r\n").append(text)) != Text::npos; }
 
-  void Put(TextView path, std::string_view bytes = {}) { ASSERT_TRUE(memory.Write(path, bytes)) << ToUtf8(path); }
+  void Put(TextView path, std::string_view bytes = {}) { ASSERT_TRUE(memory.Write(path, bytes).Ok()) << ToUtf8(path); }
   bool Exists(TextView path) {
     os::FileInfo info;
-    const bool exists = memory.Info(path, info);
-    if (!exists) TakePendingSystemError();
-    return exists;
+    return memory.Info(path, info).Ok();
   }
   // The content; "(none)" when there is no such file.
   std::string Content(TextView path) {

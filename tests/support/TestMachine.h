@@ -6,7 +6,6 @@
 
 #include "os/Machine.h"
 #include "os/MemoryRegistry.h"
-#include "os/PendingError.h"
 #include "platform/FileContent.h"
 #include "support/FakeClock.h"
 #include "support/FakePeriodTimer.h"
@@ -35,17 +34,14 @@ struct TestMachine {
   // Writes the file past all faults; its folders are made.
   void Put(TextView path, std::string_view bytes = {}) {
     for (std::size_t at = path.find(u'\\', 3); at != TextView::npos; at = path.find(u'\\', at + 1)) {
-      disk.CreateDir(path.substr(0, at));
+      disk.CreateDir(path.substr(0, at)).Ignore();
     }
-    disk.Write(path, bytes);
-    TakePendingSystemError();
+    disk.Write(path, bytes).Ignore();
   }
   // The file's bytes; `none` when there is no such file.
   std::string Content(TextView path, std::string_view none = {}) {
     std::string bytes;
-    const bool ok = ReadFileBytes(disk, path, bytes) == ReadOutcome::Ok;
-    TakePendingSystemError();
-    return ok ? bytes : std::string(none);
+    return ReadFileBytes(disk, path, bytes) == ReadOutcome::Ok ? bytes : std::string(none);
   }
 
   MemoryFiles disk;

@@ -32,14 +32,12 @@ std::int64_t TimeOf(const EventRecord& record) {
 }  // namespace
 
 RecordSpool::RecordSpool(os::Files& files, TextView path) : files_(files), path_(path) {
-  if (!files_.Write(path_, {})) FailOn(path_);
-  file_ = files_.OpenAppend(path_);
-  if (!file_) FailOn(path_);
+  if (files_.Write(path_, {}).Failed() || files_.OpenAppend(path_, file_).Failed()) FailOn(path_);
 }
 
 RecordSpool::~RecordSpool() {
   file_.reset();
-  static_cast<void>(files_.Delete(path_));
+  files_.Delete(path_).Ignore();
 }
 
 void RecordSpool::Add(const EventRecord& record) {
@@ -50,15 +48,15 @@ void RecordSpool::Add(const EventRecord& record) {
 }
 
 void RecordSpool::Write() {
-  if (!file_->Append(waiting_)) FailOn(path_);
+  if (file_->Append(waiting_).Failed()) FailOn(path_);
   written_ += waiting_.size();
   waiting_.clear();
 }
 
 void RecordSpool::Replay(std::optional<std::uint64_t> most, const std::function<bool(const RawRecord& record)>& take) {
   Write();
-  const std::unique_ptr<os::ReadFile> file = files_.OpenRead(path_);
-  if (!file) FailOn(path_);
+  std::unique_ptr<os::ReadFile> file;
+  if (files_.OpenRead(path_, file).Failed()) FailOn(path_);
   std::ranges::sort(entries_,
                     [](const Entry& a, const Entry& b) { return a.time != b.time ? a.time < b.time : a.place > b.place; });
   const std::size_t skipped = entries_.size() - std::min<std::uint64_t>(most.value_or(entries_.size()), entries_.size());
@@ -68,7 +66,7 @@ void RecordSpool::Replay(std::optional<std::uint64_t> most, const std::function<
     std::size_t got = 0;
     RawRecord record;
     std::string reason;
-    const bool isRead = file->ReadAt(entries_[i].place, line, got) && got == line.size();
+    const bool isRead = file->ReadAt(entries_[i].place, line, got).Ok() && got == line.size();
     if (!isRead || !ParseJsonRecord(line, record, reason)) FailOn(path_);
     if (!take(record)) return;
   }

@@ -123,16 +123,18 @@ class Intake {
 
 RecordReadResult ReadRecords(os::Files& files, TextView path, const RecordSink& sink) {
   RecordReadResult result;
-  const std::unique_ptr<os::ReadFile> file = files.OpenRead(path);
-  if (!file) return result;
+  std::unique_ptr<os::ReadFile> file;
+  result.error = files.OpenRead(path, file);
+  if (result.error.Failed()) return result;
   result.opened = true;
   os::FileStamp stamp;
-  static_cast<void>(file->Stamp(stamp));
+  file->Stamp(stamp).Ignore();
 
   RecordTally tally(sink, result);
   std::vector<char> buffer(kChunkBytes);
   std::size_t got = 0;
-  if (!file->ReadAt(0, buffer, got)) return result;
+  result.error = file->ReadAt(0, buffer, got);
+  if (result.error.Failed()) return result;
   const FormAndMark form = FormOf({buffer.data(), got});
   Intake intake(tally, form);
   std::string_view bytes = std::string_view(buffer.data(), got).substr(form.markBytes);
@@ -140,7 +142,8 @@ RecordReadResult ReadRecords(os::Files& files, TextView path, const RecordSink& 
     intake.Feed(bytes);
     offset += got;
     if (sink.onProgress) sink.onProgress(offset, std::max(offset, stamp.size));
-    if (!file->ReadAt(offset, buffer, got)) return result;
+    result.error = file->ReadAt(offset, buffer, got);
+    if (result.error.Failed()) return result;
     bytes = {buffer.data(), got};
   }
   if (!tally.IsEnough()) intake.Finish();

@@ -25,7 +25,8 @@ struct RecordSink {
 
 struct RecordReadResult {
   bool opened = false;
-  bool complete = false;  // read to the end; else the pending system error tells why not
+  bool complete = false;  // read to the end
+  os::Error error;        // why it was not opened, or not read to the end
   std::uint64_t records = 0;
   std::uint64_t bad = 0;
 };

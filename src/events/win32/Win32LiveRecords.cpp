@@ -72,7 +72,7 @@ void Collect(const LiveQuery& query, RecordSpool& spool, bool& anySecurity) {
 
 std::uint64_t ReadLiveRecords(const LiveQuery& query, const RecordSink& sink) {
   Text folder;
-  if (!SystemFiles().TempFolder(folder)) folder.clear();
+  if (SystemFiles().TempFolder(folder).Failed()) folder.clear();
   RecordSpool spool(SystemFiles(), folder + u"ovsctl-" + NumberText(ThisSystem().ProcessId()) + u".tmp");
   bool anySecurity = false;
   Collect(query, spool, anySecurity);

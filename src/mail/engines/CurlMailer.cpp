@@ -11,7 +11,6 @@
 #include "diag/App_Debug.h"
 #include "mail/engines/LibzipArchive.h"
 #include "mail/engines/os/TlsFacts.h"
-#include "os/PendingError.h"
 #include "platform/App_FilePath.h"
 #include "platform/FileContent.h"
 
@@ -128,18 +127,16 @@ void CurlMailer::ComposeHeaders(const std::vector<MailAddress>& to, const std::v
 
 std::string CurlMailer::NewMessageId() {
   std::array<char, 16> random{};
-  if (!machine_.crypto.RandomBytes(random)) {
-    // The server adds an identity of its own.
-    TakePendingSystemError();
-    return {};
-  }
+  // Without one the server adds an identity of its own.
+  if (machine_.crypto.RandomBytes(random).Failed()) return {};
   return MailHeaders::MessageId({random.data(), random.size()}, sender_.address, machine_.system.ComputerName());
 }
 
 bool CurlMailer::CanRead(TextView path) {
-  if (machine_.files.OpenRead(path)) return true;
-  const std::uint32_t error = TakePendingSystemError();
-  Note(u"Left out of the mail, it cannot be read: " + Shown(path) + u" " + Diagnostics().GetSystemMsg(error, true));
+  std::unique_ptr<os::ReadFile> file;
+  const os::Error error = machine_.files.OpenRead(path, file);
+  if (error.Ok()) return true;
+  Note(u"Left out of the mail, it cannot be read: " + Shown(path) + u" " + Diagnostics().GetSystemMsg(error.Number(), true));
   return false;
 }
 
@@ -202,8 +199,7 @@ std::string CurlMailer::CertificateAuthorities() {
   std::string pem;
   const ReadOutcome outcome = ReadFileBytes(machine_.files, server_.caFile, pem, kMaxCertificateBytes);
   if (outcome == ReadOutcome::Ok) return pem + "\n" + TrustedRoots();
-  Note(u"Cannot use Email.SMTP.CAFile " + Shown(server_.caFile) + u": " +
-       DescribeReadOutcome(outcome, TakePendingSystemError()));
+  Note(u"Cannot use Email.SMTP.CAFile " + Shown(server_.caFile) + u": " + DescribeReadOutcome(outcome));
   return {};
 }
 

@@ -7,7 +7,6 @@
 #include "base/App_Strings.h"
 #include "base/RuntimeError.h"
 #include "mail/engines/MailHeaders.h"
-#include "os/PendingError.h"
 #include "platform/App_FilePath.h"
 
 namespace ovs {
@@ -55,7 +54,7 @@ class FileFeed {
     begin_ = end_ = 0;
     const std::uint64_t left = size_ > offset_ ? size_ - offset_ : 0;
     const std::span<char> room(buffer_.data(), static_cast<std::size_t>(std::min<std::uint64_t>(left, buffer_.size())));
-    if (!room.empty() && !file_->ReadAt(offset_, room, end_)) return false;
+    if (!room.empty() && file_->ReadAt(offset_, room, end_).Failed()) return false;
     offset_ += end_;
     return true;
   }
@@ -76,12 +75,9 @@ struct FilePart {
 };
 
 void AddFile(curl_mime* mime, os::Files& files, const FilePart& what) {
-  std::unique_ptr<os::ReadFile> file = files.OpenRead(what.path);
+  std::unique_ptr<os::ReadFile> file;
   os::FileStamp stamp;
-  if (!file || !file->Stamp(stamp)) {
-    TakePendingSystemError();
-    return;
-  }
+  if (files.OpenRead(what.path, file).Failed() || file->Stamp(stamp).Failed()) return;
   const Text name = App_FilePath::FileNameOf(what.path);
   std::vector<std::string> headers = {MailHeaders::ContentType(what.type, name),
                                       MailHeaders::ContentDisposition(what.disposition, name)};

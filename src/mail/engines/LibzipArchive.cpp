@@ -7,7 +7,6 @@
 #include "base/Encoding.h"
 #include "base/Numbers.h"
 #include "diag/App_Debug.h"
-#include "os/PendingError.h"
 #include "platform/App_FilePath.h"
 
 namespace ovs {
@@ -17,7 +16,8 @@ namespace {
 // A file on disk as a source of bytes; opened when libzip asks for it.
 class FileSource {
  public:
-  FileSource(os::Files& files, TextView path) : files_(files), path_(path) {}
+  // `why` is told the failure of a call on the file.
+  FileSource(os::Files& files, TextView path, os::Error& why) : files_(files), path_(path), why_(why) {}
 
   static zip_int64_t Command(void* self, void* data, zip_uint64_t length, zip_source_cmd_t command) noexcept {
     return static_cast<FileSource*>(self)->Answer(data, length, command);
@@ -28,13 +28,15 @@ class FileSource {
   zip_int64_t Open();
   zip_int64_t Read(void* data, zip_uint64_t length);
   zip_int64_t Stat(void* data);
-  zip_int64_t Fail(int number) {
+  zip_int64_t Fail(int number, os::Error error = os::kSuccess) {
+    if (error.Failed()) why_ = error;
     zip_error_set(&error_, number, 0);
     return -1;
   }
 
   os::Files& files_;
   Text path_;
+  os::Error& why_;
   std::unique_ptr<os::ReadFile> file_;
   std::uint64_t offset_ = 0;
   zip_error_t error_{};
@@ -64,14 +66,15 @@ zip_int64_t FileSource::Answer(void* data, zip_uint64_t length, zip_source_cmd_t
 }
 
 zip_int64_t FileSource::Open() {
-  file_ = files_.OpenRead(path_);
+  const os::Error error = files_.OpenRead(path_, file_);
   offset_ = 0;
-  return file_ ? 0 : Fail(ZIP_ER_OPEN);
+  return error.Ok() ? 0 : Fail(ZIP_ER_OPEN, error);
 }
 
 zip_int64_t FileSource::Read(void* data, zip_uint64_t length) {
   std::size_t got = 0;
-  if (!file_->ReadAt(offset_, {static_cast<char*>(data), static_cast<std::size_t>(length)}, got)) return Fail(ZIP_ER_READ);
+  const os::Error error = file_->ReadAt(offset_, {static_cast<char*>(data), static_cast<std::size_t>(length)}, got);
+  if (error.Failed()) return Fail(ZIP_ER_READ, error);
   offset_ += got;
   return static_cast<zip_int64_t>(got);
 }
@@ -81,7 +84,7 @@ zip_int64_t FileSource::Stat(void* data) {
   auto& stat = *static_cast<zip_stat_t*>(data);
   zip_stat_init(&stat);
   os::FileInfo info;
-  if (!files_.Info(path_, info)) return Fail(ZIP_ER_OPEN);
+  if (const os::Error error = files_.Info(path_, info); error.Failed()) return Fail(ZIP_ER_OPEN, error);
   stat.mtime = static_cast<time_t>(info.modified / kTicksPerSecond - kSecondsTo1970);
   stat.valid = ZIP_STAT_MTIME;
   return sizeof stat;
@@ -101,9 +104,8 @@ void LibzipArchive::Discard() {
 }
 
 bool LibzipArchive::Fail(Text reason) {
-  if (const std::uint32_t error = TakePendingSystemError(); error != 0) {
-    reason += u" " + Diagnostics().GetSystemMsg(error, true);
-  }
+  if (fileError_.Failed()) reason += u" " + Diagnostics().GetSystemMsg(fileError_.Number(), true);
+  fileError_ = os::kSuccess;
   lastError_ = std::move(reason);
   return false;
 }
@@ -134,8 +136,10 @@ std::string LibzipArchive::FreeName(TextView path) const {
 
 bool LibzipArchive::AppendFile(TextView path) {
   if (archive_ == nullptr) return Fail(u"no archive was created");
-  if (!files_.OpenRead(path)) return Fail(u"cannot read " + Text(path));
-  auto file = std::make_unique<FileSource>(files_, path);
+  std::unique_ptr<os::ReadFile> readable;
+  fileError_ = files_.OpenRead(path, readable);
+  if (fileError_.Failed()) return Fail(u"cannot read " + Text(path));
+  auto file = std::make_unique<FileSource>(files_, path, fileError_);
   zip_source_t* const source = zip_source_function(archive_, &FileSource::Command, file.get());
   if (source == nullptr) return Fail(FromUtf8(zip_strerror(archive_)));
   [[maybe_unused]] const FileSource* const givenToSource = file.release();
@@ -155,7 +159,8 @@ bool LibzipArchive::Write() {
   zip_source_close(content_);
   Discard();
   if (!whole) return Fail(u"the archive cannot be read");
-  return files_.Write(path_, bytes) || Fail(u"cannot write " + path_);
+  fileError_ = files_.Write(path_, bytes);
+  return fileError_.Ok() || Fail(u"cannot write " + path_);
 }
 
 }  // namespace ovs

@@ -27,12 +27,14 @@ class LibzipArchive final : public ZipArchive {
 
  private:
   [[nodiscard]] std::string FreeName(TextView path) const;
+  // Keeps the reason, with the text of `fileError_` behind it. False.
   bool Fail(Text reason);
   void Discard();
 
   os::Files& files_;
   Text path_;
   Text lastError_;
+  os::Error fileError_;            // of the last call on a file that failed; part of the next reason
   zip_source* content_ = nullptr;  // the archive in memory
   zip* archive_ = nullptr;
 };

@@ -53,9 +53,11 @@ Unscrambled UnscrambleText(TextView stored, TextView key) {
   return {FromWindows1252(std::string_view(bytes).substr(1, bytes.size() - kEnds)), {}};
 }
 
-std::optional<Text> ScrambleText(TextView text, TextView key, os::Crypto& crypto) {
+os::Error ScrambleText(TextView text, TextView key, os::Crypto& crypto, Text& stored) {
   char ends[kEnds];
-  if (!IsWindows1252(text) || !crypto.RandomBytes(ends)) return std::nullopt;
+  stored.clear();
+  if (!IsWindows1252(text)) return SystemError::kInvalidData;
+  if (const os::Error error = crypto.RandomBytes(ends); error.Failed()) return error;
   bool lossless = true;
   std::string plain = ToWindows1252(text, lossless);
   const WipeAtEnd plainWiped(plain);
@@ -64,9 +66,8 @@ std::optional<Text> ScrambleText(TextView text, TextView key, os::Crypto& crypto
   bytes.reserve(plain.size() + kEnds);
   bytes.append(1, Printable(ends[0])).append(plain).append(1, Printable(ends[1]));
   Combine(bytes, key);
-  Text stored;
   for (const char byte : bytes) stored += HexText(static_cast<unsigned char>(byte), 2);
-  return stored;
+  return os::kSuccess;
 }
 
 }  // namespace ovs::StoredPassword

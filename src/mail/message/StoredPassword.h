@@ -21,7 +21,7 @@ struct Unscrambled {
 // has.
 [[nodiscard]] Unscrambled UnscrambleText(TextView stored, TextView key);
 
-// Encodes a text. None when Windows-1252 lacks a character of the text, or when the system has no random bytes.
-[[nodiscard]] std::optional<Text> ScrambleText(TextView text, TextView key, os::Crypto& crypto);
+// The way back. 13 when Windows-1252 lacks a character of the text, else how asking for random bytes ended.
+os::Error ScrambleText(TextView text, TextView key, os::Crypto& crypto, Text& stored);
 
 }  // namespace ovs::StoredPassword

@@ -1,7 +1,6 @@
 #include <ctime>
 
 #include "os/Clock.h"
-#include "os/PendingError.h"
 #include "os/SystemDate.h"
 
 namespace ovs::os {
@@ -30,24 +29,19 @@ class PosixClock : public Clock {
 
 class PosixTimeZone : public TimeZone {
  public:
-  bool ToLocal(const DateTime& utc, DateTime& local) override {
-    if (!IsSystemDate(utc)) return Refuse();
+  Error ToLocal(const DateTime& utc, DateTime& local) override {
+    if (!IsSystemDate(utc)) return SystemError::kInvalidParameter;
     tzset();
     DateTime wholeSecond = utc;
     wholeSecond.millisecond = 0;
     const std::time_t seconds =
         TicksFromDateTime(wholeSecond) / kTicksPerSecond - TicksFromDateTime({.year = 1970}) / kTicksPerSecond;
     std::tm fields{};
-    if (localtime_r(&seconds, &fields) == nullptr || !IsSystemYear(fields.tm_year + 1900)) return Refuse();
+    if (localtime_r(&seconds, &fields) == nullptr || !IsSystemYear(fields.tm_year + 1900))
+      return SystemError::kInvalidParameter;
     local = {fields.tm_year + 1900, fields.tm_mon + 1, fields.tm_mday, fields.tm_hour,
              fields.tm_min,         fields.tm_sec,     utc.millisecond};
-    return true;
-  }
-
- private:
-  static bool Refuse() {
-    SetPendingSystemError(SystemErrorNumber::kInvalidParameter);
-    return false;
+    return kSuccess;
   }
 };
 

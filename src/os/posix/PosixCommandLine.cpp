@@ -8,7 +8,6 @@
 
 #include "base/Encoding.h"
 #include "os/CommandLine.h"
-#include "os/PendingError.h"
 #include "os/SecretLine.h"
 
 namespace ovs::os {
@@ -45,17 +44,14 @@ bool NextByte(char& byte) {
 
 }  // namespace
 
-std::optional<Text> FullPathOfArgument(std::string_view argument) {
+Error FullPathOfArgument(std::string_view argument, Text& out) {
   // The Files port takes "\" for a separator, so a native name that holds one cannot be carried.
   std::error_code error;
   const std::filesystem::path full = std::filesystem::absolute(std::filesystem::path(argument), error);
-  if (error || argument.empty() || argument.find('\\') != std::string_view::npos) {
-    SetPendingSystemError(SystemErrorNumber::kInvalidName);
-    return std::nullopt;
-  }
-  Text text = u"Z:" + FromUtf8(full.lexically_normal().native());
-  std::ranges::replace(text, u'/', u'\\');
-  return text;
+  if (error || argument.empty() || argument.find('\\') != std::string_view::npos) return SystemError::kInvalidName;
+  out = u"Z:" + FromUtf8(full.lexically_normal().native());
+  std::ranges::replace(out, u'/', u'\\');
+  return kSuccess;
 }
 
 std::optional<Text> ReadSecretLine() {

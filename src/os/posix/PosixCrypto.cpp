@@ -5,8 +5,6 @@
 #include <memory>
 
 #include "os/Crypto.h"
-#include "os/PendingError.h"
-#include "os/posix/PosixErrors.h"
 
 namespace ovs::os {
 
@@ -19,26 +17,26 @@ struct FreeContext {
 using Context = std::unique_ptr<EVP_CIPHER_CTX, FreeContext>;
 
 // The library keeps its reasons in a queue of its own; none of them has a number of the system.
-bool FailOpenSsl() {
+Error FailureOfOpenSsl() {
   ERR_clear_error();
-  return posix::Fail(SystemErrorNumber::kGeneralFailure);
+  return SystemError::kGeneralFailure;
 }
 
 const unsigned char* BytesOf(std::string_view text) { return reinterpret_cast<const unsigned char*>(text.data()); }
 
 class PosixCrypto final : public Crypto {
  public:
-  bool RandomBytes(std::span<char> out) override {
-    if (out.size() > kMostBytes) return posix::Fail(SystemErrorNumber::kInvalidParameter);
-    if (out.empty()) return true;
+  Error RandomBytes(std::span<char> out) override {
+    if (out.size() > kMostBytes) return SystemError::kInvalidParameter;
+    if (out.empty()) return kSuccess;
     const int count = static_cast<int>(out.size());
-    return RAND_bytes(reinterpret_cast<unsigned char*>(out.data()), count) == 1 || FailOpenSsl();
+    return RAND_bytes(reinterpret_cast<unsigned char*>(out.data()), count) == 1 ? kSuccess : FailureOfOpenSsl();
   }
 
  private:
-  bool Transform(Direction direction, std::string_view key, std::string_view iv, std::span<char> blocks) override {
+  Error Transform(Direction direction, std::string_view key, std::string_view iv, std::span<char> blocks) override {
     const Context context(EVP_CIPHER_CTX_new());
-    if (context == nullptr) return posix::Fail(SystemErrorNumber::kOutOfMemory);
+    if (context == nullptr) return SystemError::kOutOfMemory;
     const int encrypts = direction == Direction::Encrypt ? 1 : 0;
     auto* const bytes = reinterpret_cast<unsigned char*>(blocks.data());
     const int size = static_cast<int>(blocks.size());
@@ -46,9 +44,9 @@ class PosixCrypto final : public Crypto {
     if (EVP_CipherInit_ex(context.get(), EVP_aes_256_cbc(), nullptr, BytesOf(key), BytesOf(iv), encrypts) != 1 ||
         EVP_CIPHER_CTX_set_padding(context.get(), 0) != 1 ||
         EVP_CipherUpdate(context.get(), bytes, &done, bytes, size) != 1 || done != size) {
-      return FailOpenSsl();
+      return FailureOfOpenSsl();
     }
-    return true;
+    return kSuccess;
   }
 };
 

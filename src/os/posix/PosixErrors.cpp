@@ -4,49 +4,47 @@
 #include <cerrno>
 #include <iterator>
 
-#include "os/PendingError.h"
-
 namespace ovs::posix {
 
 namespace {
 
-namespace Number = SystemErrorNumber;
+namespace Error = SystemError;
 
 struct Pair {
   int error;
-  std::uint32_t number;
+  os::Error counterpart;
 };
 
-constexpr std::uint32_t kSeekOnDevice = 132;
-constexpr std::uint32_t kNotSameDevice = 17;
-constexpr std::uint32_t kNotReady = 21;
-constexpr std::uint32_t kIoDevice = 1117;
-constexpr std::uint32_t kCannotResolveName = 1921;
-constexpr std::uint32_t kTooManyLinks = 1142;
-constexpr std::uint32_t kBusy = 170;
-constexpr std::uint32_t kOperationAborted = 995;
+constexpr os::Error kSeekOnDevice{132};
+constexpr os::Error kNotSameDevice{17};
+constexpr os::Error kNotReady{21};
+constexpr os::Error kIoDevice{1117};
+constexpr os::Error kCannotResolveName{1921};
+constexpr os::Error kTooManyLinks{1142};
+constexpr os::Error kBusy{170};
+constexpr os::Error kOperationAborted{995};
 
 constexpr Pair kPairs[] = {
-    {ENOENT, Number::kFileNotFound},
-    {ENOTDIR, Number::kNotADirectory},
-    {EACCES, Number::kAccessDenied},
-    {EPERM, Number::kAccessDenied},
-    {EISDIR, Number::kAccessDenied},
-    {ENXIO, Number::kAccessDenied},
-    {ETXTBSY, Number::kSharingViolation},
-    {EEXIST, Number::kAlreadyExists},
-    {ENOTEMPTY, Number::kDirectoryNotEmpty},
-    {ENOSPC, Number::kDiskFull},
-    {EDQUOT, Number::kDiskFull},
-    {EFBIG, Number::kFileTooLarge},
-    {EMFILE, Number::kTooManyOpenFiles},
-    {ENFILE, Number::kTooManyOpenFiles},
-    {ENAMETOOLONG, Number::kNameTooLong},
-    {EROFS, Number::kWriteProtected},
-    {EINVAL, Number::kInvalidParameter},
-    {EILSEQ, Number::kInvalidName},
-    {EBADF, Number::kInvalidHandle},
-    {ENOMEM, Number::kOutOfMemory},
+    {ENOENT, Error::kFileNotFound},
+    {ENOTDIR, Error::kNotADirectory},
+    {EACCES, Error::kAccessDenied},
+    {EPERM, Error::kAccessDenied},
+    {EISDIR, Error::kAccessDenied},
+    {ENXIO, Error::kAccessDenied},
+    {ETXTBSY, Error::kSharingViolation},
+    {EEXIST, Error::kAlreadyExists},
+    {ENOTEMPTY, Error::kDirectoryNotEmpty},
+    {ENOSPC, Error::kDiskFull},
+    {EDQUOT, Error::kDiskFull},
+    {EFBIG, Error::kFileTooLarge},
+    {EMFILE, Error::kTooManyOpenFiles},
+    {ENFILE, Error::kTooManyOpenFiles},
+    {ENAMETOOLONG, Error::kNameTooLong},
+    {EROFS, Error::kWriteProtected},
+    {EINVAL, Error::kInvalidParameter},
+    {EILSEQ, Error::kInvalidName},
+    {EBADF, Error::kInvalidHandle},
+    {ENOMEM, Error::kOutOfMemory},
     {EXDEV, kNotSameDevice},
     {EBUSY, kBusy},
     {EIO, kIoDevice},
@@ -55,23 +53,18 @@ constexpr Pair kPairs[] = {
     {ESPIPE, kSeekOnDevice},
     {ENODEV, kNotReady},
     {EINTR, kOperationAborted},
-    {EAGAIN, Number::kSharingViolation},
-    {ENOSYS, Number::kNotSupported},
-    {EOPNOTSUPP, Number::kNotSupported},
+    {EAGAIN, Error::kSharingViolation},
+    {ENOSYS, Error::kNotSupported},
+    {EOPNOTSUPP, Error::kNotSupported},
 };
 
 }  // namespace
 
-std::uint32_t SystemErrorOf(int error) noexcept {
-  const auto* const found = std::ranges::find(kPairs, error, &Pair::error);
-  return found == std::end(kPairs) ? Number::kGeneralFailure : found->number;
+os::Error ErrorOf(int number) noexcept {
+  const auto* const found = std::ranges::find(kPairs, number, &Pair::error);
+  return found == std::end(kPairs) ? SystemError::kGeneralFailure : found->counterpart;
 }
 
-bool Fail(std::uint32_t number) noexcept {
-  SetPendingSystemError(number);
-  return false;
-}
-
-bool FailErrno(int error) noexcept { return Fail(SystemErrorOf(error)); }
+os::Error Outcome(bool done) noexcept { return done ? os::kSuccess : ErrorOf(errno); }
 
 }  // namespace ovs::posix

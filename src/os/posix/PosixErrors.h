@@ -1,15 +1,14 @@
 // Windows system error numbers for what the POSIX calls report.
 #pragma once
 
-#include <cstdint>
+#include "os/Error.h"
 
 namespace ovs::posix {
 
-// The number for an errno; 31 for one that has no counterpart.
-[[nodiscard]] std::uint32_t SystemErrorOf(int error) noexcept;
+// The counterpart of an errno; 31 for one that has none.
+os::Error ErrorOf(int number) noexcept;
 
-// Records the number and yields false.
-bool Fail(std::uint32_t number) noexcept;
-bool FailErrno(int error) noexcept;
+// Of a call that tells of its failure by errno; to be asked in the statement of the call.
+os::Error Outcome(bool done) noexcept;
 
 }  // namespace ovs::posix

@@ -11,8 +11,6 @@
 
 #include "base/Fold.h"
 #include "os/Files.h"
-#include "os/PendingError.h"
-#include "os/WindowsPath.h"
 #include "os/posix/PosixErrors.h"
 #include "os/posix/PosixFileInfo.h"
 #include "os/posix/PosixFileSystems.h"
@@ -27,16 +25,9 @@ using namespace ovs::posix;
 
 constexpr mode_t kNewFolderMode = 0777;
 constexpr std::size_t kPlainPathLimit = 248;
-constexpr std::uint32_t kNoResourceData = 1812;
-
-std::string FolderOf(const std::string& path) { return path.substr(0, std::max<std::size_t>(path.rfind('/'), 1)); }
-
-bool FailLookup(int error, const NativePath& path) { return Fail(LookupError(error, path.path)); }
 
 // A missing last name counts as a missing path too, for calls whose path is the folder itself.
-bool FailFolder(std::uint32_t number) {
-  return Fail(number == SystemErrorNumber::kFileNotFound ? SystemErrorNumber::kPathNotFound : number);
-}
+Error OfFolder(Error error) { return error == SystemError::kFileNotFound ? SystemError::kPathNotFound : error; }
 
 // The name of a new file is on the disk only when its folder is; not every file system can flush one.
 void FlushFolder(const std::string& folder) {
@@ -56,108 +47,117 @@ FileInfo EntryInfo(int folder, const char* name, const struct statx& status) {
 
 class PosixFiles : public Files {
  public:
-  bool Info(TextView path, FileInfo& out) override;
-  std::unique_ptr<ReadFile> OpenRead(TextView path) override;
-  std::unique_ptr<AppendFile> OpenAppend(TextView path) override;
-  bool Write(TextView path, std::string_view bytes) override;
-  bool Rename(TextView from, TextView to) override;
-  bool Delete(TextView path) override;
-  bool RemoveDir(TextView path) override;
-  bool CreateDir(TextView path) override;
-  bool MakeSureDirectoryPathExists(TextView path) override;
-  bool List(TextView folder, std::vector<DirEntry>& out) override;
-  bool LongPathName(TextView path, Text& out) override;
-  bool Version(TextView path, FileVersion& out) override;
-  bool FileSystemName(TextView root, Text& out) override;
-  bool SetCurrentDir(TextView path) override;
-  bool TempFolder(Text& out) override;
+  Error Info(TextView path, FileInfo& out) override;
+  Error OpenRead(TextView path, std::unique_ptr<ReadFile>& out) override;
+  Error OpenAppend(TextView path, std::unique_ptr<AppendFile>& out) override;
+  Error Write(TextView path, std::string_view bytes) override;
+  Error Rename(TextView from, TextView to) override;
+  Error Delete(TextView path) override;
+  Error RemoveDir(TextView path) override;
+  Error CreateDir(TextView path) override;
+  Error MakeSureDirectoryPathExists(TextView path) override;
+  Error List(TextView folder, std::vector<DirEntry>& out) override;
+  Error LongPathName(TextView path, Text& out) override;
+  Error Version(TextView path, FileVersion& out) override;
+  Error FileSystemName(TextView root, Text& out) override;
+  Error SetCurrentDir(TextView path) override;
+  Error TempFolder(Text& out) override;
 };
 
-bool PosixFiles::Info(TextView path, FileInfo& out) {
-  const auto native = FindNative(path);
-  if (!native) return false;
+// Finds the path and looks at what is there, a link itself and not what it leads to.
+Error FindAndLook(TextView path, NativePath& native, struct statx& status) {
+  if (const Error error = FindNative(path, native); error.Failed()) return error;
+  if (Look(AT_FDCWD, native.path.c_str(), AT_SYMLINK_NOFOLLOW, status)) return kSuccess;
+  return LookupError(errno, native.path);
+}
+
+Error PosixFiles::Info(TextView path, FileInfo& out) {
+  NativePath native;
+  if (const Error error = FindNative(path, native); error.Failed()) return error;
   struct statx status {};
-  if (!Look(AT_FDCWD, native->path.c_str(), 0, status)) return FailLookup(errno, *native);
-  if (native->trailing && !IsFolder(status)) return Fail(SystemErrorNumber::kInvalidName);
+  if (!Look(AT_FDCWD, native.path.c_str(), 0, status)) return LookupError(errno, native.path);
+  if (native.trailing && !IsFolder(status)) return SystemError::kInvalidName;
   out = InfoOf(status);
-  return true;
+  return kSuccess;
 }
 
-std::unique_ptr<ReadFile> PosixFiles::OpenRead(TextView path) {
-  const auto native = FindNative(path);
-  if (!native) return nullptr;
-  UniqueFd fd = OpenPlainFile(*native, O_RDONLY);
-  return fd ? MakeReadFile(std::move(fd)) : nullptr;
+Error PosixFiles::OpenRead(TextView path, std::unique_ptr<ReadFile>& out) {
+  NativePath native;
+  UniqueFd fd;
+  Error error = FindNative(path, native);
+  if (error.Ok()) error = OpenPlainFile(native, O_RDONLY, fd);
+  out = fd ? MakeReadFile(std::move(fd)) : nullptr;
+  return error;
 }
 
-std::unique_ptr<AppendFile> PosixFiles::OpenAppend(TextView path) {
-  const auto native = FindNative(path);
-  if (!native) return nullptr;
-  UniqueFd fd = OpenPlainFile(*native, O_WRONLY | O_CREAT | O_APPEND);
-  return fd ? MakeAppendFile(std::move(fd)) : nullptr;
+Error PosixFiles::OpenAppend(TextView path, std::unique_ptr<AppendFile>& out) {
+  NativePath native;
+  UniqueFd fd;
+  Error error = FindNative(path, native);
+  if (error.Ok()) error = OpenPlainFile(native, O_WRONLY | O_CREAT | O_APPEND, fd);
+  out = fd ? MakeAppendFile(std::move(fd)) : nullptr;
+  return error;
 }
 
-bool PosixFiles::Write(TextView path, std::string_view bytes) {
-  const auto native = FindNative(path);
-  if (!native) return false;
-  const UniqueFd fd = OpenPlainFile(*native, O_WRONLY | O_CREAT | O_TRUNC);
-  if (!fd) return false;
-  if (!WriteAll(fd.Get(), bytes) || fsync(fd.Get()) != 0) return FailErrno(errno);
-  FlushFolder(FolderOf(native->path));
-  return true;
+Error PosixFiles::Write(TextView path, std::string_view bytes) {
+  NativePath native;
+  UniqueFd fd;
+  if (const Error error = FindNative(path, native); error.Failed()) return error;
+  if (const Error error = OpenPlainFile(native, O_WRONLY | O_CREAT | O_TRUNC, fd); error.Failed()) return error;
+  if (!WriteAll(fd.Get(), bytes) || fsync(fd.Get()) != 0) return ErrorOf(errno);
+  FlushFolder(NativeFolderOf(native.path));
+  return kSuccess;
 }
 
-bool PosixFiles::Rename(TextView from, TextView to) {
-  const auto source = FindNative(from);
-  if (!source) return false;
-  const auto target = FindNative(to);
-  if (!target) return false;
+Error PosixFiles::Rename(TextView from, TextView to) {
+  NativePath source;
+  NativePath target;
+  if (const Error error = FindNative(from, source); error.Failed()) return error;
+  if (const Error error = FindNative(to, target); error.Failed()) return error;
   struct statx status {};
-  if (!Look(AT_FDCWD, source->path.c_str(), AT_SYMLINK_NOFOLLOW, status)) return FailLookup(errno, *source);
+  if (!Look(AT_FDCWD, source.path.c_str(), AT_SYMLINK_NOFOLLOW, status)) return LookupError(errno, source.path);
   // The target found may be the source itself, when only the case of its name is to change.
-  const bool sameFile = target->path == source->path;
-  if (!sameFile && Look(AT_FDCWD, target->path.c_str(), AT_SYMLINK_NOFOLLOW, status) &&
+  const bool sameFile = target.path == source.path;
+  if (!sameFile && Look(AT_FDCWD, target.path.c_str(), AT_SYMLINK_NOFOLLOW, status) &&
       (IsFolder(status) || IsReadOnly(status))) {
-    return Fail(SystemErrorNumber::kAccessDenied);
+    return SystemError::kAccessDenied;
   }
-  const std::string& name = sameFile ? target->asked : target->path;
-  return rename(source->path.c_str(), name.c_str()) == 0 || FailFolder(LookupError(errno, target->path));
+  const std::string& name = sameFile ? target.asked : target.path;
+  return rename(source.path.c_str(), name.c_str()) == 0 ? kSuccess : OfFolder(LookupError(errno, target.path));
 }
 
-bool PosixFiles::Delete(TextView path) {
-  const auto native = FindNative(path);
-  if (!native) return false;
+Error PosixFiles::Delete(TextView path) {
+  NativePath native;
   struct statx status {};
-  if (!Look(AT_FDCWD, native->path.c_str(), AT_SYMLINK_NOFOLLOW, status)) return FailLookup(errno, *native);
-  if (IsFolder(status) || IsReadOnly(status)) return Fail(SystemErrorNumber::kAccessDenied);
-  return unlink(native->path.c_str()) == 0 || FailLookup(errno, *native);
+  if (const Error error = FindAndLook(path, native, status); error.Failed()) return error;
+  if (IsFolder(status) || IsReadOnly(status)) return SystemError::kAccessDenied;
+  return unlink(native.path.c_str()) == 0 ? kSuccess : LookupError(errno, native.path);
 }
 
-bool PosixFiles::RemoveDir(TextView path) {
-  const auto native = FindNative(path);
-  if (!native) return false;
+Error PosixFiles::RemoveDir(TextView path) {
+  NativePath native;
   struct statx status {};
-  if (!Look(AT_FDCWD, native->path.c_str(), AT_SYMLINK_NOFOLLOW, status)) return FailLookup(errno, *native);
-  if (!IsFolder(status)) return Fail(SystemErrorNumber::kNotADirectory);
-  return rmdir(native->path.c_str()) == 0 || FailLookup(errno, *native);
+  if (const Error error = FindAndLook(path, native, status); error.Failed()) return error;
+  if (!IsFolder(status)) return SystemError::kNotADirectory;
+  return rmdir(native.path.c_str()) == 0 ? kSuccess : LookupError(errno, native.path);
 }
 
-bool PosixFiles::CreateDir(TextView path) {
-  const auto native = FindNative(path);
-  if (!native) return false;
-  return mkdir(native->path.c_str(), kNewFolderMode) == 0 || FailFolder(LookupError(errno, native->path));
+Error PosixFiles::CreateDir(TextView path) {
+  NativePath native;
+  if (const Error error = FindNative(path, native); error.Failed()) return error;
+  return mkdir(native.path.c_str(), kNewFolderMode) == 0 ? kSuccess : OfFolder(LookupError(errno, native.path));
 }
 
-bool PosixFiles::MakeSureDirectoryPathExists(TextView path) {
-  if (path.size() >= kPlainPathLimit) return Fail(SystemErrorNumber::kNameTooLong);
-  if (path.starts_with(u"\\\\?\\")) return Fail(SystemErrorNumber::kInvalidName);
+Error PosixFiles::MakeSureDirectoryPathExists(TextView path) {
+  if (path.size() >= kPlainPathLimit) return SystemError::kNameTooLong;
+  if (path.starts_with(u"\\\\?\\")) return SystemError::kInvalidName;
   for (std::size_t end = path.find(u'\\'); end != TextView::npos; end = path.find(u'\\', end + 1)) {
     const TextView folder = path.substr(0, end + 1);
     FileInfo info;
-    if (Info(folder, info)) continue;
-    if (!CreateDir(folder)) return false;
+    if (Info(folder, info).Ok()) continue;
+    if (const Error error = CreateDir(folder); error.Failed()) return error;
   }
-  return true;
+  return kSuccess;
 }
 
 // The order in which NTFS keeps a folder: the same rule files are tested in the same order on every build.
@@ -166,79 +166,76 @@ bool NamedBefore(const DirEntry& a, const DirEntry& b) {
   return order != 0 ? order < 0 : a.name < b.name;
 }
 
-bool ReadEntries(DIR* dir, std::vector<DirEntry>& out) {
+// Passed over is a name that no Windows-style path can carry, and what has gone meanwhile.
+Error ReadEntries(DIR* dir, std::vector<DirEntry>& out) {
   for (;;) {
     errno = 0;
     const dirent* entry = readdir(dir);
-    if (entry == nullptr) return errno == 0 || FailErrno(errno);
+    if (entry == nullptr) return Outcome(errno == 0);
     const std::string_view name = entry->d_name;
     if (name == "." || name == "..") continue;
     auto text = TextOfNative(name);
     struct statx status {};
-    if (!text) {
-      Fail(SystemErrorNumber::kInvalidName);
-    } else if (Look(dirfd(dir), entry->d_name, AT_SYMLINK_NOFOLLOW, status)) {  // else it has gone meanwhile
-      out.push_back({std::move(*text), EntryInfo(dirfd(dir), entry->d_name, status), StampOf(status)});
-      out.back().stamp.volume = 0;
-    }
+    if (!text || !Look(dirfd(dir), entry->d_name, AT_SYMLINK_NOFOLLOW, status)) continue;
+    out.push_back({std::move(*text), EntryInfo(dirfd(dir), entry->d_name, status), StampOf(status)});
+    out.back().stamp.volume = 0;
   }
 }
 
-bool PosixFiles::List(TextView folder, std::vector<DirEntry>& out) {
-  const auto native = FindNative(folder);
-  if (!native) return false;
+Error PosixFiles::List(TextView folder, std::vector<DirEntry>& out) {
+  NativePath native;
+  if (const Error error = FindNative(folder, native); error.Failed()) return error;
   // A folder's descriptor closes with its DIR.
-  const int fd = open(native->path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK);
-  if (fd < 0) return errno == ENOTDIR ? FailErrno(errno) : FailFolder(LookupError(errno, native->path));
+  const int fd = open(native.path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NONBLOCK);
+  if (fd < 0) return errno == ENOTDIR ? ErrorOf(errno) : OfFolder(LookupError(errno, native.path));
   const std::unique_ptr<DIR, int (*)(DIR*)> dir(fdopendir(fd), closedir);
-  if (!dir) return FailErrno(errno);
+  if (!dir) return ErrorOf(errno);
   const auto before = static_cast<std::ptrdiff_t>(out.size());
-  const bool complete = ReadEntries(dir.get(), out);
+  const Error error = ReadEntries(dir.get(), out);
   std::sort(out.begin() + before, out.end(), NamedBefore);
-  return complete;
+  return error;
 }
 
-bool PosixFiles::LongPathName(TextView path, Text& out) {
-  const auto native = FindNative(path);
-  if (!native) return false;
+Error PosixFiles::LongPathName(TextView path, Text& out) {
+  NativePath native;
   struct statx status {};
-  if (!Look(AT_FDCWD, native->path.c_str(), AT_SYMLINK_NOFOLLOW, status)) return FailLookup(errno, *native);
-  auto text = WindowsPathOf(native->path);
-  if (!text) return Fail(SystemErrorNumber::kInvalidName);
+  if (const Error error = FindAndLook(path, native, status); error.Failed()) return error;
+  auto text = WindowsPathOf(native.path);
+  if (!text) return SystemError::kInvalidName;
   out = std::move(*text);
-  if (native->trailing && !out.ends_with(u'\\')) out += u'\\';
-  return true;
+  if (native.trailing && !out.ends_with(u'\\')) out += u'\\';
+  return kSuccess;
 }
 
-bool PosixFiles::Version(TextView path, FileVersion& /*out*/) {
+Error PosixFiles::Version(TextView path, FileVersion& /*out*/) {
   FileInfo info;
-  if (!Info(path, info)) return false;
-  return Fail(kNoResourceData);
+  const Error error = Info(path, info);
+  return error.Failed() ? error : SystemError::kNoVersion;
 }
 
-bool PosixFiles::FileSystemName(TextView root, Text& out) {
-  const auto native = FindNative(root);
-  if (!native) return false;
+Error PosixFiles::FileSystemName(TextView root, Text& out) {
+  NativePath native;
+  if (const Error error = FindNative(root, native); error.Failed()) return error;
   struct statfs status {};
-  if (statfs(native->path.c_str(), &status) != 0) return FailFolder(LookupError(errno, native->path));
+  if (statfs(native.path.c_str(), &status) != 0) return OfFolder(LookupError(errno, native.path));
   out = NameOfFileSystem(static_cast<std::uint32_t>(status.f_type));
-  return true;
+  return kSuccess;
 }
 
-bool PosixFiles::SetCurrentDir(TextView path) {
-  const auto native = FindNative(path);
-  if (!native) return false;
-  if (chdir(native->path.c_str()) == 0) return true;
-  return errno == ENOTDIR ? FailErrno(errno) : FailLookup(errno, *native);
+Error PosixFiles::SetCurrentDir(TextView path) {
+  NativePath native;
+  if (const Error error = FindNative(path, native); error.Failed()) return error;
+  if (chdir(native.path.c_str()) == 0) return kSuccess;
+  return errno == ENOTDIR ? ErrorOf(errno) : LookupError(errno, native.path);
 }
 
-bool PosixFiles::TempFolder(Text& out) {
+Error PosixFiles::TempFolder(Text& out) {
   const char* const set = getenv("TMPDIR");
   const auto text = WindowsPathOf(set != nullptr && *set == '/' ? set : "/tmp");
-  if (!text) return Fail(SystemErrorNumber::kInvalidName);
+  if (!text) return SystemError::kInvalidName;
   out = *text;
   if (!out.ends_with(u'\\')) out += u'\\';
-  return true;
+  return kSuccess;
 }
 
 }  // namespace

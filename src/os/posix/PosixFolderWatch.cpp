@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "os/FolderWatch.h"
-#include "os/PendingError.h"
 #include "os/posix/PosixPath.h"
 #include "os/posix/UniqueFd.h"
 
@@ -63,9 +62,9 @@ class InotifyWatcher final : public FolderWatcher {
 
  private:
   static bool Add(const UniqueFd& fd, TextView folder) {
-    const PendingErrorScope quiet;
-    const auto native = FindNative(folder);
-    return native && inotify_add_watch(fd.Get(), native->path.c_str(), kContent | kFolderItself | IN_ONLYDIR) >= 0;
+    NativePath native;
+    return FindNative(folder, native).Ok() &&
+           inotify_add_watch(fd.Get(), native.path.c_str(), kContent | kFolderItself | IN_ONLYDIR) >= 0;
   }
 };
 

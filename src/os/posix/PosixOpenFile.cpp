@@ -6,7 +6,6 @@
 #include <cerrno>
 
 #include "os/DeviceName.h"
-#include "os/PendingError.h"
 #include "os/posix/PosixErrors.h"
 #include "os/posix/PosixFileInfo.h"
 
@@ -31,25 +30,25 @@ bool EndsInDeviceName(const NativePath& path) {
   return name && IsDeviceName(*name);
 }
 
-bool StampOpen(int fd, os::FileStamp& out) {
+os::Error StampOpen(int fd, os::FileStamp& out) {
   struct statx status {};
-  if (!Look(fd, "", AT_EMPTY_PATH, status)) return FailErrno(errno);
+  if (!Look(fd, "", AT_EMPTY_PATH, status)) return ErrorOf(errno);
   out = StampOf(status);
-  return true;
+  return os::kSuccess;
 }
 
 class PosixReadFile : public os::ReadFile {
  public:
   explicit PosixReadFile(UniqueFd fd) : fd_(std::move(fd)) {}
 
-  bool Stamp(os::FileStamp& out) override { return StampOpen(fd_.Get(), out); }
+  os::Error Stamp(os::FileStamp& out) override { return StampOpen(fd_.Get(), out); }
 
-  bool ReadAt(std::uint64_t offset, std::span<char> buffer, std::size_t& got) override {
+  os::Error ReadAt(std::uint64_t offset, std::span<char> buffer, std::size_t& got) override {
     got = 0;
     const auto read = Retry([&] { return pread(fd_.Get(), buffer.data(), buffer.size(), static_cast<off_t>(offset)); });
-    if (read < 0) return FailErrno(errno);
+    if (read < 0) return ErrorOf(errno);
     got = static_cast<std::size_t>(read);
-    return true;
+    return os::kSuccess;
   }
 
  private:
@@ -60,15 +59,15 @@ class PosixAppendFile : public os::AppendFile {
  public:
   explicit PosixAppendFile(UniqueFd fd) : fd_(std::move(fd)) {}
 
-  bool Stamp(os::FileStamp& out) override { return StampOpen(fd_.Get(), out); }
+  os::Error Stamp(os::FileStamp& out) override { return StampOpen(fd_.Get(), out); }
 
-  bool Append(std::string_view bytes) override {
-    if (bytes.empty()) return true;
+  os::Error Append(std::string_view bytes) override {
+    if (bytes.empty()) return os::kSuccess;
     const ssize_t written = Retry([&] { return write(fd_.Get(), bytes.data(), bytes.size()); });
-    if (written < 0) return FailErrno(errno);
-    if (static_cast<std::size_t>(written) == bytes.size()) return true;
+    if (written < 0) return ErrorOf(errno);
+    if (static_cast<std::size_t>(written) == bytes.size()) return os::kSuccess;
     CutOff(written);
-    return Fail(SystemErrorNumber::kDiskFull);
+    return SystemError::kDiskFull;
   }
 
  private:
@@ -77,7 +76,7 @@ class PosixAppendFile : public os::AppendFile {
     const off_t end = lseek(fd_.Get(), 0, SEEK_CUR);
     struct stat status {};
     if (end < written || fstat(fd_.Get(), &status) != 0 || status.st_size != end) return;
-    if (ftruncate(fd_.Get(), end - written) != 0) FailErrno(errno);
+    static_cast<void>(!ftruncate(fd_.Get(), end - written));
   }
 
   UniqueFd fd_;
@@ -85,26 +84,20 @@ class PosixAppendFile : public os::AppendFile {
 
 }  // namespace
 
-UniqueFd OpenPlainFile(const NativePath& path, int flags) {
+os::Error OpenPlainFile(const NativePath& path, int flags, UniqueFd& out) {
+  out = UniqueFd();
+  if (path.trailing) return SystemError::kInvalidName;
   struct statx status {};
-  if (path.trailing) {
-    Fail(SystemErrorNumber::kInvalidName);
-    return UniqueFd();
-  }
   const bool writes = (flags & O_ACCMODE) != O_RDONLY;
   const bool exists = Look(AT_FDCWD, path.path.c_str(), 0, status);
   if (EndsInDeviceName(path) || (exists && (!IsPlainFile(status) || (writes && IsReadOnly(status))))) {
-    Fail(SystemErrorNumber::kAccessDenied);
-    return UniqueFd();
+    return SystemError::kAccessDenied;
   }
   UniqueFd fd(Retry([&] { return open(path.path.c_str(), flags | kSafeFlags, kNewFileMode); }));
-  if (!fd) {
-    Fail(LookupError(errno, path.path));
-  } else if (!Look(fd.Get(), "", AT_EMPTY_PATH, status) || !IsPlainFile(status)) {
-    Fail(SystemErrorNumber::kAccessDenied);
-    return UniqueFd();
-  }
-  return fd;
+  if (!fd) return LookupError(errno, path.path);
+  if (!Look(fd.Get(), "", AT_EMPTY_PATH, status) || !IsPlainFile(status)) return SystemError::kAccessDenied;
+  out = std::move(fd);
+  return os::kSuccess;
 }
 
 bool WriteAll(int fd, std::string_view bytes) {

@@ -11,8 +11,8 @@
 namespace ovs::posix {
 
 // Opens a plain file. What is no plain file (a folder, pipe, device) is refused with number 5 without being touched:
-// opening a pipe would wait, opening a device can act. An empty owner when it fails, the number recorded.
-[[nodiscard]] UniqueFd OpenPlainFile(const NativePath& path, int flags);
+// opening a pipe would wait, opening a device can act. A failure leaves `out` empty.
+os::Error OpenPlainFile(const NativePath& path, int flags, UniqueFd& out);
 
 // Writes all bytes; short writes are continued. False with errno set.
 [[nodiscard]] bool WriteAll(int fd, std::string_view bytes);

@@ -11,7 +11,6 @@
 
 #include "base/Encoding.h"
 #include "base/Fold.h"
-#include "os/PendingError.h"
 #include "os/WindowsPath.h"
 #include "os/posix/PosixErrors.h"
 
@@ -99,31 +98,31 @@ std::optional<Text> WindowsPathOf(std::string_view nativePath) {
   return u"Z:" + *text;
 }
 
-std::optional<NativePath> FindNative(TextView path) {
+os::Error FindNative(TextView path, NativePath& out) {
   // The current folder costs a system call; most paths are full ones.
   const bool full = path.starts_with(u"\\\\") || (path.size() > 2 && path[1] == u':' && path[2] == u'\\');
-  const auto split = SplitWindowsPath(path, full ? Text() : CurrentFolder());
-  if (!split) return std::nullopt;
-  if (split->root != u"Z:") {
-    SetPendingSystemError(SystemErrorNumber::kPathNotFound);
-    return std::nullopt;
-  }
-  NativePath out{"", "/", split->trailing};
-  for (const Text& name : split->names) out.path.append("/").append(NativeOfText(name));
+  WindowsPath split;
+  if (const os::Error error = SplitWindowsPath(path, full ? Text() : CurrentFolder(), split); error.Failed()) return error;
+  if (split.root != u"Z:") return SystemError::kPathNotFound;
+  out = {"", "/", split.trailing};
+  for (const Text& name : split.names) out.path.append("/").append(NativeOfText(name));
   if (out.path.empty()) out.path = "/";
   out.asked = out.path;
-  if (Exists(out.path)) return out;
+  if (Exists(out.path)) return os::kSuccess;
   out.path = "/";
-  FindNames(split->names, out);
-  return out;
+  FindNames(split.names, out);
+  return os::kSuccess;
 }
 
-std::uint32_t LookupError(int error, const std::string& nativePath) {
-  if (error != ENOENT && error != ENOTDIR) return SystemErrorOf(error);
-  const std::string parent = nativePath.substr(0, std::max<std::size_t>(nativePath.rfind('/'), 1));
+std::string NativeFolderOf(const std::string& nativePath) {
+  return nativePath.substr(0, std::max<std::size_t>(nativePath.rfind('/'), 1));
+}
+
+os::Error LookupError(int number, const std::string& nativePath) {
+  if (number != ENOENT && number != ENOTDIR) return ErrorOf(number);
   struct stat folder {};
-  const bool hasFolder = stat(parent.c_str(), &folder) == 0 && S_ISDIR(folder.st_mode);
-  return hasFolder ? SystemErrorNumber::kFileNotFound : SystemErrorNumber::kPathNotFound;
+  const bool hasFolder = stat(NativeFolderOf(nativePath).c_str(), &folder) == 0 && S_ISDIR(folder.st_mode);
+  return hasFolder ? SystemError::kFileNotFound : SystemError::kPathNotFound;
 }
 
 }  // namespace ovs::posix

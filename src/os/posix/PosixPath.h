@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "base/Text.h"
+#include "os/Error.h"
 
 namespace ovs::posix {
 
@@ -26,10 +27,13 @@ struct NativePath {
 };
 
 // Finds the native path of a Windows-style one. Names are looked up as they are spelled, then without regard to case;
-// what is not found stays as it is spelled. None when the path can name nothing here (numbers 3 and 123).
-[[nodiscard]] std::optional<NativePath> FindNative(TextView path);
+// what is not found stays as it is spelled. 3 or 123 when the path can name nothing here.
+os::Error FindNative(TextView path, NativePath& out);
 
-// The number for a failed look-up: 2 when only the last name is missing, 3 when its folder is missing or is none.
-[[nodiscard]] std::uint32_t LookupError(int error, const std::string& nativePath);
+// The folder that a native path lies in, without "/" at its end unless it is the root.
+[[nodiscard]] std::string NativeFolderOf(const std::string& nativePath);
+
+// Of a failed look-up by its errno: 2 when only the last name is missing, 3 when its folder is missing or is none.
+os::Error LookupError(int number, const std::string& nativePath);
 
 }  // namespace ovs::posix

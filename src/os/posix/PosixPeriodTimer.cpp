@@ -1,7 +1,5 @@
 #include "os/Clock.h"
-#include "os/PendingError.h"
 #include "os/System.h"
-#include "os/posix/PosixErrors.h"
 
 namespace ovs::os {
 
@@ -13,20 +11,19 @@ constexpr std::uint32_t kLongestPeriod = 1000;
 // The clock is exact by itself: a period is checked and counts for nothing more.
 class PosixPeriodTimer : public PeriodTimer {
  public:
-  bool Periods(std::uint32_t& minimum, std::uint32_t& maximum) override {
+  Error Periods(std::uint32_t& minimum, std::uint32_t& maximum) override {
     minimum = kShortestPeriod;
     maximum = kLongestPeriod;
-    return true;
+    return kSuccess;
   }
 
-  bool Begin(std::uint32_t period) override { return Check(period); }
-  bool End(std::uint32_t period) override { return Check(period); }
+  Error Begin(std::uint32_t period) override { return Check(period); }
+  Error End(std::uint32_t period) override { return Check(period); }
   std::uint32_t Now() override { return static_cast<std::uint32_t>(SystemClock().Milliseconds()); }
 
  private:
-  static bool Check(std::uint32_t period) {
-    if (period >= kShortestPeriod && period <= kLongestPeriod) return true;
-    return posix::Fail(SystemErrorNumber::kInvalidParameter);
+  static Error Check(std::uint32_t period) {
+    return period >= kShortestPeriod && period <= kLongestPeriod ? kSuccess : SystemError::kInvalidParameter;
   }
 };
 

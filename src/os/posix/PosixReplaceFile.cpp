@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <string>
 
-#include "os/PendingError.h"
 #include "os/ReplaceFile.h"
 #include "os/posix/PosixErrors.h"
 #include "os/posix/PosixOpenFile.h"
@@ -30,29 +29,31 @@ bool TakeRights(int fd, const struct stat& old) {
 
 }  // namespace
 
-bool ReplaceFileSafely(TextView path, std::string_view bytes) {
-  const auto native = posix::FindNative(path);
-  if (!native) return false;
-  if (native->trailing) return posix::Fail(SystemErrorNumber::kInvalidName);
+Error ReplaceFileSafely(TextView path, std::string_view bytes) {
+  posix::NativePath native;
+  if (const Error error = posix::FindNative(path, native); error.Failed()) return error;
+  if (native.trailing) return SystemError::kInvalidName;
   struct stat old {};
-  const bool exists = stat(native->path.c_str(), &old) == 0;
-  if (!exists && errno != ENOENT) return posix::FailErrno(errno);
-  if (exists && !posix::OpenPlainFile(*native, O_WRONLY)) return false;
+  const bool exists = stat(native.path.c_str(), &old) == 0;
+  if (!exists && errno != ENOENT) return posix::ErrorOf(errno);
+  if (exists) {
+    UniqueFd mayBeWritten;
+    if (const Error error = posix::OpenPlainFile(native, O_WRONLY, mayBeWritten); error.Failed()) return error;
+  }
   // Behind a link it is the file itself that is replaced.
-  std::string target = native->path;
+  std::string target = native.path;
   if (char* const real = exists ? realpath(target.c_str(), nullptr) : nullptr; real != nullptr) {
     target = real;
     std::free(real);
   }
   const std::string beside = target + "." + std::to_string(getpid()) + ".new";
   const UniqueFd fd(open(beside.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600));
-  if (!fd) return posix::Fail(posix::LookupError(errno, beside));
+  if (!fd) return posix::LookupError(errno, beside);
   const bool replaced = (!exists || TakeRights(fd.Get(), old)) && posix::WriteAll(fd.Get(), bytes) && fsync(fd.Get()) == 0 &&
                         rename(beside.c_str(), target.c_str()) == 0;
-  if (replaced) return true;
-  posix::FailErrno(errno);
-  unlink(beside.c_str());
-  return false;
+  const Error error = posix::Outcome(replaced);
+  if (!replaced) unlink(beside.c_str());
+  return error;
 }
 
 }  // namespace ovs::os

@@ -1,7 +1,6 @@
 #include <windows.h>
 
 #include "os/Clock.h"
-#include "os/PendingError.h"
 #include "os/SystemDate.h"
 #include "os/win32/Win32Error.h"
 #include "os/win32/Win32Ticks.h"
@@ -41,14 +40,14 @@ class Win32Clock : public Clock {
 
 class Win32TimeZone : public TimeZone {
  public:
-  bool ToLocal(const DateTime& utc, DateTime& local) override {
-    if (!IsSystemDate(utc)) return win32::Fail(SystemErrorNumber::kInvalidParameter);
+  Error ToLocal(const DateTime& utc, DateTime& local) override {
+    if (!IsSystemDate(utc)) return SystemError::kInvalidParameter;
     const SYSTEMTIME given = ToSystem(utc);
     SYSTEMTIME converted = {};
-    if (!SystemTimeToTzSpecificLocalTime(nullptr, &given, &converted)) return win32::FailLast();
-    if (!IsSystemYear(converted.wYear)) return win32::Fail(SystemErrorNumber::kInvalidParameter);
+    if (!SystemTimeToTzSpecificLocalTime(nullptr, &given, &converted)) return win32::LastError();
+    if (!IsSystemYear(converted.wYear)) return SystemError::kInvalidParameter;
     local = FromSystem(converted);
-    return true;
+    return kSuccess;
   }
 };
 

@@ -29,9 +29,11 @@ std::optional<Text> LineOfConsole(HANDLE console, DWORD mode) {
 
 }  // namespace
 
-std::optional<Text> FullPathOfArgument(std::string_view argument) {
-  const auto full = win32::FullPath(FromUtf8(argument));
-  return full ? std::optional(FromWide(*full)) : std::nullopt;
+Error FullPathOfArgument(std::string_view argument, Text& out) {
+  std::wstring full;
+  const Error error = win32::FullPath(FromUtf8(argument), full);
+  if (error.Ok()) out = FromWide(full);
+  return error;
 }
 
 std::optional<Text> ReadSecretLine() {

@@ -2,15 +2,11 @@
 
 #include <windows.h>
 
-#include "os/PendingError.h"
-
 namespace ovs::win32 {
 
-bool Fail(std::uint32_t number) noexcept {
-  SetPendingSystemError(number);
-  return false;
+os::Error LastError() noexcept {
+  const os::Error error(GetLastError());
+  return error.Failed() ? error : SystemError::kGeneralFailure;
 }
-
-bool FailLast() noexcept { return Fail(GetLastError()); }
 
 }  // namespace ovs::win32

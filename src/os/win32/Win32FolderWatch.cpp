@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "os/FolderWatch.h"
-#include "os/PendingError.h"
 #include "os/win32/Win32Path.h"
 
 namespace ovs::os {
@@ -25,8 +24,9 @@ class ChangeHandles final : public FolderWatch {
   ChangeHandles& operator=(const ChangeHandles&) = delete;
 
   bool Add(TextView folder) {
-    const auto path = ExtendedPath(folder);
-    const HANDLE handle = path ? FindFirstChangeNotificationW(path->c_str(), FALSE, kWhat) : INVALID_HANDLE_VALUE;
+    std::wstring path;
+    if (ExtendedPath(folder, path).Failed()) return false;
+    const HANDLE handle = FindFirstChangeNotificationW(path.c_str(), FALSE, kWhat);
     if (handle == INVALID_HANDLE_VALUE) return false;
     handles_.push_back(handle);
     return true;
@@ -49,7 +49,6 @@ class ChangeWatcher final : public FolderWatcher {
   // By its documentation the system may tell of a write only when it reaches the disk.
   [[nodiscard]] bool IsExact() const override { return false; }
   std::unique_ptr<FolderWatch> Watch(std::span<const Text> folders) override {
-    const PendingErrorScope quiet;
     auto watch = std::make_unique<ChangeHandles>();
     bool any = false;
     for (const Text& folder : folders) any = watch->Add(folder) || any;

@@ -7,7 +7,6 @@
 
 #include <cstddef>
 
-#include "os/win32/Win32Error.h"
 #include "os/win32/Win32Text.h"
 
 namespace ovs::win32 {
@@ -26,11 +25,7 @@ std::vector<std::max_align_t> AdapterList() {
     auto* const first = reinterpret_cast<IP_ADAPTER_ADDRESSES*>(list.data());
     const ULONG result = GetAdaptersAddresses(AF_UNSPEC, kFlags, nullptr, first, &size);
     if (result == ERROR_SUCCESS) return list;
-    if (result == ERROR_NO_DATA) return {};
-    if (result != ERROR_BUFFER_OVERFLOW) {
-      Fail(result);
-      return {};
-    }
+    if (result != ERROR_BUFFER_OVERFLOW) return {};
   }
   return {};
 }

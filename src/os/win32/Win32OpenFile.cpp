@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <limits>
 
-#include "os/PendingError.h"
 #include "os/win32/Win32Error.h"
 #include "os/win32/Win32Path.h"
 #include "os/win32/Win32Ticks.h"
@@ -30,9 +29,9 @@ DWORD AccessOf(OpenMode mode) {
   }
 }
 
-bool StampOpen(const Handle& file, os::FileStamp& out) {
+os::Error StampOpen(const Handle& file, os::FileStamp& out) {
   BY_HANDLE_FILE_INFORMATION info = {};
-  if (!GetFileInformationByHandle(file.Get(), &info)) return FailLast();
+  if (!GetFileInformationByHandle(file.Get(), &info)) return LastError();
   // Not every file system tells the time of the last change.
   FILE_BASIC_INFO basic = {};
   const bool knowsChange = GetFileInformationByHandleEx(file.Get(), FileBasicInfo, &basic, sizeof basic) != 0;
@@ -41,16 +40,16 @@ bool StampOpen(const Handle& file, os::FileStamp& out) {
          .size = Join(info.nFileSizeHigh, info.nFileSizeLow),
          .modified = TicksOf(info.ftLastWriteTime),
          .changed = knowsChange ? basic.ChangeTime.QuadPart : 0};
-  return true;
+  return os::kSuccess;
 }
 
 class Win32ReadFile : public os::ReadFile {
  public:
   explicit Win32ReadFile(Handle file) : file_(std::move(file)) {}
 
-  bool Stamp(os::FileStamp& out) override { return StampOpen(file_, out); }
+  os::Error Stamp(os::FileStamp& out) override { return StampOpen(file_, out); }
 
-  bool ReadAt(std::uint64_t offset, std::span<char> buffer, std::size_t& got) override {
+  os::Error ReadAt(std::uint64_t offset, std::span<char> buffer, std::size_t& got) override {
     got = 0;
     OVERLAPPED place = {};
     place.Offset = static_cast<DWORD>(offset);
@@ -58,11 +57,11 @@ class Win32ReadFile : public os::ReadFile {
     DWORD read = 0;
     const auto wanted = static_cast<DWORD>(std::min(buffer.size(), kLongestPiece));
     if (!::ReadFile(file_.Get(), buffer.data(), wanted, &read, &place)) {
-      const DWORD number = GetLastError();
-      return number == ERROR_HANDLE_EOF || Fail(number);
+      const os::Error error = LastError();
+      return error.Number() == ERROR_HANDLE_EOF ? os::kSuccess : error;
     }
     got = read;
-    return true;
+    return os::kSuccess;
   }
 
  private:
@@ -73,28 +72,24 @@ class Win32AppendFile : public os::AppendFile {
  public:
   explicit Win32AppendFile(Handle file) : file_(std::move(file)) {}
 
-  bool Stamp(os::FileStamp& out) override { return StampOpen(file_, out); }
+  os::Error Stamp(os::FileStamp& out) override { return StampOpen(file_, out); }
 
-  bool Append(std::string_view bytes) override {
-    if (bytes.empty()) return true;
-    if (bytes.size() > std::numeric_limits<DWORD>::max()) return Fail(SystemErrorNumber::kFileTooLarge);
+  os::Error Append(std::string_view bytes) override {
+    if (bytes.empty()) return os::kSuccess;
+    if (bytes.size() > std::numeric_limits<DWORD>::max()) return SystemError::kFileTooLarge;
     LARGE_INTEGER before = {};
-    if (!GetFileSizeEx(file_.Get(), &before)) return FailLast();
+    if (!GetFileSizeEx(file_.Get(), &before)) return LastError();
     DWORD written = 0;
-    if (!WriteFile(file_.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr)) {
-      FailLast();
-    } else if (written == bytes.size()) {
-      return true;
-    } else {
-      Fail(SystemErrorNumber::kDiskFull);
-    }
+    const bool done = WriteFile(file_.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) != 0;
+    if (done && written == bytes.size()) return os::kSuccess;
+    const os::Error error = done ? SystemError::kDiskFull : LastError();
     CutOff(before.QuadPart, written);
-    return false;
+    return error;
   }
 
  private:
   // Nothing is cut when another program has appended as well, in front of the torn piece or behind it. The right to
-  // append alone does not let a file be cut, so it is opened once more; the number of the failed write stays.
+  // append alone does not let a file be cut, so it is opened once more.
   void CutOff(LONGLONG before, DWORD written) {
     LARGE_INTEGER size = {};
     if (written == 0 || !GetFileSizeEx(file_.Get(), &size) || size.QuadPart != before + written) return;
@@ -110,41 +105,31 @@ class Win32AppendFile : public os::AppendFile {
 
 }  // namespace
 
-Handle OpenPlainFile(TextView path, OpenMode mode) {
-  const auto extended = ExtendedPath(path);
-  if (!extended) return {};
-  if (extended->ends_with(L'\\')) {
-    Fail(SystemErrorNumber::kInvalidName);
-    return {};
-  }
+os::Error OpenPlainFile(TextView path, OpenMode mode, Handle& out) {
+  out.Close();
+  std::wstring extended;
+  if (const os::Error error = ExtendedPath(path, extended); error.Failed()) return error;
+  if (extended.ends_with(L'\\')) return SystemError::kInvalidName;
   const DWORD disposition = mode == OpenMode::Read ? OPEN_EXISTING : OPEN_ALWAYS;
   Handle file(
-      CreateFileW(extended->c_str(), AccessOf(mode), kShareAll, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
-  if (!file) {
-    FailLast();
-    return file;
-  }
-  if (GetFileType(file.Get()) != FILE_TYPE_DISK) {
-    Fail(SystemErrorNumber::kAccessDenied);
-    return {};
-  }
+      CreateFileW(extended.c_str(), AccessOf(mode), kShareAll, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file) return LastError();
+  if (GetFileType(file.Get()) != FILE_TYPE_DISK) return SystemError::kAccessDenied;
   // Emptied only now that it is known to be a file; its attributes stay as they are.
-  if (mode == OpenMode::Replace && !SetEndOfFile(file.Get())) {
-    FailLast();
-    return {};
-  }
-  return file;
+  if (mode == OpenMode::Replace && !SetEndOfFile(file.Get())) return LastError();
+  out = std::move(file);
+  return os::kSuccess;
 }
 
-bool WriteAll(const Handle& file, std::string_view bytes) {
+os::Error WriteAll(const Handle& file, std::string_view bytes) {
   while (!bytes.empty()) {
     DWORD written = 0;
     const auto piece = static_cast<DWORD>(std::min(bytes.size(), kLongestPiece));
-    if (!WriteFile(file.Get(), bytes.data(), piece, &written, nullptr)) return FailLast();
-    if (written == 0) return Fail(SystemErrorNumber::kDiskFull);
+    if (!WriteFile(file.Get(), bytes.data(), piece, &written, nullptr)) return LastError();
+    if (written == 0) return SystemError::kDiskFull;
     bytes.remove_prefix(written);
   }
-  return true;
+  return os::kSuccess;
 }
 
 std::unique_ptr<os::ReadFile> MakeReadFile(Handle file) { return std::make_unique<Win32ReadFile>(std::move(file)); }

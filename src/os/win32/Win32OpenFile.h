@@ -17,11 +17,11 @@ enum class OpenMode {
 };
 
 // Opens a plain file of a disk, shared for reading, writing and deleting. What is none (a folder, pipe, device) is refused
-// with number 5. An empty owner when it fails, the number recorded.
-[[nodiscard]] Handle OpenPlainFile(TextView path, OpenMode mode);
+// with number 5. A failure leaves `out` empty.
+os::Error OpenPlainFile(TextView path, OpenMode mode, Handle& out);
 
-// Writes all bytes at the file position. False when that fails, the number recorded.
-[[nodiscard]] bool WriteAll(const Handle& file, std::string_view bytes);
+// Writes all bytes at the file position.
+os::Error WriteAll(const Handle& file, std::string_view bytes);
 
 [[nodiscard]] std::unique_ptr<os::ReadFile> MakeReadFile(Handle file);
 // `file` is open for appending alone, so that each write of it goes to the end, wherever that is by then.

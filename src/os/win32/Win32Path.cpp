@@ -4,7 +4,6 @@
 
 #include "base/Fold.h"
 #include "os/DeviceName.h"
-#include "os/PendingError.h"
 #include "os/win32/Win32Error.h"
 #include "os/win32/Win32Text.h"
 
@@ -16,11 +15,6 @@ constexpr std::wstring_view kExtended = L"\\\\?\\";
 constexpr std::wstring_view kExtendedUnc = L"\\\\?\\UNC\\";
 constexpr std::wstring_view kDevice = L"\\\\.\\";
 constexpr std::wstring_view kNetwork = L"\\\\";
-
-std::nullopt_t Refuse(std::uint32_t number) {
-  Fail(number);
-  return std::nullopt;
-}
 
 void AddPrefix(std::wstring& full) {
   if (full.starts_with(kDevice)) {
@@ -43,33 +37,28 @@ bool NamesFile(const std::wstring& extended) {
 
 }  // namespace
 
-std::optional<std::wstring> FullPath(TextView path) {
+os::Error FullPath(TextView path, std::wstring& out) {
   const std::wstring given = ToWide(path);
-  std::wstring full(MAX_PATH, L'\0');
+  out.assign(MAX_PATH, L'\0');
   for (;;) {
-    const DWORD length = GetFullPathNameW(given.c_str(), static_cast<DWORD>(full.size()), full.data(), nullptr);
-    if (length == 0) {
-      FailLast();
-      return std::nullopt;
-    }
-    const bool fits = length < full.size();
-    full.resize(length);
-    if (fits) return full;
+    const DWORD length = GetFullPathNameW(given.c_str(), static_cast<DWORD>(out.size()), out.data(), nullptr);
+    if (length == 0) return LastError();
+    const bool fits = length < out.size();
+    out.resize(length);
+    if (fits) return os::kSuccess;
   }
 }
 
-std::optional<std::wstring> ExtendedPath(TextView path) {
-  if (path.empty()) return Refuse(SystemErrorNumber::kPathNotFound);
-  if (path.find(kNul) != TextView::npos) return Refuse(SystemErrorNumber::kInvalidName);
-  std::optional<std::wstring> out;
+os::Error ExtendedPath(TextView path, std::wstring& out) {
+  if (path.empty()) return SystemError::kPathNotFound;
+  if (path.find(kNul) != TextView::npos) return SystemError::kInvalidName;
   if (path.starts_with(u"\\\\?\\")) {
     out = ToWide(path);
   } else {
-    out = FullPath(path);
-    if (!out) return out;
-    AddPrefix(*out);
+    if (const os::Error error = FullPath(path, out); error.Failed()) return error;
+    AddPrefix(out);
   }
-  return NamesFile(*out) ? out : Refuse(SystemErrorNumber::kAccessDenied);
+  return NamesFile(out) ? os::kSuccess : SystemError::kAccessDenied;
 }
 
 std::wstring PlainPath(std::wstring path) {

@@ -1,29 +1,27 @@
 #include <windows.h>
 #include <mmsystem.h>
 
-#include "os/PendingError.h"
 #include "os/System.h"
-#include "os/win32/Win32Error.h"
 
 namespace ovs::os {
 
 namespace {
 
 // The timer's own result codes are no system error numbers.
-bool Check(MMRESULT result, std::uint32_t number) { return result == TIMERR_NOERROR || win32::Fail(number); }
+Error OutcomeOf(MMRESULT result, Error failure) { return result == TIMERR_NOERROR ? kSuccess : failure; }
 
 class Win32PeriodTimer : public PeriodTimer {
  public:
-  bool Periods(std::uint32_t& minimum, std::uint32_t& maximum) override {
+  Error Periods(std::uint32_t& minimum, std::uint32_t& maximum) override {
     TIMECAPS limits = {};
-    if (!Check(timeGetDevCaps(&limits, sizeof limits), SystemErrorNumber::kGeneralFailure)) return false;
+    if (timeGetDevCaps(&limits, sizeof limits) != TIMERR_NOERROR) return SystemError::kGeneralFailure;
     minimum = limits.wPeriodMin;
     maximum = limits.wPeriodMax;
-    return true;
+    return kSuccess;
   }
 
-  bool Begin(std::uint32_t period) override { return Check(timeBeginPeriod(period), SystemErrorNumber::kInvalidParameter); }
-  bool End(std::uint32_t period) override { return Check(timeEndPeriod(period), SystemErrorNumber::kInvalidParameter); }
+  Error Begin(std::uint32_t period) override { return OutcomeOf(timeBeginPeriod(period), SystemError::kInvalidParameter); }
+  Error End(std::uint32_t period) override { return OutcomeOf(timeEndPeriod(period), SystemError::kInvalidParameter); }
   std::uint32_t Now() override { return timeGetTime(); }
 };
 

@@ -5,7 +5,6 @@
 
 #include "base/Encoding.h"
 #include "os/Prompt.h"
-#include "os/win32/Win32Error.h"
 
 namespace ovs::os {
 
@@ -17,9 +16,7 @@ class Win32Prompt : public Prompt {
     bool lossless = true;
     const std::string body = ToWindows1252(text, lossless);
     const std::string title = ToWindows1252(caption, lossless);
-    const int answer = MessageBoxA(nullptr, body.c_str(), title.c_str(), flags);
-    if (answer <= 0) win32::FailLast();
-    return std::max(answer, 0);
+    return std::max(MessageBoxA(nullptr, body.c_str(), title.c_str(), flags), 0);
   }
 };
 

@@ -1,6 +1,5 @@
 #include <windows.h>
 
-#include "os/PendingError.h"
 #include "os/Registry.h"
 #include "os/win32/Win32Text.h"
 
@@ -13,10 +12,7 @@ constexpr std::uint32_t kViewBits = RegAccess::kView64 | RegAccess::kView32;
 // The predefined handles are 32-bit numbers with the sign extended.
 HKEY HandleOf(RootKey root) { return reinterpret_cast<HKEY>(static_cast<LONG_PTR>(static_cast<LONG>(root))); }
 
-std::uint32_t Result(LSTATUS code) {
-  if (code != ERROR_SUCCESS) SetPendingSystemError(static_cast<std::uint32_t>(code));
-  return static_cast<std::uint32_t>(code);
-}
+Error Result(LSTATUS code) { return Error(static_cast<std::uint32_t>(code)); }
 
 class Win32RegistryKey : public RegistryKey {
  public:
@@ -25,7 +21,7 @@ class Win32RegistryKey : public RegistryKey {
   Win32RegistryKey& operator=(const Win32RegistryKey&) = delete;
   ~Win32RegistryKey() override { RegCloseKey(key_); }
 
-  std::uint32_t QueryLength(TextView name, std::uint32_t& type, std::uint32_t& bytes) override {
+  Error QueryLength(TextView name, std::uint32_t& type, std::uint32_t& bytes) override {
     DWORD kind = 0;
     DWORD length = 0;
     const LSTATUS code = RegQueryValueExW(key_, ToWide(name).c_str(), nullptr, &kind, nullptr, &length);
@@ -34,7 +30,7 @@ class Win32RegistryKey : public RegistryKey {
     return Result(code);
   }
 
-  std::uint32_t QueryData(TextView name, std::uint32_t limit, std::uint32_t& type, std::string& data) override {
+  Error QueryData(TextView name, std::uint32_t limit, std::uint32_t& type, std::string& data) override {
     const std::wstring wide = ToWide(name);
     data.clear();
     for (;;) {
@@ -54,7 +50,7 @@ class Win32RegistryKey : public RegistryKey {
     }
   }
 
-  std::uint32_t SetData(TextView name, std::uint32_t type, std::string_view data) override {
+  Error SetData(TextView name, std::uint32_t type, std::string_view data) override {
     // The call looks one unit beyond a text without a terminator and takes it in when it is NUL. What is given is to be
     // stored, so that unit is made none.
     std::string bytes(data);
@@ -63,7 +59,7 @@ class Win32RegistryKey : public RegistryKey {
                                  static_cast<DWORD>(data.size())));
   }
 
-  std::uint32_t DeleteValue(TextView name) override { return Result(RegDeleteValueW(key_, ToWide(name).c_str())); }
+  Error DeleteValue(TextView name) override { return Result(RegDeleteValueW(key_, ToWide(name).c_str())); }
 
  private:
   HKEY key_;
@@ -71,25 +67,25 @@ class Win32RegistryKey : public RegistryKey {
 
 class Win32Registry : public Registry {
  public:
-  std::uint32_t Open(RootKey root, TextView key, std::uint32_t access, std::unique_ptr<RegistryKey>& out) override {
+  Error Open(RootKey root, TextView key, std::uint32_t access, std::unique_ptr<RegistryKey>& out) override {
     HKEY opened = nullptr;
     const LSTATUS code = RegOpenKeyExW(HandleOf(root), ToWide(key).c_str(), 0, access, &opened);
     return Take(code, opened, out);
   }
 
-  std::uint32_t Create(RootKey root, TextView key, std::uint32_t access, std::unique_ptr<RegistryKey>& out) override {
+  Error Create(RootKey root, TextView key, std::uint32_t access, std::unique_ptr<RegistryKey>& out) override {
     HKEY opened = nullptr;
     const LSTATUS code = RegCreateKeyExW(HandleOf(root), ToWide(key).c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, access,
                                          nullptr, &opened, nullptr);
     return Take(code, opened, out);
   }
 
-  std::uint32_t DeleteKey(RootKey root, TextView key, std::uint32_t access) override {
+  Error DeleteKey(RootKey root, TextView key, std::uint32_t access) override {
     return Result(RegDeleteKeyExW(HandleOf(root), ToWide(key).c_str(), access & kViewBits, 0));
   }
 
  private:
-  static std::uint32_t Take(LSTATUS code, HKEY opened, std::unique_ptr<RegistryKey>& out) {
+  static Error Take(LSTATUS code, HKEY opened, std::unique_ptr<RegistryKey>& out) {
     out = code == ERROR_SUCCESS ? std::make_unique<Win32RegistryKey>(opened) : nullptr;
     return Result(code);
   }

@@ -3,7 +3,6 @@
 #include <string>
 #include <vector>
 
-#include "os/PendingError.h"
 #include "os/ReplaceFile.h"
 #include "os/win32/Win32Error.h"
 #include "os/win32/Win32OpenFile.h"
@@ -13,59 +12,54 @@ namespace ovs::os {
 
 namespace {
 
-// The access rights of the file; empty when the system does not tell.
-std::vector<char> RightsOf(const std::wstring& path) {
+// Who may do what with the file.
+Error RightsOf(const std::wstring& path, std::vector<char>& out) {
   DWORD size = 0;
   GetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
-  std::vector<char> rights(size);
-  if (size == 0 || !GetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, rights.data(), size, &size)) rights.clear();
-  return rights;
+  out.resize(size);
+  const bool known = size != 0 && GetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, out.data(), size, &size) != 0;
+  return win32::Outcome(known);
 }
 
-// None when it fails, the number recorded. The rights are there from the first moment.
-Handle MakeFile(const std::wstring& path, std::vector<char>& rights) {
+// A new file with those bytes, closed again. The rights are there from the first moment.
+Error WriteFileBeside(const std::wstring& path, std::vector<char>& rights, std::string_view bytes) {
   SECURITY_ATTRIBUTES attributes = {sizeof attributes, rights.empty() ? nullptr : rights.data(), FALSE};
-  Handle file(CreateFileW(path.c_str(), GENERIC_WRITE, 0, &attributes, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
-  if (!file) win32::FailLast();
-  return file;
+  const Handle file(CreateFileW(path.c_str(), GENERIC_WRITE, 0, &attributes, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file) return win32::LastError();
+  const Error error = win32::WriteAll(file, bytes);
+  return error.Failed() ? error : win32::Outcome(FlushFileBuffers(file.Get()) != 0);
 }
 
-// A new file with those bytes, closed again.
-bool WriteFileBeside(const std::wstring& path, std::vector<char>& rights, std::string_view bytes) {
-  const Handle file = MakeFile(path, rights);
-  if (!file) return false;
-  return win32::WriteAll(file, bytes) && (FlushFileBuffers(file.Get()) != 0 || win32::FailLast());
-}
-
-// A program that has the target open at this moment, as the service when it reads it, keeps it from being replaced.
-bool MoveOver(const std::wstring& from, const std::wstring& target) {
+// Whoever has the target open at this moment, as the service when it reads it, keeps it from being replaced.
+Error MoveOver(const std::wstring& from, const std::wstring& target) {
   constexpr int kTries = 40;
   constexpr DWORD kPause = 25;
-  for (int i = 1; i <= kTries; ++i) {
-    if (MoveFileExW(from.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) return true;
-    const bool isInUse = GetLastError() == ERROR_ACCESS_DENIED || GetLastError() == ERROR_SHARING_VIOLATION;
-    if (!isInUse || i == kTries) return win32::FailLast();
+  for (int i = 1;; ++i) {
+    if (MoveFileExW(from.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) return kSuccess;
+    const Error error = win32::LastError();
+    const bool isInUse = error == SystemError::kAccessDenied || error == SystemError::kSharingViolation;
+    if (!isInUse || i == kTries) return error;
     Sleep(kPause);
   }
-  return false;
 }
 
 }  // namespace
 
-bool ReplaceFileSafely(TextView path, std::string_view bytes) {
-  const auto target = win32::ExtendedPath(path);
-  if (!target) return false;
+Error ReplaceFileSafely(TextView path, std::string_view bytes) {
+  std::wstring target;
+  if (const Error error = win32::ExtendedPath(path, target); error.Failed()) return error;
   std::vector<char> rights;
-  if (GetFileAttributesW(target->c_str()) != INVALID_FILE_ATTRIBUTES) {
+  if (GetFileAttributesW(target.c_str()) != INVALID_FILE_ATTRIBUTES) {
     // A file that may not be written stays, although its folder would let it be replaced.
-    if (!win32::OpenPlainFile(path, win32::OpenMode::Append)) return false;
-    rights = RightsOf(*target);
-    if (rights.empty()) return win32::FailLast();
+    Handle mayBeWritten;
+    if (const Error error = win32::OpenPlainFile(path, win32::OpenMode::Append, mayBeWritten); error.Failed()) return error;
+    if (const Error error = RightsOf(target, rights); error.Failed()) return error;
   }
-  const std::wstring beside = *target + L"." + std::to_wstring(GetCurrentProcessId()) + L".new";
-  const bool replaced = WriteFileBeside(beside, rights, bytes) && MoveOver(beside, *target);
-  if (!replaced) DeleteFileW(beside.c_str());
-  return replaced;
+  const std::wstring beside = target + L"." + std::to_wstring(GetCurrentProcessId()) + L".new";
+  Error error = WriteFileBeside(beside, rights, bytes);
+  if (error.Ok()) error = MoveOver(beside, target);
+  if (error.Failed()) DeleteFileW(beside.c_str());
+  return error;
 }
 
 }  // namespace ovs::os

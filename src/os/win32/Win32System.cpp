@@ -7,7 +7,6 @@
 
 #include "base/Numbers.h"
 #include "os/System.h"
-#include "os/win32/Win32Error.h"
 #include "os/win32/Win32Network.h"
 #include "os/win32/Win32Text.h"
 
@@ -34,11 +33,7 @@ template <typename Call>
 Text NameFrom(Call call) {
   wchar_t name[kNameUnits] = {};
   DWORD size = kNameUnits;
-  if (!call(name, &size)) {
-    win32::FailLast();
-    return {};
-  }
-  return FromWide(name);
+  return call(name, &size) ? FromWide(name) : Text();
 }
 
 class Win32System : public System {
@@ -73,10 +68,7 @@ class Win32System : public System {
     std::wstring path(MAX_PATH, L'\0');
     for (;;) {
       const DWORD length = GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-      if (length == 0) {
-        win32::FailLast();
-        return {};
-      }
+      if (length == 0) return {};
       if (length < path.size() || path.size() >= kLongestPath) return FromWide(path.substr(0, length));
       path.resize(path.size() * 2);
     }

@@ -11,7 +11,7 @@
 #include "base/Fold.h"
 #include "base/Numbers.h"
 #include "base/RuntimeError.h"
-#include "os/PendingError.h"
+#include "diag/PendingError.h"
 #include "os/win32/Win32Handle.h"
 #include "os/win32/Win32Text.h"
 #include "service/ServiceControl.h"
@@ -23,8 +23,7 @@ namespace {
 constexpr DWORD kAnyMessage = QS_ALLINPUT;
 
 [[noreturn]] void RaiseSystem(const char16_t* call) {
-  const DWORD number = GetLastError();
-  SetPendingSystemError(number);
+  FailPending(os::Error(GetLastError()));
   throw RuntimeError(RuntimeErrorNumber::kInternal, Text(call) + u" failed");
 }
 

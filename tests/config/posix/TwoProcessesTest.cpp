@@ -41,9 +41,9 @@ bool IsWhole(const std::string& bytes) {
 
 TEST(ConfigTwoProcesses, AReaderFindsOneOfTheTwoFilesWhole) {
   Text folder;
-  ASSERT_TRUE(os::SystemFiles().TempFolder(folder));
+  ASSERT_TRUE(os::SystemFiles().TempFolder(folder).Ok());
   folder += u"ovs-two-" + NumberText(getpid());
-  ASSERT_TRUE(os::SystemFiles().CreateDir(folder));
+  ASSERT_TRUE(os::SystemFiles().CreateDir(folder).Ok());
   const Text file = folder + u"\\Svc.cfg";
   ASSERT_EQ(SaveOften(folder, file, u"C"), 0);
   pid_t children[2];
@@ -63,10 +63,10 @@ TEST(ConfigTwoProcesses, AReaderFindsOneOfTheTwoFilesWhole) {
     EXPECT_EQ(status, 0);
   }
   std::vector<os::DirEntry> left;
-  ASSERT_TRUE(os::SystemFiles().List(folder, left));
+  ASSERT_TRUE(os::SystemFiles().List(folder, left).Ok());
   EXPECT_EQ(left.size(), 1u) << "no unfinished file is left";
-  EXPECT_TRUE(os::SystemFiles().Delete(file));
-  EXPECT_TRUE(os::SystemFiles().RemoveDir(folder));
+  EXPECT_TRUE(os::SystemFiles().Delete(file).Ok());
+  EXPECT_TRUE(os::SystemFiles().RemoveDir(folder).Ok());
 }
 
 }  // namespace

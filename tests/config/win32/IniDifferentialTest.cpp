@@ -175,13 +175,13 @@ class Folder {
  public:
   Folder() {
     Text temp;
-    os::SystemFiles().TempFolder(temp);
+    os::SystemFiles().TempFolder(temp).Ignore();
     path_ = temp + u"ovs-ini-" + NumberText(GetCurrentProcessId()) + u"\\";
-    os::SystemFiles().CreateDir(path_);
+    os::SystemFiles().CreateDir(path_).Ignore();
   }
   ~Folder() {
-    for (const Text& file : files_) os::SystemFiles().Delete(file);
-    os::SystemFiles().RemoveDir(path_);
+    for (const Text& file : files_) os::SystemFiles().Delete(file).Ignore();
+    os::SystemFiles().RemoveDir(path_).Ignore();
   }
   Folder(const Folder&) = delete;
   Folder& operator=(const Folder&) = delete;

@@ -52,14 +52,15 @@ TEST(FolderAccessTest, TheListsThatAreSetKeepOthersFromChanging) {
 TEST(FolderAccessTest, AFolderIsProtectedWithAllThatIsInIt) {
   os::Files& files = os::SystemFiles();
   Text temp;
-  ASSERT_TRUE(files.TempFolder(temp));
+  ASSERT_TRUE(files.TempFolder(temp).Ok());
   const Text folder = temp + u"folder access \u00FC";
-  for (const Text& each : {folder, folder + u"\\sub"}) files.CreateDir(each);
-  ASSERT_TRUE(files.Write(folder + u"\\sub\\file", "x"));
+  for (const Text& each : {folder, folder + u"\\sub"}) files.CreateDir(each).Ignore();
+  ASSERT_TRUE(files.Write(folder + u"\\sub\\file", "x").Ok());
   EXPECT_TRUE(ProtectFolder(folder, FolderAccess::AdministratorsUsersRead));
   EXPECT_TRUE(ProtectFolder(folder, FolderAccess::Administrators));
   EXPECT_FALSE(FindLink(folder).has_value());
-  EXPECT_TRUE(files.Delete(folder + u"\\sub\\file") && files.RemoveDir(folder + u"\\sub") && files.RemoveDir(folder));
+  EXPECT_TRUE(files.Delete(folder + u"\\sub\\file").Ok() && files.RemoveDir(folder + u"\\sub").Ok() &&
+              files.RemoveDir(folder).Ok());
   EXPECT_FALSE(ProtectFolder(folder, FolderAccess::Administrators)) << "it is gone";
 }
 

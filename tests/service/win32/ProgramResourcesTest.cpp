@@ -42,7 +42,7 @@ TEST(ProgramResources, ARecordIsRenderedAsTheVeryTextThatWasWritten) {
 
 TEST(ProgramResources, VersionIsTheSources) {
   os::FileVersion version;
-  ASSERT_TRUE(os::SystemFiles().Version(FromWide(ProgramFile()), version));
+  ASSERT_TRUE(os::SystemFiles().Version(FromWide(ProgramFile()), version).Ok());
   const std::string text =
       std::to_string(version.part[0]) + "." + std::to_string(version.part[1]) + "." + std::to_string(version.part[2]);
   EXPECT_EQ(text, kVersionUtf8);

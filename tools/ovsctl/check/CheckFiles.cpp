@@ -6,10 +6,7 @@
 #include "base/Encoding.h"
 #include "base/Fold.h"
 #include "config/Config_Class.h"
-#include "config/ckCrypt_Config.h"
 #include "monitor/Rule.h"
-#include "os/Crypto.h"
-#include "os/PendingError.h"
 #include "ovsctl/check/FileChecks.h"
 #include "ovsctl/cli/Console.h"
 #include "platform/App_FilePath.h"
@@ -102,7 +99,7 @@ bool FilesCheck::IsUsable(TextView path) {
   if (outcome == ReadOutcome::Missing) {
     reason = u"there is no such file";
   } else if (outcome != ReadOutcome::Ok) {
-    reason = DescribeReadOutcome(outcome, TakePendingSystemError());
+    reason = DescribeReadOutcome(outcome);
   } else if (DecodeFile(bytes).find(kNul) != Text::npos) {
     reason = u"it is not text (it holds NUL characters)";
   }
@@ -154,10 +151,7 @@ void FilesCheck::CheckListFile(TextView path) {
 
 bool FilesCheck::LooksLikeRule(TextView path) {
   std::string bytes;
-  if (ReadFileBytes(files_, path, bytes) != ReadOutcome::Ok) {
-    TakePendingSystemError();
-    return false;
-  }
+  if (ReadFileBytes(files_, path, bytes) != ReadOutcome::Ok) return false;
   const PlainIni content(DecodeFile(bytes));
   return std::ranges::any_of(SectionsOf(RuleSettings::kAll), [&](TextView each) { return content.HasSection(each); });
 }
@@ -194,8 +188,7 @@ void FilesCheck::CheckAll() {
   CheckMainSettings(installation_.Settings().configIniPath, Need::Optional);
   CheckConfigFolder();
   CheckRulesFolder();
-  const ckCrypt_Config crypt(os::SystemCrypto());
-  Config_Class store(installation_.FileSystem(), crypt, installation_.Settings().applicationFolder);
+  Config_Class store(installation_.FileSystem(), installation_.Parts().crypt, installation_.Settings().applicationFolder);
   for (const Text& path : store.FilesIn(installation_.Settings().applicationFolder)) CheckProgramSettings(path);
 }
 
@@ -218,11 +211,7 @@ void FilesCheck::CheckRulesFolder() {
   for (const auto list : kLists) {
     const Text path = folder + u"\\" + Text(GlobalExclusions::FileName(list));
     os::FileInfo info;
-    if (files_.Info(path, info)) {
-      CheckListFile(path);
-    } else {
-      TakePendingSystemError();
-    }
+    if (files_.Info(path, info).Ok()) CheckListFile(path);
   }
   for (const Text& path : FilesBelow(files_, folder, u"*.*", -1)) CheckStray(path);
 }

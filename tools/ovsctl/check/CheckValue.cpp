@@ -8,7 +8,6 @@
 #include "base/Wipe.h"
 #include "mail/engines/MailHeaders.h"
 #include "mail/message/StoredPassword.h"
-#include "os/PendingError.h"
 #include "ovsctl/cli/Console.h"
 
 namespace ovs {
@@ -157,8 +156,7 @@ void CheckValue(os::Files& files, const ReadValue& read, Findings& findings) {
       return CheckScrambled(read, findings);
     case SettingKind::File: {
       os::FileInfo info;
-      if (files.Info(read.value, info) && !info.IsDirectory()) return;
-      TakePendingSystemError();
+      if (files.Info(read.value, info).Ok() && !info.IsDirectory()) return;
       return findings.Error(read.line,
                             Console::Shown(read.key.key) + " names " + Quoted(read.value) + ", which is no file here",
                             "Give the full path of a file that exists.");

@@ -9,7 +9,6 @@
 #include "base/Wipe.h"
 #include "diag/App_Debug.h"
 #include "os/CommandLine.h"
-#include "os/PendingError.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/os/Terminal.h"
 
@@ -93,9 +92,8 @@ void ShowStatus(std::string_view line) {
   std::fwrite(shown.data(), 1, shown.size(), stderr);
 }
 
-int Fail(std::string_view message) {
-  const std::uint32_t number = TakePendingSystemError();
-  const Text reason = number == 0 ? Text() : u": " + Diagnostics().GetSystemMsg(number, true);
+int Fail(std::string_view message, os::Error error) {
+  const Text reason = error.Ok() ? Text() : u": " + Diagnostics().GetSystemMsg(error.Number(), true);
   Say("ovsctl: " + std::string(message) + Shown(reason));
   return kFailed;
 }

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "base/Text.h"
+#include "os/Error.h"
 
 namespace ovs::Console {
 
@@ -20,8 +21,8 @@ void Say(std::string_view line);
 // A line that is replaced by the next one, of whatever kind, on the terminal that shows messages; at most as wide as it.
 // An empty one takes it away.
 void ShowStatus(std::string_view line);
-// "ovsctl: message" as a message, with the pending system error's text behind it when there is one. Gives kFailed.
-[[nodiscard]] int Fail(std::string_view message);
+// "ovsctl: message" as a message, with the text of the failure behind it when there was one. Gives kFailed.
+[[nodiscard]] int Fail(std::string_view message, os::Error error = os::kSuccess);
 
 // The text in that style when results go to a terminal with colours and NO_COLOR is not set; else as it is.
 [[nodiscard]] std::string Styled(Style style, std::string_view text);

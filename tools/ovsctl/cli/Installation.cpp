@@ -51,9 +51,11 @@ os::Machine MachineWith(os::System& system) {
 }  // namespace
 
 std::optional<Text> TypedPath(const std::string& path) {
-  std::optional<Text> full = os::FullPathOfArgument(path);
-  if (!full) static_cast<void>(Console::Fail("cannot use the path \"" + path + "\""));
-  return full;
+  Text full;
+  const os::Error error = os::FullPathOfArgument(path, full);
+  if (error.Ok()) return full;
+  static_cast<void>(Console::Fail("cannot use the path \"" + path + "\"", error));
+  return std::nullopt;
 }
 
 std::unique_ptr<Installation> Installation::Open(const std::string& folder) {

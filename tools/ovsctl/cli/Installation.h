@@ -25,6 +25,7 @@ class Installation {
   [[nodiscard]] const MonitorSettings& Settings() const { return settings_; }
   // What the service itself would see: its application folder and its program's name.
   [[nodiscard]] Modules& Parts() { return modules_; }
+  [[nodiscard]] const os::Machine& Machine() const { return modules_.machine; }
   [[nodiscard]] App_FileSystem& FileSystem() { return modules_.fileSystem; }
   [[nodiscard]] App_Common& Ini() { return modules_.ini; }
   [[nodiscard]] App_Time& Time() { return modules_.time; }

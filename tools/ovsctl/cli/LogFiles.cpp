@@ -7,7 +7,6 @@
 
 #include "base/App_Strings.h"
 #include "base/Encoding.h"
-#include "os/PendingError.h"
 
 namespace ovs {
 
@@ -19,7 +18,7 @@ bool ReadAll(os::ReadFile& file, std::uint64_t offset, std::string& bytes) {
   std::size_t done = 0;
   std::size_t got = 1;
   while (done < bytes.size() && got != 0) {
-    if (!file.ReadAt(offset + done, std::span(bytes).subspan(done), got)) return false;
+    if (file.ReadAt(offset + done, std::span(bytes).subspan(done), got).Failed()) return false;
     done += got;
   }
   bytes.resize(done);
@@ -42,9 +41,9 @@ FileEncoding EncodingOf(std::string_view head, std::string_view end) {
 }  // namespace
 
 std::vector<Text> LastLines(os::Files& files, TextView path, std::size_t most) {
-  const auto file = files.OpenRead(path);
+  std::unique_ptr<os::ReadFile> file;
   os::FileStamp stamp;
-  if (!file || !file->Stamp(stamp)) return {};
+  if (files.OpenRead(path, file).Failed() || file->Stamp(stamp).Failed()) return {};
   const std::uint64_t start = stamp.size > kEnd ? (stamp.size - kEnd) & ~std::uint64_t{1} : 0;
   std::string head(3, '\0');
   std::string bytes(static_cast<std::size_t>(stamp.size - start), '\0');
@@ -59,8 +58,7 @@ std::vector<Text> LastLines(os::Files& files, TextView path, std::size_t most) {
 
 GrowingFile::GrowingFile(os::Files& files, TextView path) : files_(files), path_(path) {
   os::FileInfo info;
-  if (files_.Info(path_, info)) read_ = info.size;
-  TakePendingSystemError();
+  if (files_.Info(path_, info).Ok()) read_ = info.size;
 }
 
 const std::string& GrowingFile::Appended() {
@@ -68,15 +66,15 @@ const std::string& GrowingFile::Appended() {
   std::array<char, std::size_t{64} * 1024> buffer;
   std::size_t got = 0;
   // Opened each time: the writer may begin a new file under the old name.
-  const std::unique_ptr<os::ReadFile> file = files_.OpenRead(path_);
-  while (file && file->ReadAt(read_, buffer, got) && got > 0) {
+  std::unique_ptr<os::ReadFile> file;
+  files_.OpenRead(path_, file).Ignore();
+  while (file && file->ReadAt(read_, buffer, got).Ok() && got > 0) {
     read_ += got;
     for (const char byte : std::string_view(buffer.data(), got)) {
       if (byte != '\0') appended_ += byte;
     }
     if (appended_.size() > kMost) appended_.erase(0, appended_.size() - kMost);
   }
-  TakePendingSystemError();
   return appended_;
 }
 

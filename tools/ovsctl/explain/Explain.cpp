@@ -5,8 +5,6 @@
 #include "base/Encoding.h"
 #include "events/EventRecord.h"
 #include "events/files/Records.h"
-#include "os/Clock.h"
-#include "os/FolderWatch.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/cli/Installation.h"
@@ -26,8 +24,8 @@ class Explaining {
         options_(options),
         explainer_({.fileSystem = installation.FileSystem(),
                     .ini = installation.Ini(),
-                    .clock = os::SystemClock(),
-                    .watcher = os::SystemFolderWatcher()},
+                    .clock = installation.Machine().clock,
+                    .watcher = installation.Machine().folderWatcher},
                    installation.Settings(), FromUtf8(options.rule)) {}
 
   int Run() {
@@ -50,8 +48,8 @@ class Explaining {
     const std::optional<Text> path = TypedPath(options_.recordsFile);
     if (!path) return kFailed;
     const RecordReadResult read = ReadRecords(installation_.FileSystem().Files(), *path, Sink());
-    if (!read.opened) return Console::Fail("cannot open " + options_.recordsFile);
-    if (!read.complete) return Console::Fail("cannot read " + options_.recordsFile + " to its end");
+    if (!read.opened) return Console::Fail("cannot open " + options_.recordsFile, read.error);
+    if (!read.complete) return Console::Fail("cannot read " + options_.recordsFile + " to its end", read.error);
     if (shown_ == 0) {
       const std::string count = std::to_string(read.records);
       return Console::Fail("the file has " + (read.records == 0 ? "no record" : "only " + count + " records"));

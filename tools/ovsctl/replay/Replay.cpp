@@ -13,7 +13,6 @@
 #include "events/files/Records.h"
 #include "monitor/AlertSink.h"
 #include "monitor/modFilterEvents.h"
-#include "os/FolderWatch.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/cli/Progress.h"
@@ -148,8 +147,8 @@ class Run {
         filter_({.fileSystem = installation.FileSystem(),
                  .ini = installation.Ini(),
                  .time = installation.Time(),
-                 .clock = os::SystemClock(),
-                 .watcher = os::SystemFolderWatcher(),
+                 .clock = installation.Machine().clock,
+                 .watcher = installation.Machine().folderWatcher,
                  .alerts = alerts_},
                 installation.Settings()) {}
 
@@ -165,14 +164,14 @@ class Run {
         .onProgress = [&](std::uint64_t done, std::uint64_t total) { progress.Update(done, total, statistics_.Records()); },
         .onNote = [](const std::string& note) { Console::Say("ovsctl: " + note); }};
     if (options_.live) {
-      result_ = {.opened = true, .complete = true, .records = ReadLive(input.query, sink), .bad = 0};
+      result_ = {.opened = true, .complete = true, .error = {}, .records = ReadLive(input.query, sink), .bad = 0};
       return true;
     }
     result_ = ReadRecords(installation_.FileSystem().Files(), input.file, sink);
     if (!result_.opened) {
-      static_cast<void>(Console::Fail("cannot open " + options_.recordsFile));
+      static_cast<void>(Console::Fail("cannot open " + options_.recordsFile, result_.error));
     } else if (!result_.complete) {
-      static_cast<void>(Console::Fail("cannot read " + options_.recordsFile + " to its end"));
+      static_cast<void>(Console::Fail("cannot read " + options_.recordsFile + " to its end", result_.error));
     }
     return result_.opened;
   }
@@ -203,11 +202,11 @@ class Run {
 
   // The speed of matching alone: records come from memory.
   void Measure() {
-    const std::uint64_t start = os::SystemClock().Milliseconds();
+    const std::uint64_t start = installation_.Machine().clock.Milliseconds();
     for (int round = 0; round < options_.repeat; ++round) {
       for (const EventRecord& record : kept_) filter_.FindEvents(record);
     }
-    const std::uint64_t passed = std::max<std::uint64_t>(os::SystemClock().Milliseconds() - start, 1);
+    const std::uint64_t passed = std::max<std::uint64_t>(installation_.Machine().clock.Milliseconds() - start, 1);
     const std::uint64_t count = kept_.size() * static_cast<std::uint64_t>(options_.repeat);
     Console::Print("matched " + std::to_string(count) + " records again, " + std::to_string(count * 1000 / passed) +
                    " a second");
@@ -264,10 +263,9 @@ int RunReplay(const ReplayOptions& options) {
   Print(report, options.form);
   run.SayWhatWasSent();
   if (options.repeat > 0) run.Measure();
-  if (!input->page.empty() && !installation->FileSystem().Files().Write(input->page, HtmlReport(report))) {
-    return Console::Fail("cannot write " + options.htmlFile);
-  }
-  return run.ExitCode();
+  if (input->page.empty()) return run.ExitCode();
+  const os::Error error = installation->FileSystem().Files().Write(input->page, HtmlReport(report));
+  return error.Ok() ? run.ExitCode() : Console::Fail("cannot write " + options.htmlFile, error);
 }
 
 }  // namespace ovs

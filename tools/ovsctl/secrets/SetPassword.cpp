@@ -45,9 +45,11 @@ std::optional<Text> AskForStoredForm() {
     static_cast<void>(Console::Fail(objection));
     return std::nullopt;
   }
-  std::optional<Text> stored = StoredPassword::ScrambleText(*password, StoredPassword::kKey, os::SystemCrypto());
-  if (!stored) static_cast<void>(Console::Fail("the system has no random bytes"));
-  return stored;
+  Text stored;
+  const os::Error error = StoredPassword::ScrambleText(*password, StoredPassword::kKey, os::SystemCrypto(), stored);
+  if (error.Ok()) return stored;
+  static_cast<void>(Console::Fail("the system has no random bytes", error));
+  return std::nullopt;
 }
 
 int Print(const Text& stored) {

@@ -7,7 +7,6 @@
 #include "base/Wipe.h"
 #include "config/Config_Class.h"
 #include "config/PlainIni.h"
-#include "os/PendingError.h"
 #include "os/ReplaceFile.h"
 #include "ovsctl/cli/Console.h"
 #include "platform/FileContent.h"
@@ -68,7 +67,7 @@ bool SettingsFile::Read() {
   const ReadOutcome outcome = ReadFileBytes(files_, path_, bytes_);
   exists_ = outcome != ReadOutcome::Missing;
   if (!exists_) return true;
-  if (outcome != ReadOutcome::Ok) return Refuse(Console::Shown(DescribeReadOutcome(outcome, TakePendingSystemError())));
+  if (outcome != ReadOutcome::Ok) return Refuse(Console::Shown(DescribeReadOutcome(outcome)));
   encoding_ = DetectEncoding(bytes_);
   text_ = DecodeFile(bytes_);
   return text_.find(kNul) == Text::npos || Refuse("it is not text (it holds NUL characters)");
@@ -143,10 +142,11 @@ bool SettingsFile::PutProgramSetting(TextView key, TextView value) {
 
 bool SettingsFile::Write() {
   if (bytes_.size() > kMaxTextFileBytes) return Refuse("it would become too large to be read again");
-  if (!exists_) files_.MakeSureDirectoryPathExists(path_);
-  if (os::ReplaceFileSafely(path_, bytes_)) return true;
-  static_cast<void>(Console::Fail("cannot write " + Console::Shown(path_)));
-  return false;
+  // Where no folder can be made, writing the file tells why.
+  if (!exists_) files_.MakeSureDirectoryPathExists(path_).Ignore();
+  const os::Error error = os::ReplaceFileSafely(path_, bytes_);
+  if (error.Failed()) static_cast<void>(Console::Fail("cannot write " + Console::Shown(path_), error));
+  return error.Ok();
 }
 
 }  // namespace ovs

@@ -5,13 +5,15 @@
 #include <string>
 
 #include "base/Text.h"
+#include "os/Error.h"
 
 namespace ovs::os {
 
 struct ServiceEntry {
-  enum class Presence { NoManager, NotInstalled, Unknown, Installed };  // Unknown: the pending system error tells why
+  enum class Presence { NoManager, NotInstalled, Unknown, Installed };
 
   Presence presence = Presence::NoManager;
+  Error error;  // why it is unknown
   // Of an installed one.
   bool running = false;
   std::string state;      // such as "running"

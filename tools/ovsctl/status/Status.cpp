@@ -184,7 +184,7 @@ int ExitCodeOf(const StatusFacts& facts) {
     case Presence::NotInstalled:
       return kFailed;
     case Presence::Unknown:
-      return Console::Fail("the service control manager does not tell the service's state");
+      return Console::Fail("the service control manager does not tell the service's state", facts.service.error);
     case Presence::Installed:
       if (!facts.service.running) return kFindings;
       break;

@@ -3,9 +3,6 @@
 #include "diag/App_Debug.h"
 #include "monitor/GlobalExclusions.h"
 #include "monitor/RuleBook.h"
-#include "os/Clock.h"
-#include "os/FolderWatch.h"
-#include "os/PendingError.h"
 #include "ovsctl/cli/LogFiles.h"
 #include "ovsctl/mail/ServiceMail.h"
 
@@ -19,8 +16,8 @@ constexpr std::size_t kAlertsShown = 5;
 void LookAtRules(Installation& installation, StatusFacts& facts) {
   RuleBook book({.fileSystem = installation.FileSystem(),
                  .ini = installation.Ini(),
-                 .clock = os::SystemClock(),
-                 .watcher = os::SystemFolderWatcher()},
+                 .clock = installation.Machine().clock,
+                 .watcher = installation.Machine().folderWatcher},
                 installation.Settings());
   book.Refresh();
   for (const auto list : {GlobalExclusions::kIds, GlobalExclusions::kSources, GlobalExclusions::kTexts}) {
@@ -44,18 +41,17 @@ void LookAtMail(Installation& installation, StatusFacts& facts) {
 }
 
 void LookAtLogs(Installation& installation, StatusFacts& facts) {
-  const PendingErrorScope scope;
   os::Files& files = installation.FileSystem().Files();
   for (const Text& path : {installation.Settings().eventLogPath, installation.Settings().eventLogRuleNamesPath}) {
     os::FileInfo info;
-    const bool exists = files.Info(path, info);
+    const bool exists = files.Info(path, info).Ok();
     facts.logs.push_back({path, exists ? std::optional(info.size) : std::nullopt});
   }
   facts.lastAlerts = LastLines(files, installation.Settings().eventLogRuleNamesPath, kAlertsShown);
   facts.debugFolder =
       installation.Environment().DataFolder() + Text(kDebugLogsFolder) + u"\\" + installation.Environment().ProgramName();
   std::vector<os::DirEntry> entries;
-  static_cast<void>(files.List(facts.debugFolder, entries));
+  files.List(facts.debugFolder, entries).Ignore();
   for (const os::DirEntry& entry : entries) {
     if (entry.info.IsDirectory()) continue;
     ++facts.debugFiles;

@@ -4,7 +4,7 @@
 #include <iterator>
 
 #include "base/App_Strings.h"
-#include "os/PendingError.h"
+#include "diag/PendingError.h"
 #include "ovsctl/service/win32/ServiceControl.h"
 
 namespace ovs::os {

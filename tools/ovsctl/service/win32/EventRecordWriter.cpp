@@ -9,8 +9,8 @@
 
 #include "base/Encoding.h"
 #include "os/Files.h"
-#include "os/win32/Win32Error.h"
 #include "os/win32/Win32Text.h"
+#include "ovsctl/service/win32/ServiceControl.h"
 
 namespace ovs::win32 {
 
@@ -23,7 +23,7 @@ constexpr wchar_t kMessageFileValue[] = L"EventMessageFile";
 constexpr wchar_t kTypesValue[] = L"TypesSupported";
 constexpr DWORD kTypes = EVENTLOG_ERROR_TYPE | EVENTLOG_WARNING_TYPE | EVENTLOG_INFORMATION_TYPE;
 
-bool Result(LSTATUS error) { return error == ERROR_SUCCESS || Fail(static_cast<std::uint32_t>(error)); }
+bool Result(LSTATUS error) { return error == ERROR_SUCCESS || Fail(os::Error(static_cast<std::uint32_t>(error))); }
 
 // Looking first keeps this possible for whoever may read the key but not write it.
 bool HasValue(const wchar_t* name) {
@@ -85,8 +85,10 @@ bool AppendRecordToFeed(TextView path, TextView text) {
                                          {"Message", ToUtf8(text)},
                                          {"Logfile", "Application"},
                                          {"TimeGenerated", TimeNow()}};
-  const auto file = os::SystemFiles().OpenAppend(path);
-  return file != nullptr && file->Append(record.dump() + "\n");
+  std::unique_ptr<os::AppendFile> file;
+  os::Error error = os::SystemFiles().OpenAppend(path, file);
+  if (error.Ok()) error = file->Append(record.dump() + "\n");
+  return error.Ok() || Fail(error);
 }
 
 }  // namespace ovs::win32

@@ -7,10 +7,10 @@
 #include <memory>
 #include <vector>
 
+#include "diag/PendingError.h"
 #include "os/Files.h"
-#include "os/PendingError.h"
-#include "os/win32/Win32Error.h"
 #include "os/win32/Win32Text.h"
+#include "ovsctl/service/win32/ServiceControl.h"
 #include "platform/App_FilePath.h"
 
 namespace ovs::win32 {
@@ -39,7 +39,7 @@ struct OwnerAndList {
   PACL list = nullptr;
 };
 
-bool Result(DWORD error) { return error == ERROR_SUCCESS || Fail(error); }
+bool Result(DWORD error) { return error == ERROR_SUCCESS || Fail(os::Error(error)); }
 
 bool FromSddl(const wchar_t* sddl, OwnerAndList& out) {
   PSECURITY_DESCRIPTOR made = nullptr;
@@ -52,7 +52,7 @@ bool FromSddl(const wchar_t* sddl, OwnerAndList& out) {
     return FailLast();
   }
   // To set none would open the folder to everybody.
-  return (present && out.list != nullptr) || Fail(ERROR_INVALID_ACL);
+  return (present && out.list != nullptr) || Fail(os::Error(ERROR_INVALID_ACL));
 }
 
 bool Of(TextView path, OwnerAndList& out) {
@@ -99,12 +99,10 @@ bool OthersHave(const OwnerAndList& access, DWORD rights, bool inheritedToo) {
 
 bool IsLink(const os::FileInfo& info) { return (info.attributes & os::FileAttribute::kReparsePoint) != 0; }
 
-bool List(TextView folder, std::vector<os::DirEntry>& entries) { return os::SystemFiles().List(folder, entries); }
-
 // An empty list that is open to inheritance gives way to what the folder hands down.
 bool ResetBelow(TextView folder, const OwnerAndList& nothing) {
   std::vector<os::DirEntry> entries;
-  if (!List(folder, entries)) return false;
+  if (const os::Error error = os::SystemFiles().List(folder, entries); error.Failed()) return Fail(error);
   bool done = true;
   for (const os::DirEntry& entry : entries) {
     if (IsLink(entry.info)) continue;
@@ -117,7 +115,7 @@ bool ResetBelow(TextView folder, const OwnerAndList& nothing) {
 
 std::optional<Text> FindLinkBelow(TextView folder) {
   std::vector<os::DirEntry> entries;
-  static_cast<void>(List(folder, entries));
+  os::SystemFiles().List(folder, entries).Ignore();
   for (const os::DirEntry& entry : entries) {
     const Text path = App_FilePath::JoinPath(folder, entry.name);
     if (IsLink(entry.info)) return path;
@@ -147,9 +145,8 @@ bool ProtectFolder(TextView folder, FolderAccess access) {
 }
 
 std::optional<Text> FindLink(TextView folder) {
-  const PendingErrorScope scope;
   os::FileInfo info;
-  if (os::SystemFiles().Info(folder, info) && IsLink(info)) return Text(folder);
+  if (os::SystemFiles().Info(folder, info).Ok() && IsLink(info)) return Text(folder);
   return FindLinkBelow(folder);
 }
 

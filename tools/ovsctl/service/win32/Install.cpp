@@ -7,8 +7,7 @@
 #include <vector>
 
 #include "base/App_Strings.h"
-#include "os/PendingError.h"
-#include "os/win32/Win32Error.h"
+#include "diag/PendingError.h"
 #include "os/win32/Win32Text.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
@@ -115,7 +114,8 @@ bool Installer::IsOwnFolder() {
   static constexpr TextView kOwn[] = {
       u"OrvantaEventService*", u"ovsctl*", u"Config", u"EventLogs*", u"*.cfg", u"docs", u"*.md", u"*.txt", u"LICENSE*"};
   std::vector<os::DirEntry> entries;
-  if (!installation_.FileSystem().Files().List(folder_, entries)) {
+  if (const os::Error error = installation_.FileSystem().Files().List(folder_, entries); error.Failed()) {
+    Fail(error);
     static_cast<void>(FailAt("the application folder cannot be read"));
     return false;
   }
@@ -192,7 +192,7 @@ bool Installer::ProtectApplication() {
 bool Installer::ProtectConfig() {
   const MonitorSettings& settings = installation_.Settings();
   std::uint32_t reason = 0;
-  if (!installation_.FileSystem().EnsureDirExists(settings.rulesFolder, reason)) return Fail(reason);
+  if (!installation_.FileSystem().EnsureDirExists(settings.rulesFolder, reason)) return Fail(os::Error(reason));
   // Set on both, so that it holds for the rules wherever they are moved.
   if (!ProtectFolder(folder_ + u"Config", FolderAccess::Administrators) ||
       !ProtectFolder(settings.rulesFolder, FolderAccess::Administrators)) {
@@ -206,10 +206,10 @@ bool Installer::ProtectConfig() {
 bool Installer::ProtectData() {
   const Text folder = App_Strings::StripTrailingBackslash(installation_.Environment().DataFolder());
   std::uint32_t reason = 0;
-  if (!installation_.FileSystem().EnsureDirExists(folder, reason)) return Fail(reason);
+  if (!installation_.FileSystem().EnsureDirExists(folder, reason)) return Fail(os::Error(reason));
   if (const std::optional<Text> link = FindLink(folder)) {
     Console::Say("Remove " + Shown(*link) + ", which is a link to another place, and install again.");
-    return Fail(ERROR_CANT_ACCESS_FILE);
+    return Fail(os::Error(ERROR_CANT_ACCESS_FILE));
   }
   if (!ProtectFolder(folder, FolderAccess::Administrators)) return false;
   Console::Print("Debug logs: " + Shown(folder) + ", open to administrators and the system alone.");
@@ -221,7 +221,8 @@ bool Installer::WriteDefaults() {
   if (installation_.FileSystem().FileExist(ini)) {
     Console::Print("Settings: kept as they are.");
   } else {
-    if (!installation_.FileSystem().Files().Write(ini, DefaultSettings().content)) return false;
+    const os::Error error = installation_.FileSystem().Files().Write(ini, DefaultSettings().content);
+    if (error.Failed()) return Fail(error);
     Console::Print("Settings: Config\\Orvanta.ini written; nothing is mailed until it is filled in.");
   }
   return WriteDefaultRules();
@@ -231,13 +232,14 @@ bool Installer::WriteDefaultRules() {
   os::Files& files = installation_.FileSystem().Files();
   const Text& folder = installation_.Settings().rulesFolder;
   std::vector<os::DirEntry> entries;
-  if (!files.List(folder, entries)) return false;
+  if (const os::Error error = files.List(folder, entries); error.Failed()) return Fail(error);
   if (std::ranges::any_of(entries, [](const os::DirEntry& entry) { return MatchesMask(entry.name, u"*.DAT"); })) {
     Console::Print("Rules: kept as they are.");
     return true;
   }
   for (const DefaultFile& rule : DefaultRules()) {
-    if (!files.Write(App_FilePath::JoinPath(folder, rule.name), rule.content)) return false;
+    const os::Error error = files.Write(App_FilePath::JoinPath(folder, rule.name), rule.content);
+    if (error.Failed()) return Fail(error);
   }
   Console::Print("Rules: " + std::to_string(DefaultRules().size()) + " examples written.");
   return true;

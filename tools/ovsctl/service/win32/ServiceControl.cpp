@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "os/PendingError.h"
+#include "diag/PendingError.h"
 #include "os/win32/Win32Error.h"
 #include "os/win32/Win32Text.h"
 #include "ovsctl/cli/Console.h"
@@ -37,6 +37,13 @@ Text ProgramOf(TextView commandLine) {
 }
 
 }  // namespace
+
+bool Fail(os::Error error) noexcept {
+  FailPending(error);
+  return false;
+}
+
+bool FailLast() noexcept { return Fail(LastError()); }
 
 ServiceHandle OpenManager(DWORD rights) {
   ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, rights));
@@ -78,12 +85,11 @@ ServiceSetup SetupOf(SC_HANDLE service) {
 }
 
 int FailAt(std::string_view what) {
+  const os::Error error(TakePendingSystemError());
   for (const Advice& each : kAdvice) {
-    if (each.error != PendingSystemError()) continue;
-    TakePendingSystemError();
-    return Console::Fail(std::string(what) + ": " + each.text);
+    if (each.error == error.Number()) return Console::Fail(std::string(what) + ": " + each.text);
   }
-  return Console::Fail(what);
+  return Console::Fail(what, error);
 }
 
 }  // namespace ovs::win32
@@ -95,8 +101,8 @@ os::ServiceEntry os::LookAtService() {
   ServiceEntry entry;
   const win32::ServiceHandle service = win32::OpenEventService(SERVICE_QUERY_STATUS | SERVICE_QUERY_CONFIG);
   if (!service) {
-    const bool missing = PendingSystemError() == ERROR_SERVICE_DOES_NOT_EXIST;
-    if (missing) TakePendingSystemError();
+    entry.error = Error(TakePendingSystemError());
+    const bool missing = entry.error.Number() == ERROR_SERVICE_DOES_NOT_EXIST;
     entry.presence = missing ? ServiceEntry::Presence::NotInstalled : ServiceEntry::Presence::Unknown;
     return entry;
   }

@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "base/Text.h"
+#include "os/Error.h"
 #include "service/ServiceHost.h"
 
 namespace ovs::win32 {
@@ -16,6 +17,11 @@ struct ServiceCloser {
   void operator()(SC_HANDLE handle) const noexcept { CloseServiceHandle(handle); }
 };
 using ServiceHandle = std::unique_ptr<std::remove_pointer_t<SC_HANDLE>, ServiceCloser>;
+
+// Makes the error the pending one, which FailAt tells. False.
+bool Fail(os::Error error) noexcept;
+// The same with the calling thread's last error; to be called in the statement that failed.
+bool FailLast() noexcept;
 
 // Null, with the error pending, when the manager refuses or has no such service.
 [[nodiscard]] ServiceHandle OpenManager(DWORD rights);

@@ -2,7 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
-#include "os/PendingError.h"
+#include "diag/PendingError.h"
 #include "os/win32/Win32Error.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
@@ -17,10 +17,9 @@ namespace {
 bool IsSettled(DWORD state) { return state == SERVICE_RUNNING || state == SERVICE_STOPPED; }
 
 int FailToStart(SC_HANDLE service) {
-  const std::uint32_t error = PendingSystemError();
-  if (error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND) {
+  if (const os::Error error(PendingSystemError()); error.IsNotFound()) {
     const Text program = SetupOf(service).programPath;
-    return Console::Fail("the service cannot be started: its program is not there, " + Console::Shown(program));
+    return Console::Fail("the service cannot be started: its program is not there, " + Console::Shown(program), error);
   }
   return FailAt("the service cannot be started");
 }
@@ -28,8 +27,8 @@ int FailToStart(SC_HANDLE service) {
 // The service ended at once and left an error number.
 int FailToStay(SC_HANDLE service) {
   SERVICE_STATUS status{};
-  if (QueryServiceStatus(service, &status)) Fail(status.dwWin32ExitCode);
-  return Console::Fail("the service started and ended again; the System log and the service's debug log tell why");
+  const os::Error error(QueryServiceStatus(service, &status) ? status.dwWin32ExitCode : 0);
+  return Console::Fail("the service started and ended again; the System log and the service's debug log tell why", error);
 }
 
 // kDone when it runs, kFindings when it is still starting after that time.

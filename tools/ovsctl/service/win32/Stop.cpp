@@ -2,8 +2,8 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
+#include "diag/PendingError.h"
 #include "monitor/RecordKind.h"
-#include "os/PendingError.h"
 #include "os/System.h"
 #include "os/win32/Win32Error.h"
 #include "ovsctl/cli/Commands.h"

@@ -39,7 +39,7 @@ using Console::Style;
 // Found in nobody else's record.
 Text NewMark() {
   std::array<char, 8> bytes{};
-  if (!os::SystemCrypto().RandomBytes(bytes)) return NumberText(static_cast<std::int64_t>(GetTickCount64()));
+  if (os::SystemCrypto().RandomBytes(bytes).Failed()) return NumberText(static_cast<std::int64_t>(GetTickCount64()));
   Text mark;
   for (const char byte : bytes) mark += PaddedNumberText(static_cast<unsigned char>(byte), 3);
   return mark;

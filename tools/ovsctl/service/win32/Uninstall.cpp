@@ -9,9 +9,8 @@
 
 #include "base/App_Strings.h"
 #include "diag/App_Debug.h"
+#include "diag/PendingError.h"
 #include "monitor/GlobalExclusions.h"
-#include "os/PendingError.h"
-#include "os/win32/Win32Error.h"
 #include "os/win32/Win32Handle.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
@@ -69,25 +68,26 @@ class Purge {
   template <typename IsOurs>
   void Clear(const Text& folder, IsOurs isOurs, bool folderToo) {
     os::FileInfo info;
-    const PendingErrorScope scope;
-    if (!files_.Info(folder, info) || (info.attributes & os::FileAttribute::kReparsePoint) != 0) return;
+    if (files_.Info(folder, info).Failed() || (info.attributes & os::FileAttribute::kReparsePoint) != 0) return;
     std::vector<os::DirEntry> entries;
-    if (!files_.List(folder, entries)) return Note(folder);
+    if (const os::Error error = files_.List(folder, entries); error.Failed()) return Note(folder, error);
     std::size_t left = 0;
     for (const os::DirEntry& entry : entries) {
       if (entry.info.IsDirectory() || !isOurs(entry.name)) {
         ++left;
-      } else if (const Text path = App_FilePath::JoinPath(folder, entry.name); files_.Delete(path)) {
-        ++deleted_;
       } else {
-        Note(path);
+        const Text path = App_FilePath::JoinPath(folder, entry.name);
+        const os::Error error = files_.Delete(path);
+        error.Ok() ? static_cast<void>(++deleted_) : Note(path, error);
       }
     }
-    if (folderToo && left == 0 && !files_.RemoveDir(folder)) Note(folder);
+    if (!folderToo || left != 0) return;
+    if (const os::Error error = files_.RemoveDir(folder); error.Failed()) Note(folder, error);
   }
 
-  void Note(const Text& path) {
+  void Note(const Text& path, os::Error error) {
     failed_ = true;
+    Fail(error);
     static_cast<void>(FailAt("cannot delete " + Shown(path)));
   }
 

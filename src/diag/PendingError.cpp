@@ -1,4 +1,4 @@
-#include "os/PendingError.h"
+#include "diag/PendingError.h"
 
 namespace ovs {
 
@@ -6,7 +6,9 @@ namespace {
 thread_local std::uint32_t pendingNumber = 0;
 }  // namespace
 
-void SetPendingSystemError(std::uint32_t number) noexcept { pendingNumber = number; }
+void FailPending(os::Error error) noexcept {
+  if (error.Failed()) pendingNumber = error.Number();
+}
 
 std::uint32_t PendingSystemError() noexcept { return pendingNumber; }
 
