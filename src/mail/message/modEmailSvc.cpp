@@ -22,13 +22,6 @@ bool Replace(Text& setting, const Text& value) {
   return !value.empty();
 }
 
-void ReplaceNumber(std::int32_t& setting, TextView key, TextView value) {
-  if (value.empty()) return;
-  const std::optional<std::int32_t> number = ParseInt32(App_Strings::TrimBlanks(value));
-  if (!number) throw RuntimeError(RuntimeErrorNumber::kTypeMismatch, Text(u"[EmailConfig] ").append(key) + u" is no number");
-  setting = *number;
-}
-
 Text Mailbox(TextView name, TextView address) {
   return Text(u"\"").append(name).append(u"\" <").append(address).append(u">");
 }
@@ -60,10 +53,10 @@ std::vector<modEmailSvc::Copy> modEmailSvc::AlertCopies(const PlainIni& ini) {
   Copy technician = TechnicianCopy(ini);
   const bool clientWantsEvents = MachineValue(kOldClientKey, u"EmailClientEvents") == u"1";
   if (Text client = MachineValue(kOldClientKey, u"ClientEmail"); clientWantsEvents && !client.empty()) {
-    const Text name = parts_.ini.ReadINI(ini, configIniPath_, u"EmailConfig", u"AdminName");
+    const Text name = parts_.ini.ReadINI(ini, configIniPath_, MainSettings::kAdminName);
     copies.push_back({std::move(client), Mailbox(name, technician.to), true});
   }
-  const bool technicianWantsEvents = parts_.ini.ReadINI(ini, configIniPath_, u"EmailOptions", u"EmailAdminEvents") == u"1";
+  const bool technicianWantsEvents = parts_.ini.IsOn(ini, configIniPath_, MainSettings::kEmailAdminEvents);
   if (technicianWantsEvents && !technician.to.empty()) copies.push_back(std::move(technician));
   return copies;
 }
@@ -71,13 +64,19 @@ std::vector<modEmailSvc::Copy> modEmailSvc::AlertCopies(const PlainIni& ini) {
 modEmailSvc::Copy modEmailSvc::TechnicianCopy() { return TechnicianCopy(LoadSettings()); }
 
 modEmailSvc::Copy modEmailSvc::TechnicianCopy(const PlainIni& ini) {
-  Text technician = parts_.ini.ReadINI(ini, configIniPath_, u"EmailConfig", u"AdminEmail");
+  Text technician = parts_.ini.ReadINI(ini, configIniPath_, MainSettings::kAdminEmail);
   const Text client = MachineValue(kOldClientKey, u"ClientEmail");
   Text sender = Mailbox(MachineValue(kOldClientKey, u"ClientIdentifier"), client.empty() ? technician : client);
   return {std::move(technician), std::move(sender), false};
 }
 
 // --- settings
+
+std::int32_t modEmailSvc::NumberOf(const SettingName& setting, TextView value) {
+  if (const std::optional<std::int32_t> number = ParseInt32(App_Strings::TrimBlanks(value))) return *number;
+  throw RuntimeError(RuntimeErrorNumber::kTypeMismatch,
+                     Text(u"[").append(setting.section).append(u"] ").append(setting.key).append(u" is no number"));
+}
 
 PlainIni modEmailSvc::LoadSettings() {
   PlainIni ini;
@@ -101,24 +100,31 @@ bool modEmailSvc::TakeConfig(const PlainIni* known, Text& problem) {
 }
 
 bool modEmailSvc::TakeServer(const PlainIni& ini, Text& problem) {
-  const auto read = [&](TextView key) { return parts_.ini.ReadINI(ini, configIniPath_, u"EmailConfig", key); };
-  SmtpServer& server = settings_.server;
+  using namespace MainSettings;
   Text missing;
-  if (!Replace(settings_.technicianAddress, read(u"AdminEmail"))) missing += u" AdminEmail";
-  if (!Replace(server.host, read(u"SMTPServer"))) missing += u" SMTPServer";
-  if (!Replace(settings_.port, read(u"SMTPPort"))) missing += u" SMTPPort";
-  Replace(server.username, read(u"SMTPUserName"));
+  const auto take = [&](Text& to, const SettingName& setting) {
+    if (!Replace(to, parts_.ini.ReadINI(ini, configIniPath_, setting))) missing.append(u" ").append(setting.key);
+  };
+  const auto takeNumber = [&](std::int32_t& to, const SettingName& setting) {
+    const Text value = parts_.ini.ReadINI(ini, configIniPath_, setting);
+    if (!value.empty()) to = NumberOf(setting, value);
+  };
+  SmtpServer& server = settings_.server;
+  take(settings_.technicianAddress, kAdminEmail);
+  take(server.host, kSmtpServer);
+  take(settings_.port, kSmtpPort);
+  Replace(server.username, parts_.ini.ReadINI(ini, configIniPath_, kSmtpUserName));
   if (!TakePassword(ini, problem)) return false;
-  ReplaceNumber(server.autoFix, u"AutoFix", read(u"AutoFix"));
-  ReplaceNumber(server.sslType, u"UseSSL", read(u"UseSSL"));
-  ReplaceNumber(server.authMethod, u"SMTPAuth", read(u"SMTPAuth"));
+  takeNumber(server.autoFix, kAutoFix);
+  takeNumber(server.sslType, kUseSsl);
+  takeNumber(server.authMethod, kSmtpAuth);
   if (!missing.empty()) problem = u"Nothing can be mailed, [EmailConfig] lacks:" + missing;
   return missing.empty();
 }
 
 // Neither form of the password may become a value of a traced procedure: short ones are not masked there.
 bool modEmailSvc::TakePassword(const PlainIni& ini, Text& problem) {
-  Text stored = ProfileValue(ini.RawValue(u"EmailConfig", u"SMTPPassword").value_or(TextView()));
+  Text stored = ProfileValue(ini.RawValue(MainSettings::kSmtpPassword).value_or(TextView()));
   const WipeAtEnd storedWiped(stored);
   if (stored.empty()) return true;
   Diagnostics().AddSecret(stored);

@@ -101,6 +101,8 @@ class modEmailSvc final : public AlertMailer {
     Text address;
   };
 
+  // The whole number that the text is; throws RuntimeError when it is none.
+  [[nodiscard]] static std::int32_t NumberOf(const SettingName& setting, TextView value);
   // The main settings file as it is now; without keys when it is missing or unusable.
   [[nodiscard]] PlainIni LoadSettings();
   [[nodiscard]] std::vector<Copy> AlertCopies(const PlainIni& ini);

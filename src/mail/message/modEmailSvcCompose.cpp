@@ -1,7 +1,5 @@
 // The composition of one mail: kinds of recipients, body, attachments.
 #include "base/App_Strings.h"
-#include "base/Numbers.h"
-#include "base/RuntimeError.h"
 #include "diag/Proc.h"
 #include "mail/message/modEmailSvc.h"
 #include "platform/App_FilePath.h"
@@ -17,12 +15,6 @@ constexpr TextView kModule = u"modEmailSvc";
 constexpr TextView kBodyTail = u"\r\n---\r\nThis message sent by ";
 
 bool IsWithin(std::int32_t value, std::int32_t last) { return value >= 0 && value <= last; }
-
-std::int32_t PortNumber(TextView text) {
-  const std::optional<std::int32_t> port = ParseInt32(App_Strings::TrimBlanks(text));
-  if (!port) throw RuntimeError(RuntimeErrorNumber::kTypeMismatch, u"[EmailConfig] SMTPPort is no number");
-  return *port;
-}
 
 Text SubjectTag(TextView identifier, TextView name) {
   return identifier.empty() ? Text() : Text(identifier).append(u" (").append(name).append(u")");
@@ -113,7 +105,7 @@ MailParts modEmailSvc::PartsOfMail() const {
 void modEmailSvc::SetServer(SmtpServer& server) const {
   const SmtpServer& own = settings_.server;
   server.host = own.host;
-  server.port = PortNumber(settings_.port);
+  server.port = NumberOf(MainSettings::kSmtpPort, settings_.port);
   server.username = own.username;
   server.password = own.password;
   server.autoFix = own.autoFix;
@@ -151,12 +143,12 @@ std::vector<Text> modEmailSvc::FilesToAttach(TextView attachmentPath) {
 // --- body
 
 bool modEmailSvc::IsTechnician(const PlainIni& ini, TextView address) {
-  const Text support = parts_.ini.ReadINI(ini, configIniPath_, u"Branding", u"SupportEmail");
+  const Text support = parts_.ini.ReadINI(ini, configIniPath_, MainSettings::kSupportEmail);
   return App_Strings::StringsMatch(settings_.technicianAddress, address) || App_Strings::StringsMatch(support, address);
 }
 
 Text modEmailSvc::BodyHead(const PlainIni& ini) {
-  return parts_.ini.ReadINI(ini, configIniPath_, u"Branding", u"AppName") + u" Event Service - Auto Generated Email\r\n\r\n";
+  return parts_.ini.ReadINI(ini, configIniPath_, MainSettings::kAppName) + u" Event Service - Auto Generated Email\r\n\r\n";
 }
 
 // The second key counts even when it has nothing, so what the first one has never shows.

@@ -11,7 +11,6 @@ namespace ovs {
 namespace {
 
 constexpr TextView kModule = u"vtxEmail";
-constexpr TextView kPasswordKey = u"Email.SMTP.Password";
 
 }  // namespace
 
@@ -82,28 +81,30 @@ void vtxEmail::AddFileAttachmentsFromPath(TextView path, TextView mask, std::int
 
 bool vtxEmail::HasSmtpPassword(bool test) const {
   Proc proc(kModule, u"HasSmtpPassword", ProcKind::Function);
-  return proc.Run(false, [&] { return HasSetting((test ? u"Test." : u"") + Text(kPasswordKey)); });
+  return proc.Run(
+      false, [&] { return parts_.store.SettingExist((test ? u"Test." : u"") + Text(ProgramSettings::kSmtpPassword.key)); });
 }
 
 bool vtxEmail::SetDefaultEmailConfig() {
   Proc proc(kModule, u"SetDefaultEmailConfig", ProcKind::Function);
+  using namespace ProgramSettings;
   return proc.Run(false, [&] {
-    SmtpAutoFix = HasSetting(u"Email.SMTP.AutoFix") ? NumberSetting(u"Email.SMTP.AutoFix") : 1;
-    SmtpUsername = Setting(u"Email.SMTP.Username");
-    Text password = Setting(kPasswordKey);
+    SmtpAutoFix = parts_.store.SettingExist(kSmtpAutoFix.key) ? parts_.store.GetLong(kSmtpAutoFix) : 1;
+    SmtpUsername = parts_.store.GetString(kSmtpUsername);
+    Text password = parts_.store.GetString(kSmtpPassword);
     const WipeAtEnd wiped(password);
     SmtpPassword = password;
-    SmtpHost = Setting(u"Email.SMTP.Host");
-    SmtpPort = NumberSetting(u"Email.SMTP.Port");
-    SmtpSSLType = NumberSetting(u"Email.SMTP.SSLType");
-    if (HasSetting(u"Email.SMTP.AuthMethod")) {
-      SmtpAuthMethod = NumberSetting(u"Email.SMTP.AuthMethod");
-    } else if (HasSetting(kPasswordKey)) {
+    SmtpHost = parts_.store.GetString(kSmtpHost);
+    SmtpPort = parts_.store.GetLong(kSmtpPort);
+    SmtpSSLType = parts_.store.GetLong(kSmtpSslType);
+    if (parts_.store.SettingExist(kSmtpAuthMethod.key)) {
+      SmtpAuthMethod = parts_.store.GetLong(kSmtpAuthMethod);
+    } else if (parts_.store.SettingExist(kSmtpPassword.key)) {
       SmtpAuthMethod = kAuthLogin;
     }
-    EmailFrom = Setting(u"Email.From");
-    EmailReplyTo = Setting(u"Email.ReplyTo");
-    EmailTo = Setting(u"Email.To");
+    EmailFrom = parts_.store.GetString(kEmailFrom);
+    EmailReplyTo = parts_.store.GetString(kEmailReplyTo);
+    EmailTo = parts_.store.GetString(kEmailTo);
     EmailBodyTailMsg = u"\r\n\r\nThis message sent by  -  " + parts_.environment.AppTitle_VersionForced();
     return SendReady();
   });
@@ -121,11 +122,5 @@ TextView vtxEmail::MissingSetting() const {
 bool vtxEmail::ShowCriticalUserMsgs() const {
   return ShowSuccessMsgs || ShowErrorMsgs || !parts_.environment.AutomaticMode() || showCriticalUserMsgs_;
 }
-
-Text vtxEmail::Setting(TextView key) const { return parts_.store.GetString(key); }
-
-bool vtxEmail::HasSetting(TextView key) const { return parts_.store.SettingExist(key); }
-
-std::int32_t vtxEmail::NumberSetting(TextView key) const { return parts_.store.GetLong(key); }
 
 }  // namespace ovs

@@ -128,9 +128,6 @@ class vtxEmail {
  private:
   void SetLogValue(Text& value, TextView label, TextView text);
   [[nodiscard]] TextView MissingSetting() const;
-  [[nodiscard]] Text Setting(TextView key) const;
-  [[nodiscard]] bool HasSetting(TextView key) const;
-  [[nodiscard]] std::int32_t NumberSetting(TextView key) const;
 
   // vtxEmailSend.cpp
   [[nodiscard]] bool Send(class Proc& proc, bool useChilkat);
@@ -150,7 +147,7 @@ class vtxEmail {
   bool SendByMailComponent(class Proc& proc);
   [[nodiscard]] Text FailVariables() const;
   [[nodiscard]] SmtpServer Server() const;
-  [[nodiscard]] std::int32_t SecondsSetting(TextView key, std::int32_t initial) const;
+  [[nodiscard]] std::int32_t SecondsSetting(const SettingName& setting, std::int32_t initial) const;
   [[nodiscard]] MailMessage Message();
   [[nodiscard]] Text Recipients(TextView addresses);
   void ComposeWith(class Proc& proc, MailComponent& component, TextView refusedText);

@@ -13,7 +13,6 @@ namespace ovs {
 namespace {
 
 constexpr TextView kModule = u"vtxEmail";
-constexpr TextView kUnlockKey = u"Email.Chilkat.UnlockCode";
 
 // True when `line`, the text without control characters, differs from it outside of double quotes.
 bool BreaksOutsideQuotes(TextView text, TextView line) {
@@ -29,9 +28,9 @@ bool BreaksOutsideQuotes(TextView text, TextView line) {
 
 ClosedComponentOptions vtxEmail::ComponentOptions() const {
   ClosedComponentOptions options;
-  options.unlockCode = Setting(kUnlockKey);
-  options.verboseLogging = parts_.store.GetBool(u"Debug.Chilkat.Verbose");
-  if (!parts_.store.GetBool(u"Debug.Chilkat.WriteLogFiles")) return options;
+  options.unlockCode = parts_.store.GetString(ProgramSettings::kChilkatUnlockCode);
+  options.verboseLogging = parts_.store.GetBool(ProgramSettings::kChilkatVerbose);
+  if (!parts_.store.GetBool(ProgramSettings::kChilkatWriteLogFiles)) return options;
   const Text end = u"(" + parts_.environment.ProcessIdText() + u").log";
   options.mailManDebugLog = Diagnostics().DebugLogPath(true) + u"ckMailMan_Debug" + end;
   options.emailDebugLog = Diagnostics().DebugLogPath(true) + u"ckEmail_Debug" + end;
@@ -105,20 +104,19 @@ Text vtxEmail::FailVariables() const { return u"SmtpFailReason=" + failReason_ +
 SmtpServer vtxEmail::Server() const {
   SmtpServer server = Smtp;
   for (Text* const line : {&server.host, &server.username, &server.loginDomain}) *line = MailHeaders::OneLine(*line);
-  server.connectSeconds = SecondsSetting(u"Email.SMTP.ConnectTimeout", server.connectSeconds);
-  server.sendSeconds = SecondsSetting(u"Email.SMTP.SendTimeout", server.sendSeconds);
-  server.caFile = Setting(u"Email.SMTP.CAFile");
-  server.allowUntrusted = Setting(u"Email.SMTP.AllowUntrusted") == u"1";
+  server.connectSeconds = SecondsSetting(ProgramSettings::kSmtpConnectTimeout, server.connectSeconds);
+  server.sendSeconds = SecondsSetting(ProgramSettings::kSmtpSendTimeout, server.sendSeconds);
+  server.caFile = parts_.store.GetString(ProgramSettings::kSmtpCaFile);
+  server.allowUntrusted = parts_.store.GetString(ProgramSettings::kSmtpAllowUntrusted) == u"1";
   return server;
 }
 
-std::int32_t vtxEmail::SecondsSetting(TextView key, std::int32_t initial) const {
-  constexpr std::int32_t kMost = 3600;
-  if (!HasSetting(key)) return initial;
-  const std::int32_t seconds = NumberSetting(key);
-  if (seconds >= 1 && seconds <= kMost) return seconds;
-  Debug::dLog(kNoProc, u"Setting [" + Text(key) + u"] is not a number of seconds from 1 to 3600; " + NumberText(initial) +
-                           u" is used");
+std::int32_t vtxEmail::SecondsSetting(const SettingName& setting, std::int32_t initial) const {
+  if (!parts_.store.SettingExist(setting.key)) return initial;
+  const std::int32_t seconds = parts_.store.GetLong(setting);
+  if (seconds >= setting.least && seconds <= setting.most) return seconds;
+  Debug::dLog(kNoProc, u"Setting [" + Text(setting.key) + u"] is not a number of seconds from " + NumberText(setting.least) +
+                           u" to " + NumberText(setting.most) + u"; " + NumberText(initial) + u" is used");
   return initial;
 }
 
@@ -204,7 +202,8 @@ bool vtxEmail::ckZipFileCollection(const std::vector<Text>& files, TextView zipP
   proc.ByVal(u"sZipFile", zipPath);
   return proc.Run(false, [&] {
     if (files.empty()) return false;
-    const std::unique_ptr<ZipArchive> archive = parts_.engines.NewZip(Setting(kUnlockKey));
+    const std::unique_ptr<ZipArchive> archive =
+        parts_.engines.NewZip(parts_.store.GetString(ProgramSettings::kChilkatUnlockCode));
     if (!archive->Create(zipPath)) {
       log_.AddLine(u"CreateZipError=" + archive->LastErrorText());
       return false;

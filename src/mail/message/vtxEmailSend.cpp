@@ -89,7 +89,7 @@ void vtxEmail::PackAttachments(Proc& proc) {
 }
 
 void vtxEmail::PromptForSubject() {
-  const bool wanted = parts_.store.GetBool(u"Email.PromptForSubject");
+  const bool wanted = parts_.store.GetBool(ProgramSettings::kPromptForSubject);
   if (!wanted || parts_.environment.AutomaticMode()) return;
   const std::optional<Text> reply = parts_.user.InputBox(u"Email Subject", u"Modify Subject Line", EmailSubject);
   if (reply && !reply->empty()) EmailSubject = *reply;
