@@ -44,7 +44,7 @@ class App_Debug {
 
   // Every entry that is written (not the demoted or suppressed ones) also goes to this listener: the service's console
   // tools and the tests look here. Null for none. It must not log.
-  using EntryListener = std::function<void(TextView entry)>;
+  using EntryListener = std::function<void(TextView entry, EventType type)>;
   void SetEntryListener(EntryListener listener);
 
   // Text of a Windows system error number, NULs removed and trimmed; a fixed failure text when the system has none.

@@ -70,7 +70,7 @@ void DebugLog::Deliver(DebugMessage parts) {
     system_->DebugOutput(u"\r\n" + secrets_.Masked(ConstructDebugMsg(parts)));
   }
   AddEntry(entry);
-  if (listener_) listener_(entry);
+  if (listener_) listener_(entry, parts.type);
 }
 
 void DebugLog::AddEntry(TextView entry) {

@@ -26,7 +26,7 @@ class DebugLog {
     bool systemOutput = false;
     Text systemOutputPrefix;
   };
-  using Listener = std::function<void(TextView entry)>;
+  using Listener = std::function<void(TextView entry, EventType type)>;
 
   // Both must outlive the log.
   DebugLog(const SecretMask& secrets, const EntryClock& clock) : secrets_(secrets), clock_(clock) {}

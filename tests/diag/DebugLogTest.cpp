@@ -114,7 +114,7 @@ TEST_F(DebugLog, ExpectedErrorsBecomeVerboseNotes) {
 TEST_F(DebugLog, DebuggerOutputComesFirstAndHasThePrefix) {
   debug.SetSwitches({.systemOutput = true, .systemOutputPrefix = u"Ovs"});
   std::size_t outputsBefore = 0;
-  debug.SetEntryListener([&](TextView) {
+  debug.SetEntryListener([&](TextView, EventType) {
     outputsBefore = system.debugOutput.size();
     debug.dLog(kNoProc, u"a listener that logs");  // counted, no more
   });
@@ -125,7 +125,7 @@ TEST_F(DebugLog, DebuggerOutputComesFirstAndHasThePrefix) {
   EXPECT_EQ(system.debugOutput,
             (std::vector<Text>{u"\r\n-1 Normal\r\n[Ovs]  hello", u"\r\n-1 Normal\r\n[Ovs]  No Msg Passed!", u"raw"}));
   EXPECT_EQ(debug.Counters().normal, 4u);
-  debug.SetEntryListener([](TextView) { throw std::runtime_error("a listener that throws"); });
+  debug.SetEntryListener([](TextView, EventType) { throw std::runtime_error("a listener that throws"); });
   debug.dLog(kNoProc, u"x");
   debug.SetEntryListener(nullptr);
   debug.SetSwitches({});

@@ -20,7 +20,7 @@ constexpr const char* kOpenRule = "[LogFile]\r\nSystem=1\r\n[EventType]\r\nError
 class FilterTest : public ::testing::Test {
  protected:
   FilterTest() : diagnostics_(debug) {
-    debug.SetEntryListener([this](TextView entry) { entries.emplace_back(entry); });
+    debug.SetEntryListener([this](TextView entry, EventType /*type*/) { entries.emplace_back(entry); });
     folder.Monitoring("DiskEvents=1\r\nEventEmails=1\r\n");
   }
 

@@ -34,7 +34,7 @@ class RegistryTest : public ::testing::Test {
     DebugSwitches switches = debug.Switches();
     switches.verbose = true;
     debug.SetSwitches(switches);
-    debug.SetEntryListener([this](TextView entry) { log.append(entry); });
+    debug.SetEntryListener([this](TextView entry, EventType /*type*/) { log.append(entry); });
   }
   bool Logged(TextView text) const { return log.find(text) != Text::npos; }
 

@@ -129,7 +129,7 @@ json Send(MailEngines& engines, const json& request) {
   for (const json& path : attachments) mail.AddFileAttachment(PathOf(path));
 
   std::vector<std::string> entries;
-  Diagnostics().SetEntryListener([&](TextView entry) { entries.push_back(ToUtf8(entry)); });
+  Diagnostics().SetEntryListener([&](TextView entry, EventType /*type*/) { entries.push_back(ToUtf8(entry)); });
   const auto start = std::chrono::steady_clock::now();
   const bool sent = mail.SendEmail(request.value("useChilkat", false));
   const std::chrono::duration<double> passed = std::chrono::steady_clock::now() - start;

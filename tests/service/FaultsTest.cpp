@@ -50,7 +50,7 @@ class ServiceRun {
   void Fail(std::uint64_t call, os::Error error) { machine.files.FailCall(call, error); }
 
   void Go() {
-    debug.SetEntryListener([this](TextView entry) { entries.emplace_back(entry); });
+    debug.SetEntryListener([this](TextView entry, EventType /*type*/) { entries.emplace_back(entry); });
     EventService(machine.Ports(), {.host = host, .source = source, .mailEngines = faultyEngines}).Run();
     debug.SetEntryListener({});
   }

@@ -24,7 +24,7 @@ class DiagTest : public ::testing::Test {
   DiagTest() {
     ClearPending();
     debug.Attach({&files, &clock, &zone, &system, &ticker}, Environment());
-    debug.SetEntryListener([this](TextView entry) { entries.emplace_back(entry); });
+    debug.SetEntryListener([this](TextView entry, EventType /*type*/) { entries.emplace_back(entry); });
   }
   ~DiagTest() override { ClearPending(); }
 

@@ -23,7 +23,7 @@ class PlatformTest : public ::testing::Test {
     DebugSwitches switches = debug.Switches();
     switches.verbose = true;
     debug.SetSwitches(switches);
-    debug.SetEntryListener([this](TextView entry) { log.append(entry).append(u"\r\n"); });
+    debug.SetEntryListener([this](TextView entry, EventType /*type*/) { log.append(entry).append(u"\r\n"); });
     TakePendingSystemError();
   }
   // No helper leaves a failure behind that a later, unrelated entry would report.

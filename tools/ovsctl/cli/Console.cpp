@@ -123,7 +123,7 @@ std::string Shown(TextView text, std::size_t mostCharacters) {
 }
 
 void ShowDebugEntries() {
-  Diagnostics().SetEntryListener([](TextView entry) {
+  Diagnostics().SetEntryListener([](TextView entry, EventType /*type*/) {
     std::string shown;
     for (const Text& line : App_Strings::Split(entry, u"\r\n")) shown += (shown.empty() ? "" : "\n") + Shown(line);
     Say(shown + "\n");

@@ -1,6 +1,9 @@
-#include "ovsctl/explain/Explain.h"
-
+// ovsctl explain: what the service would do with a record, rule by rule, and why.
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <memory>
 #include <optional>
+#include <string>
 
 #include "base/Encoding.h"
 #include "events/EventRecord.h"
@@ -14,6 +17,17 @@
 namespace ovs {
 
 namespace {
+
+struct ExplainOptions {
+  std::string applicationFolder;
+  std::string recordsFile;  // empty: the live log
+  std::string liveLog;
+  std::uint64_t last = 1;    // of the live log
+  std::uint64_t record = 0;  // only that one of the file; 0: every one
+  std::string rule;          // only that rule; empty: all
+  bool all = false;          // not only the first 20 records
+  bool json = false;
+};
 
 constexpr std::uint64_t kMostUnlessAll = 20;
 
@@ -103,8 +117,7 @@ class Explaining {
   std::uint64_t bad_ = 0;
 };
 
-}  // namespace
-
+// kDone; kFindings when a piece of the file was no record; kFailed when nothing could be explained.
 int RunExplain(const ExplainOptions& options) {
   if (options.recordsFile.empty() == options.liveLog.empty()) {
     return Console::Fail("give either a file of records or --live LOG");
@@ -113,6 +126,34 @@ int RunExplain(const ExplainOptions& options) {
   if (!installation) return kFailed;
   Console::ShowDebugEntries();
   return Explaining(*installation, options).Run();
+}
+
+}  // namespace
+
+void AddExplainCommand(Program& program) {
+  const auto options = std::make_shared<ExplainOptions>();
+  CLI::App* const command = AddCommand(
+      program,
+      {.name = "explain",
+       .purpose = "Tell what the service would do with a record and why: for each rule that does not match the first "
+                  "condition that failed, then exclusions and the disk check.",
+       .examples = "ovsctl explain --app C:\\Orvanta records.jsonl\n"
+                   "ovsctl explain exported.xml --record 3 --rule \"Failed logon\"\n"
+                   "ovsctl explain --live System --last 5"},
+      [options] { return RunExplain(*options); });
+  AddAppOption(*command, options->applicationFolder);
+  command->add_option("records", options->recordsFile,
+                      "File of records: one JSON object a line, or the XML of wevtutil qe LOG /f:RenderedXml");
+  command->add_option("--record", options->record, "Only the N-th record of the file")
+      ->type_name("N")
+      ->check(CLI::PositiveNumber);
+  command->add_flag("--all", options->all, "Every record of the file, not only the first 20");
+  command->add_option("--live", options->liveLog, "Take records of this log of the machine (Windows)")->type_name("LOG");
+  command->add_option("--last", options->last, "With --live: the newest N records, oldest first (default: 1)")
+      ->type_name("N")
+      ->check(CLI::Range(1, 100000));
+  command->add_option("--rule", options->rule, "Only the rule of this name")->type_name("NAME");
+  command->add_flag("--json", options->json, "Print one JSON object a record");
 }
 
 }  // namespace ovs

@@ -1,7 +1,9 @@
-#include "ovsctl/mail/TestMail.h"
-
+// ovsctl test-mail: one mail on the way of the alerts, told step by step.
+#include <CLI/CLI.hpp>
 #include <algorithm>
+#include <memory>
 #include <nlohmann/json.hpp>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -14,6 +16,13 @@
 namespace ovs {
 
 namespace {
+
+struct TestMailOptions {
+  std::string applicationFolder;
+  std::string to;  // empty: the technician of the settings
+  bool session = false;
+  bool json = false;
+};
 
 using Console::Style;
 
@@ -108,8 +117,7 @@ void SayWhereAlertsGo(Installation& installation, modEmailSvc& module) {
   }
 }
 
-}  // namespace
-
+// kDone when the server took the mail for every recipient, kFindings when it did not, kFailed when nothing could be tried.
 int RunTestMail(const TestMailOptions& options) {
   const std::unique_ptr<Installation> installation = Installation::Open(options.applicationFolder);
   if (!installation) return kFailed;
@@ -133,6 +141,28 @@ int RunTestMail(const TestMailOptions& options) {
     for (const MailOutcome& each : mails) PrintMail(each, options.session);
   }
   return std::ranges::all_of(mails, WentWell) ? kDone : kFindings;
+}
+
+}  // namespace
+
+void AddTestMailCommand(Program& program) {
+  const auto options = std::make_shared<TestMailOptions>();
+  CLI::App* const command = AddCommand(
+      program,
+      {.name = "test-mail",
+       .purpose =
+           "Send one mail with the settings in force, as the service sends its alerts, and tell each step: name look-up, "
+           "connection, TLS and certificate, login, recipients, acceptance. Passwords are never shown.",
+       .examples = "ovsctl test-mail\n"
+                   "ovsctl test-mail --to jane@example.com --session"},
+      [options] { return RunTestMail(*options); });
+  AddAppOption(*command, options->applicationFolder);
+  command
+      ->add_option("--to", options->to,
+                   "Send it to this address (default: the technician, AdminEmail in Config\\Orvanta.ini)")
+      ->type_name("ADDRESS");
+  command->add_flag("--session", options->session, "Also show what was said between this program and the mail server");
+  command->add_flag("--json", options->json, "Print the result as one JSON object");
 }
 
 }  // namespace ovs

@@ -25,17 +25,59 @@ namespace ovs {
 
 namespace {
 
+// Says each thing once. While it lives, the errors that the service's code meets are said as well.
+class Notes {
+ public:
+  Notes() {
+    Diagnostics().SetEntryListener([this](TextView entry, EventType type) {
+      if (IsErrorType(type)) TakeError(entry);
+    });
+  }
+  ~Notes() { Diagnostics().SetEntryListener({}); }
+  Notes(const Notes&) = delete;
+  Notes& operator=(const Notes&) = delete;
+
+  void Say(TextView note) {
+    if (IsNew(note)) Console::Say("ovsctl: " + Console::Shown(note));
+  }
+  void Say(const std::vector<FileProblem>& problems) {
+    for (const FileProblem& each : problems) Say(each.Sentence());
+  }
+
+ private:
+  bool IsNew(TextView note) {
+    constexpr std::size_t kMostKnown = 10'000;
+    if (known_.size() >= kMostKnown) known_.clear();
+    return known_.emplace(note).second;
+  }
+
+  // The first two lines of an entry tell when and where it was made.
+  void TakeError(TextView entry) {
+    const std::size_t where = entry.find(kCrLf);
+    const std::size_t what = entry.find(kCrLf, where == TextView::npos ? where : where + kCrLf.size());
+    if (!IsNew(what == TextView::npos ? entry : entry.substr(what))) return;
+    std::string shown;
+    for (const Text& line : App_Strings::Split(entry, kCrLf)) shown += Console::Shown(line) + "\n";
+    Console::Say(shown);
+  }
+
+  std::unordered_set<Text> known_;
+};
+
 // Takes the alerts that the rule engine hands to e-mail, and sends them when told to.
 class ReplayMailer final : public AlertMailer {
  public:
-  ReplayMailer(ReplayStatistics& statistics, ServiceMail& mail, bool send)
-      : statistics_(statistics), mail_(mail), send_(send) {}
+  ReplayMailer(ReplayStatistics& statistics, ServiceMail& mail, Notes& notes, bool send)
+      : statistics_(statistics), mail_(mail), notes_(notes), send_(send) {}
 
   Text SendEventsEmail(TextView subject, TextView body, TextView attachmentPath) override {
     statistics_.AlertMailed();
     if (!send_) return {};
     mail_.Module().SendEventsEmail(subject, body, attachmentPath);
-    for (const MailOutcome& each : mail_.TakeOutcomes()) ++(each.sent ? sent_ : notSent_);
+    for (const MailOutcome& each : mail_.TakeOutcomes()) {
+      ++(each.sent ? sent_ : notSent_);
+      if (!each.sent) notes_.Say(u"no mail to " + each.to + u": " + each.reason);
+    }
     return {};
   }
 
@@ -45,41 +87,10 @@ class ReplayMailer final : public AlertMailer {
  private:
   ReplayStatistics& statistics_;
   ServiceMail& mail_;
+  Notes& notes_;
   bool send_;
   std::uint64_t sent_ = 0;
   std::uint64_t notSent_ = 0;
-};
-
-// Shows what the service notes, but each thing once, and not that it works as it should.
-class Notes {
- public:
-  Notes() {
-    Diagnostics().SetEntryListener([this](TextView entry) { Take(entry); });
-  }
-  ~Notes() { Diagnostics().SetEntryListener({}); }
-  Notes(const Notes&) = delete;
-  Notes& operator=(const Notes&) = delete;
-
- private:
-  // The first two lines of an entry tell when and where it was made.
-  void Take(TextView entry) {
-    constexpr std::size_t kMostKnown = 10'000;
-    static constexpr TextView kRoutine[] = {u"DoAction Initiated", kSendingEntry, kComponentSentEntry, u"Mail engines: "};
-    const auto isRoutine = [](TextView line) {
-      return std::ranges::any_of(kRoutine, [&](TextView beginning) { return line.starts_with(beginning); });
-    };
-    const std::vector<Text> lines = App_Strings::Split(entry, u"\r\n");
-    Text body;
-    for (std::size_t i = std::min<std::size_t>(2, lines.size()); i < lines.size(); ++i) body += lines[i] + u"\r\n";
-    if (lines.size() == 3 && isRoutine(lines.back())) return;
-    if (known_.size() >= kMostKnown) known_.clear();
-    if (!known_.insert(std::move(body)).second) return;
-    std::string shown;
-    for (const Text& line : lines) shown += Console::Shown(line) + "\n";
-    Console::Say(shown);
-  }
-
-  std::unordered_set<Text> known_;
 };
 
 // The input that was typed, made ready.
@@ -135,13 +146,13 @@ bool MaySend(const ReplayOptions& options, Installation& installation, ServiceMa
 // The records on their way through the rule engine.
 class Run {
  public:
-  Run(const ReplayOptions& options, Installation& installation, ServiceMail& mail)
+  Run(const ReplayOptions& options, Installation& installation, ServiceMail& mail, Notes& notes)
       : options_(options),
         installation_(installation),
         mail_(mail),
         files_(installation.FileSystem(), installation.Settings()),
         statistics_(options.writeLogs ? &files_ : nullptr),
-        mailer_(statistics_, mail, options.sendMails),
+        mailer_(statistics_, mail, notes, options.sendMails),
         action_(installation.Ini(), mailer_, installation.Settings()),
         alerts_({action_, statistics_}),
         filter_({.fileSystem = installation.FileSystem(),
@@ -175,6 +186,8 @@ class Run {
     }
     return result_.opened;
   }
+
+  [[nodiscard]] std::vector<FileProblem> Problems() { return filter_.Problems(); }
 
   [[nodiscard]] ReplayReport Report() {
     return MakeReplayReport(
@@ -254,11 +267,13 @@ int RunReplay(const ReplayOptions& options) {
   if (!installation) return kFailed;
   const std::optional<Input> input = InputOf(options);
   if (!input) return kFailed;
-  const Notes notes;
+  Notes notes;
   ServiceMail mail(*installation);
+  notes.Say(mail.Store().Problems());
   if (options.sendMails && !MaySend(options, *installation, mail)) return kFailed;
-  Run run(options, *installation, mail);
+  Run run(options, *installation, mail, notes);
   if (!run.Read(*input)) return kFailed;
+  notes.Say(run.Problems());
   const ReplayReport report = run.Report();
   Print(report, options.form);
   run.SayWhatWasSent();
