@@ -27,7 +27,8 @@ class MemoryTest : public ::testing::TestWithParam<std::tuple<bool, bool>> {
 
   // A fresh engine handles a record whose nth allocation fails, then another. Gives whether an allocation failed.
   bool AlertOutOfMemoryAt(int nth) {
-    for (const TextView log : {u"C:\\App\\EventLogs.txt", u"C:\\App\\EventLogs_RuleNamesOnly.txt"}) folder.disk.Delete(log).Ignore();
+    for (const TextView log : {u"C:\\App\\EventLogs.txt", u"C:\\App\\EventLogs_RuleNamesOnly.txt"})
+      folder.disk.Delete(log).Ignore();
     engines.mails.clear();
     Modules& modules = folder.modules;
     modEmailSvc mailer({.ini = modules.ini,
