@@ -71,7 +71,7 @@ os::Error SplitExtended(TextView path, WindowsPath& out) {
   return Finish(path, false, out);
 }
 
-// What a path without a root of its own counts from; `rest` loses the parts that are used up.
+// The folder that a path without a root of its own counts from; `rest` loses the parts that are used up.
 os::Error TakeBase(TextView& rest, TextView currentFolder, WindowsPath& out) {
   if (!currentFolder.empty()) {
     if (const os::Error error = SplitWindowsPath(currentFolder, {}, out); error.Failed()) return error;

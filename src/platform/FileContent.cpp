@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kChunk = 64u << 10;
 
-// What a failed call on the path means.
+// The meaning of a failed call on the path.
 ReadOutcome Explain(os::Files& files, TextView path, os::Error error) {
   if (error.IsNotFound()) return {ReadOutcome::Missing};
   os::FileInfo info;

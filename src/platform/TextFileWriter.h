@@ -45,7 +45,7 @@ class TextFileWriter {
   Known* Fresh(TextView path, const os::FileStamp& stamp);
   // The same, learnt from `file` when there is none.
   os::Error Learn(TextView path, os::ReadFile& file, const os::FileStamp& stamp, Known*& out);
-  // What an append in the right encoding needs.
+  // The facts that an append in the right encoding needs.
   os::Error KnowForAppend(TextView path, const os::FileStamp& stamp, Known*& out);
   os::Error AppendTo(TextView path, TextView text, bool& lossless);
   os::Error IsThere(TextView path, os::ReadFile& file, TextView text, bool& found);

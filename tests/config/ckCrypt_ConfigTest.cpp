@@ -19,7 +19,7 @@ std::string Bytes(std::string_view hex) {
 }
 
 struct CipherTest : ::testing::Test {
-  // What decrypting fails with; success when it leaves anything.
+  // The failure of decrypting; success when it leaves anything.
   os::Error Refusal(const std::string& cipher) {
     std::string out = "old";
     const os::Error error = crypto.Decrypt(key, iv, cipher, out);

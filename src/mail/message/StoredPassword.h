@@ -3,8 +3,6 @@
 // one of a key that every program of the family knows. This only keeps a password from being read over a shoulder.
 #pragma once
 
-#include <optional>
-
 #include "base/Text.h"
 #include "os/Crypto.h"
 
@@ -21,7 +19,7 @@ struct Unscrambled {
 // has.
 [[nodiscard]] Unscrambled UnscrambleText(TextView stored, TextView key);
 
-// The way back. 13 when Windows-1252 lacks a character of the text, else how asking for random bytes ended.
+// Encodes a text. 13 when Windows-1252 lacks a character of the text, else how asking for random bytes ended.
 os::Error ScrambleText(TextView text, TextView key, os::Crypto& crypto, Text& stored);
 
 }  // namespace ovs::StoredPassword

@@ -12,7 +12,7 @@ namespace ovs::os {
 
 namespace {
 
-// Who may do what with the file.
+// The access rights of the file.
 Error RightsOf(const std::wstring& path, std::vector<char>& out) {
   DWORD size = 0;
   GetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, nullptr, 0, &size);
@@ -30,7 +30,7 @@ Error WriteFileBeside(const std::wstring& path, std::vector<char>& rights, std::
   return error.Failed() ? error : win32::Outcome(FlushFileBuffers(file.Get()) != 0);
 }
 
-// Whoever has the target open at this moment, as the service when it reads it, keeps it from being replaced.
+// A program that has the target open at this moment, as the service when it reads it, keeps it from being replaced.
 Error MoveOver(const std::wstring& from, const std::wstring& target) {
   constexpr int kTries = 40;
   constexpr DWORD kPause = 25;

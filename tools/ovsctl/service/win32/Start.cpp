@@ -3,7 +3,6 @@
 #include <memory>
 
 #include "diag/PendingError.h"
-#include "os/win32/Win32Error.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/service/win32/ServiceCommands.h"

@@ -5,7 +5,6 @@
 #include "diag/PendingError.h"
 #include "monitor/RecordKind.h"
 #include "os/System.h"
-#include "os/win32/Win32Error.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/cli/Installation.h"
