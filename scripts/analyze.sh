@@ -5,10 +5,10 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
 
-scripts/setup.sh
+scripts/setup.sh analyze
 build native-asan
 start=$SECONDS
-mapfile -t sources < <(git ls-files --cached --others --exclude-standard -- 'src/*.cpp' 'tools/*.cpp' | grep -v -e /win32/ -e FoldTable)
-printf '%s\n' "${sources[@]}" | xargs -P "$(nproc)" -n 4 clang-tidy-19 -p build/native-asan --quiet --checks='-*,clang-analyzer-*' \
+mapfile -t sources < <(joint_sources build/native-asan)
+printf '%s\n' "${sources[@]}" | xargs -P "$(nproc)" -n 1 clang-tidy-19 -p build/native-asan --quiet --checks='-*,clang-analyzer-*' \
   --extra-arg=-Wno-unknown-warning-option 2>build/logs/analyze.err || fail "the analyzer has findings (see above)"
-echo "analyzer: ${#sources[@]} files in $((SECONDS - start)) s"
+echo "analyzer: ${#sources[@]} joint sources in $((SECONDS - start)) s"

@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
 
-scripts/setup.sh
+scripts/setup.sh bench
 build native-release ovs_bench ovs_workload
 groups=('^(Traced|Plain)' '^SoakProcedures/dump off' '^SoakProcedures/dump on' '^SoakRecords' 'Setting' '^MailOf1KB'
   '^MailWith20MB' '^AlertLogs' '^FirstRecord' '^Exclusions' '^LongRun' '^YearsOfAlerts' '^(Scan|FoldOnce|Match|Job|Naive)')

@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
 
-scripts/setup.sh
+scripts/setup.sh coverage
 say "Tests with coverage"
 build native-coverage
 find build/native-coverage -name '*.gcda' -delete

@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 . scripts/lib.sh
 
 start=$SECONDS
-scripts/setup.sh
+scripts/setup.sh demo
 say "The Windows program"
 build windows-x64 OrvantaEventService ovsctl svcctl standin-setup wmi_standin
 export OVS_BIN=$PWD/build/windows-x64/bin

@@ -6,9 +6,10 @@ cd "$(dirname "$0")/.."
 . scripts/lib.sh
 
 seconds=${1:-60}
-scripts/setup.sh
+scripts/setup.sh fuzz
 say "Fuzz targets, $seconds s each"
 build native-fuzz ovs_fuzz
+start=$SECONDS
 for source in fuzz/fuzz_*.cpp fuzz/posix/fuzz_*.cpp; do
   name=${source##*/fuzz_}
   name=${name%.cpp}
@@ -19,3 +20,4 @@ for source in fuzz/fuzz_*.cpp fuzz/posix/fuzz_*.cpp; do
     -dict=fuzz/dictionary.txt -artifact_prefix="build/fuzz/$name-" "build/fuzz/$name" "fuzz/corpus/$name"
   grep -E '^Done' "build/logs/fuzz-$name.log"
 done
+took "fuzz targets run" "$start"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what a build and its tests need on Debian 12. Does nothing when all of it is there.
+# setup.sh PURPOSE: installs what the script of that name needs on Debian 12. Does nothing when all of it is there.
 #
 # The libraries of the Windows program come from the same packages: nlohmann-json and CLI11 are headers, GoogleTest is
 # built from the sources that the package googletest installs (see cmake/OvsDependencies.cmake); libcurl, libzip and
@@ -8,26 +8,37 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
 
-packages=(
-  build-essential cmake ninja-build python3         # native build, tests
-  g++-mingw-w64-x86-64-posix                        # Windows build
-  wine wine64                                       # runs it
-  libcli11-dev libgtest-dev googletest nlohmann-json3-dev
-  libssl-dev                                        # the cipher of the native build
-  libcurl4-openssl-dev libzip-dev libpugixml-dev    # mail, archives and XML of the native build
-  dpkg-dev libz-mingw-w64-dev                       # the same for Windows, from source packages
-  python3-aiosmtpd openssl                          # the mail server of the tests and the demo, its certificates
-  libbenchmark-dev                                  # measurements, native only
-  gcovr                                             # the coverage report
-  clang-format clang-tidy-19 cppcheck               # checks
-  clang-19 libclang-rt-19-dev                       # fuzzing
-  chromium tmux                                     # the pages and the terminal behaviour of ovsctl
-  unicode-data                                      # source of the folding table
+both=(cmake ninja-build python3 libcli11-dev nlohmann-json3-dev)
+windows=(
+  g++-mingw-w64-x86-64-posix wine wine64            # builds the programs and runs them
+  dpkg-dev libz-mingw-w64-dev                       # mail, archives and XML, from source packages
+  python3-aiosmtpd openssl                          # the mail server of the demo and the tests, its certificates
 )
-
-# A real mail server for the tests, unless the machine has one that it would replace; without it one test is skipped.
+native=(
+  build-essential googletest
+  libssl-dev libcurl4-openssl-dev libzip-dev libpugixml-dev    # the cipher; mail, archives and XML
+)
+bench=(libbenchmark-dev)
+fuzz=(clang-19 libclang-rt-19-dev)
+coverage=(gcovr)
+analyze=(clang-tidy-19)
+checks=("${analyze[@]}" clang-format cppcheck)
+seen=(chromium tmux)                                # the pages and the terminal behaviour of ovsctl
+# A real mail server, unless the machine has one that it would replace; without it one test is skipped.
 dpkg-query -W -f '${Provides} ${db:Status-Status}\n' 2>/dev/null | grep -q 'mail-transport-agent.* installed$' ||
-  packages+=(exim4-daemon-heavy)
+  seen+=(exim4-daemon-heavy)
+
+case ${1:-} in
+  demo) packages=("${both[@]}" "${windows[@]}") ;;
+  test) packages=("${both[@]}" "${windows[@]}" "${native[@]}" "${bench[@]}" "${fuzz[@]}" "${checks[@]}" "${seen[@]}") ;;
+  bench) packages=("${both[@]}" "${native[@]}" "${bench[@]}") ;;
+  fuzz) packages=("${both[@]}" "${native[@]}" "${fuzz[@]}") ;;
+  threads) packages=("${both[@]}" "${native[@]}") ;;
+  analyze) packages=("${both[@]}" "${native[@]}" "${bench[@]}" "${analyze[@]}") ;;
+  # The tests that it runs include those that start a browser and a mail server.
+  coverage) packages=("${both[@]}" "${native[@]}" "${coverage[@]}" "${seen[@]}" python3-aiosmtpd openssl) ;;
+  *) fail "usage: scripts/setup.sh demo | test | bench | fuzz | threads | analyze | coverage" ;;
+esac
 
 missing=()
 for package in "${packages[@]}"; do
@@ -36,7 +47,7 @@ done
 [ ${#missing[@]} -gt 0 ] || exit 0
 
 say "Installing ${missing[*]}"
-[ "$(id -u)" = 0 ] || fail "packages are missing; run scripts/setup.sh as root once"
+[ "$(id -u)" = 0 ] || fail "packages are missing; run scripts/setup.sh $1 as root once"
 start=$SECONDS
 export DEBIAN_FRONTEND=noninteractive
 quietly build/logs/apt-update.log apt-get -q update
@@ -52,3 +63,4 @@ case " ${missing[*]} " in
   *" exim4-daemon-heavy "*) update-rc.d exim4 disable >/dev/null 2>&1 || true ;;
 esac
 echo "installed in $((SECONDS - start)) s"
+took packages "$start"

@@ -11,13 +11,24 @@ case $part in
 esac
 wants() { [ "$part" = all ] || [ "$part" = "$1" ]; }
 start=$SECONDS
-scripts/setup.sh
+mkdir -p build/logs
+export OVS_PARTS=$PWD/build/logs/parts
+: >"$OVS_PARTS"
+scripts/setup.sh test
+
+# tests NAME COMMAND...
+tests() {
+  local name=$1 begin=$SECONDS
+  shift
+  "$@"
+  took "$name" "$begin"
+}
 
 if wants --native; then
   say "Native build with AddressSanitizer and UndefinedBehaviorSanitizer"
   build native-asan
   export ASAN_OPTIONS=detect_stack_use_after_return=1 UBSAN_OPTIONS=print_stacktrace=1
-  ctest --preset native-asan --parallel "$(nproc)" --progress
+  tests "native tests" ctest --preset native-asan --parallel "$(nproc)" --progress
   scripts/fuzz.sh 3
 fi
 
@@ -26,7 +37,7 @@ if wants --windows; then
   # The replay that the service's logs are compared with is the native one.
   build native-asan ovsctl
   build windows-x64
-  scripts/with-wine.sh build/wine-tests ctest --preset windows-x64 --progress
+  tests "tests under Wine" scripts/with-wine.sh build/wine-tests ctest --preset windows-x64 --progress
 fi
 
 if wants --checks; then
@@ -34,3 +45,4 @@ if wants --checks; then
   scripts/check.sh
 fi
 say "All passed in $((SECONDS - start)) s"
+cat "$OVS_PARTS"

@@ -5,7 +5,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/lib.sh
 
-scripts/setup.sh
+scripts/setup.sh threads
 say "ThreadSanitizer"
 targets=(base_tests diag_tests monitor_tests service_tests mail_tests)
 build native-tsan "${targets[@]}"

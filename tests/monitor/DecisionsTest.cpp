@@ -54,12 +54,6 @@ class Subject {
   std::unique_ptr<Explainer> explainer_;
 };
 
-constexpr const char* kOpenRule = "[LogFile]\r\nSystem=1\r\n[EventType]\r\nError=1\r\n";
-
-EventRecord Error(Text message, Text source = u"src") {
-  return {1, u"Error", u"7", std::move(source), std::move(message), u"System", u"20240307130509.000000-000"};
-}
-
 struct Case {
   const char* name;
   EventRecord record;
@@ -99,20 +93,20 @@ std::vector<Case> Cases() {
   const Names disk = {u"Platte"};
   const Text crash = u"The Orvanta Event Service service terminated unexpectedly. Again";
   const Text stop = u"xx ORVANTA - STOPPING event service... xx";
-  const EventRecord error = Error(u"text");
-  const EventRecord diskError = Error(u"\\Device\\Harddisk0 has a bad block", u"Disk");
-  const EventRecord fakeDisk = Error(u"Fake Disk Alert");
+  const EventRecord error = ErrorRecord(u"text");
+  const EventRecord diskError = ErrorRecord(u"\\Device\\Harddisk0 has a bad block", u"Disk");
+  const EventRecord fakeDisk = ErrorRecord(u"Fake Disk Alert");
   return {
       {"ordinary", error, both},
-      {"stop phrase", Error(stop), {Text(kStopped)}},
-      {"stop phrase before the disk check", Error(stop + u"Fake Disk Alert", u"Disk"), {Text(kStopped)}},
-      {"own crash", Error(crash + u"Fake Disk Alert", u" service CONTROL manager"), {}},
-      {"own crash told by another", Error(crash), both},
+      {"stop phrase", ErrorRecord(stop), {Text(kStopped)}},
+      {"stop phrase before the disk check", ErrorRecord(stop + u"Fake Disk Alert", u"Disk"), {Text(kStopped)}},
+      {"own crash", ErrorRecord(crash + u"Fake Disk Alert", u" service CONTROL manager"), {}},
+      {"own crash told by another", ErrorRecord(crash), both},
       {"disk event", diskError, disk},
       {"disk event excluded", diskError, {}, Exclude},
       {"disk check off", diskError, both, Monitoring("DiskEvents=01\r\n")},
       {"disk check on", fakeDisk, disk, Monitoring("DiskEvents=1\r\n"), Monitoring("DiskEventsRuleName=Platte\r\n")},
-      {"rule excluded", Error(u"a bad block"), {}, Exclude},
+      {"rule excluded", ErrorRecord(u"a bad block"), {}, Exclude},
       {"unusable rules", error, both, AddUnusableRules},
       {"rule new", error, {u"A", u"B", u"C"}, [](MonitorFolder& folder) { folder.Rule(u"C.dat", kOpenRule); }},
       {"rules folder gone", error, {}, RemoveRulesFolder},
@@ -120,8 +114,8 @@ std::vector<Case> Cases() {
       {"rules folder that cannot be listed", error, both, Refuse(u"Config\\Rules")},
       {"rule refused after it was read", error, both, Refuse(u"A.DAT")},
       {"rule refused since an edit", error, {u"B"}, EditAndRefuse},
-      {"rule deleted while the record is handled", Error(u"delete B"), both},
-      {"list refused after it was read", Error(u"a bad block"), {}, Refuse(u"EventDesc"), Exclude},
+      {"rule deleted while the record is handled", ErrorRecord(u"delete B"), both},
+      {"list refused after it was read", ErrorRecord(u"a bad block"), {}, Refuse(u"EventDesc"), Exclude},
       {"settings refused after they were read", fakeDisk, disk, Refuse(u"Orvanta.ini")},
       {"settings refused at first",
        fakeDisk,
@@ -139,7 +133,7 @@ TEST(Decisions, AllWaysAgree) {
         for (const TextView name : {u"A.DAT", u"B.DAT", u"notes.txt"}) folder.Rule(name, kOpenRule);
         each.prepare(folder);
       });
-      static_cast<void>(subject.Handle(Error(u"before")));
+      static_cast<void>(subject.Handle(ErrorRecord(u"before")));
       each.change(subject.folder);
       if (each.record.message == u"delete B") subject.sink.onAlert = [&] { subject.folder.DeleteRule(u"B.DAT"); };
       EXPECT_EQ(subject.Handle(each.record), each.alerts) << each.name << ", way " << static_cast<int>(way);

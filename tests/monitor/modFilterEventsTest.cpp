@@ -14,8 +14,6 @@
 namespace ovs {
 namespace {
 
-constexpr const char* kOpenRule = "[LogFile]\r\nSystem=1\r\n[EventType]\r\nError=1\r\n";
-
 // The rule engine as the service composes it.
 class FilterTest : public ::testing::Test {
  protected:
@@ -43,13 +41,9 @@ class FilterTest : public ::testing::Test {
   std::unique_ptr<ServiceEngine> engine_;
 };
 
-EventRecord Error(Text message = u"text") {
-  return {1, u"Error", u"7", u"src", std::move(message), u"System", u"20240307130509.000000-000"};
-}
-
 TEST_F(FilterTest, EveryMatchIsMailedAndWrittenToBothLogs) {
   folder.Rule(u"Low Disk.DAT", kOpenRule);
-  Handle(Error());
+  Handle(ErrorRecord());
   ASSERT_EQ(mailer.mails.size(), 1u);
   EXPECT_EQ(mailer.mails[0].subject, u"Event Alert!");
   EXPECT_EQ(mailer.mails[0].body,
@@ -59,7 +53,7 @@ TEST_F(FilterTest, EveryMatchIsMailedAndWrittenToBothLogs) {
             "03/07/2024 01:05:09 PM\r\nRule: Low Disk\r\n"
             "Event ID: 7 / Event Type: Error (1) / Source Name: src / Event Log: System\r\nMessage: text\r\n");
   folder.Rule(u"Z.dat", kOpenRule);
-  for (int i = 0; i < 2; ++i) Handle(Error());
+  for (int i = 0; i < 2; ++i) Handle(ErrorRecord());
   EXPECT_EQ(mailer.mails.size(), 5u);
   EXPECT_EQ(folder.Content(u"C:\\App\\EventLogs_RuleNamesOnly.txt"),
             "03/07/2024 01:05:09 PM  -  Low Disk\r\n03/07/2024 01:05:09 PM  -  Z\r\n")
@@ -72,7 +66,7 @@ TEST_F(FilterTest, ARecordThatMatchesNothingAllocatesNothing) {
     folder.Rule(u"Rule " + NumberText(i) + u".DAT", std::string(kOpenRule) + "[EventDetail]\r\nEventDesc=no such text " +
                                                         std::to_string(i) + "\r\nEventSource=src\r\n");
   }
-  EventRecord record = Error(Text(500, u'm') + u"\u00FC");
+  EventRecord record = ErrorRecord(Text(500, u'm') + u"\u00FC");
   Handle(record);
   folder.watcher.news = os::FolderNews::None;
   const int before = AllocationCount();
@@ -81,24 +75,24 @@ TEST_F(FilterTest, ARecordThatMatchesNothingAllocatesNothing) {
 }
 
 TEST_F(FilterTest, AnEditCountsFromTheNextRecord) {
-  Handle(Error());
+  Handle(ErrorRecord());
   EXPECT_EQ(mailer.mails.size(), 0u);
   folder.Rule(u"A.DAT", kOpenRule);
-  Handle(Error());
+  Handle(ErrorRecord());
   EXPECT_EQ(mailer.mails.size(), 1u);
   folder.Monitoring("EventEmails=0\r\n");
-  Handle(Error());
+  Handle(ErrorRecord());
   EXPECT_EQ(mailer.mails.size(), 1u);
   EXPECT_EQ(EntriesWith(u"DoAction Initiated"), 1u);
   folder.DeleteRule(u"A.DAT");
   folder.Monitoring("EventEmails=1\r\n");
-  Handle(Error());
+  Handle(ErrorRecord());
   EXPECT_EQ(mailer.mails.size(), 1u);
 }
 
 TEST_F(FilterTest, ADiskEventIsMailedAndLoggedAsSuch) {
   folder.Monitoring("DiskEvents=1\r\nEventEmails=1\r\nDiskEventsRuleName=Platte\r\n");
-  Handle(Error(u"fake disk alert"));
+  Handle(ErrorRecord(u"fake disk alert"));
   ASSERT_EQ(mailer.mails.size(), 1u);
   EXPECT_EQ(mailer.mails[0].subject, u"Disk Alert!");
   EXPECT_EQ(folder.Content(u"C:\\App\\EventLogs_RuleNamesOnly.txt"), "03/07/2024 01:05:09 PM  -  Platte\r\n");
@@ -120,7 +114,7 @@ TEST_F(FilterTest, ExclusionLists) {
     const Text name = u"GlobalExclusion_" + Text(each.list) + u"_List.txt";
     folder.Rule(name, each.content);
     mailer.mails.clear();
-    Handle(Error());
+    Handle(ErrorRecord());
     EXPECT_EQ(mailer.mails.empty(), each.excluded) << ToUtf8(name) << ": " << each.content;
     folder.DeleteRule(name);
   }
@@ -134,7 +128,7 @@ TEST_F(FilterTest, AnUnusableRuleFileIsReportedOnceAndTheOthersGoOn) {
   folder.Rule(u"Locked.DAT", kOpenRule);
   folder.disk.CreateDir(folder.PathOfRule(u"Folder.DAT")).Ignore();
   folder.files.FailPath(u"Locked.DAT", SystemError::kSharingViolation);
-  for (int i = 0; i < 3; ++i) Handle(Error());
+  for (int i = 0; i < 3; ++i) Handle(ErrorRecord());
   EXPECT_EQ(mailer.mails.size(), 3u);
   for (const TextView name : {u"Empty.DAT", u"Binary.DAT", u"Huge.DAT", u"Locked.DAT", u"Folder.DAT"}) {
     EXPECT_EQ(EntriesWith(name), 1u) << ToUtf8(name);
@@ -151,19 +145,19 @@ TEST_F(FilterTest, AnUnusableRuleFileIsReportedOnceAndTheOthersGoOn) {
 TEST_F(FilterTest, AFailingLogFileDoesNotStopTheOtherNorTheMail) {
   folder.Rule(u"A.DAT", kOpenRule);
   folder.files.FailPath(u"EventLogs.txt", SystemError::kDiskFull);
-  Handle(Error());
+  Handle(ErrorRecord());
   EXPECT_EQ(mailer.mails.size(), 1u);
   EXPECT_EQ(folder.Content(u"C:\\App\\EventLogs.txt"), "");
   EXPECT_NE(folder.Content(u"C:\\App\\EventLogs_RuleNamesOnly.txt"), "");
   EXPECT_GE(EntriesWith(u"EventLogs.txt"), 1u);
   folder.files.Heal();
-  Handle(Error());
+  Handle(ErrorRecord());
   EXPECT_NE(folder.Content(u"C:\\App\\EventLogs.txt"), "");
 }
 
 TEST_F(FilterTest, StrangeRecordsAreHandled) {
   folder.Rule(u"A.DAT", kOpenRule);
-  EventRecord huge = Error(Text(1 << 20, u'x') + Text(u"\0\xD800 end", 6));
+  EventRecord huge = ErrorRecord(Text(1 << 20, u'x') + Text(u"\0\xD800 end", 6));
   Handle(huge);
   Handle({});
   EXPECT_EQ(mailer.mails.size(), 1u);

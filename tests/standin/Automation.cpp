@@ -23,7 +23,6 @@
 namespace ovs::standin {
 namespace {
 
-constexpr HRESULT kAccessDenied = static_cast<HRESULT>(0x80041003);
 constexpr HRESULT kInvalidQuery = static_cast<HRESULT>(0x80041017);
 constexpr HRESULT kNoFeed = static_cast<HRESULT>(0x80041006);
 constexpr HRESULT kTimedOut = static_cast<HRESULT>(0x80043001);

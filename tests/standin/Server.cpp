@@ -18,7 +18,6 @@
 namespace ovs::standin {
 namespace {
 
-constexpr HRESULT kAccessDenied = static_cast<HRESULT>(0x80041003);
 // Not MK_E_SYNTAX: that would make the caller look for a file of that name.
 constexpr HRESULT kInvalidSyntax = static_cast<HRESULT>(0x80041021);
 

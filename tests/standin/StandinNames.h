@@ -16,6 +16,9 @@ inline constexpr wchar_t kFailQueryValue[] = L"FailQuery";              // REG_D
 inline constexpr wchar_t kFormerClassValue[] = L"FormerWinmgmtsClass";  // REG_SZ, what the moniker led to before
 inline constexpr wchar_t kFeedVariable[] = L"OVS_STANDIN_FEED";
 
+// What the refused moniker and the refused query fail with, an HRESULT.
+inline constexpr long kAccessDenied = static_cast<long>(0x80041003);
+
 // The only moniker and the only query that are accepted, to the letter.
 inline constexpr wchar_t kMoniker[] = L"winmgmts:{(Security)}\\\\.\\root\\cimv2";
 inline constexpr wchar_t kQuery[] = L"Select * From __InstanceCreationEvent Where TargetInstance isa 'Win32_NTLogEvent'";

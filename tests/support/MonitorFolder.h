@@ -13,6 +13,12 @@
 
 namespace ovs {
 
+// A rule that every error record of the log System matches, and such a record.
+inline constexpr const char* kOpenRule = "[LogFile]\r\nSystem=1\r\n[EventType]\r\nError=1\r\n";
+inline EventRecord ErrorRecord(Text message = u"text", Text source = u"src") {
+  return {1, u"Error", u"7", std::move(source), std::move(message), u"System", u"20240307130509.000000-000"};
+}
+
 struct MonitorFolder : fakes::TestMachine {
   MonitorFolder() { Put(u"C:\\App\\Config\\Rules\\notes.txt"); }
 
