@@ -31,16 +31,15 @@ for file in "${alone[@]}"; do
   first=$(grep -m 1 -o '^#include .*' "$file")
   [[ $first == *"${header##*/}\"" ]] || fail "$file does not include its own header first"
 done
-# read_alone FILES COMPILER FLAG...: FILES is the name of an array.
+# read_alone FILES COMPILER FLAG...: FILES is the name of an array. A header is read through a line that includes it.
 read_alone() {
   local -n files=$1
-  local ending
   shift
-  for ending in cpp h; do
-    printf '%s\n' "${files[@]}" | grep "[.]$ending$" | xargs -r -P "$(nproc)" -n 6 "$@" -std=c++20 -fsyntax-only -Wshadow -Werror \
-      -Isrc -Itools -Itests -isystem build/native-asan/headers -x "$([ $ending = h ] && echo c++-header || echo c++)" ||
-      fail "a file does not compile alone (see above)"
-  done
+  local compile=("$@" -std=c++20 -fsyntax-only -Wshadow -Werror -Isrc -Itools -Itests -I. -isystem build/native-asan/headers -x c++)
+  printf '%s\n' "${files[@]}" | grep '[.]cpp$' | xargs -r -P "$(nproc)" -n 6 "${compile[@]}" &&
+    printf '%s\n' "${files[@]}" | grep '[.]h$' | xargs -r -P "$(nproc)" -I{} \
+      sh -c 'file=$1; shift; echo "#include \"$file\"" | "$@" - || exit 255' sh {} "${compile[@]}" ||
+    fail "a file does not compile alone (see above)"
 }
 mapfile -t portable < <(printf '%s\n' "${alone[@]}" | grep -v /win32/)
 mapfile -t windows < <(printf '%s\n' "${alone[@]}" | grep /win32/)

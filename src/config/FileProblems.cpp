@@ -40,6 +40,7 @@ void FileProblems::Clear(TextView path) {
 
 std::vector<FileProblem> FileProblems::Current() const {
   std::vector<FileProblem> problems;
+  problems.reserve(byPath_.size());
   for (const auto& [path, known] : byPath_) problems.push_back({known.kind, path, known.reason});
   return problems;
 }

@@ -10,7 +10,7 @@ import unittest
 
 from ovsctl import RULE, OvsctlTest, lines_of
 
-LIMIT = 20
+LIMIT = 60
 LINE = lines_of({"Message": "a message " * 9})
 PROMPT = "^[#$] *$"
 BAR = r"^\[#*-*\] +\d+%  .*left *$"
@@ -88,12 +88,12 @@ class TerminalTest(OvsctlTest):
 
     def test_the_bar_is_gone_when_the_work_is_done(self):
         path = self.app / "some.jsonl"
-        path.write_text("{broken\n" + LINE * 20_000)
+        path.write_text("{broken\n" + LINE * 8_000)
         self.terminal(100)
         self.replay(path)
         screen = self.wait_for("Disk Event Alert .*never matched")
         self.assertNotRegex(screen, BAR)
-        self.assertIn("20000 records, 20000 alerts", screen)
+        self.assertIn("8000 records, 8000 alerts", screen)
 
     def test_colours_on_a_terminal_alone(self):
         escape = "\x1b\\["
