@@ -13,6 +13,7 @@ import time
 
 SERVICE = "OvsEventSvc"
 PROGRAM = "OrvantaEventService.exe"
+CLIENT_KEY = "HKLM\\Software\\Brindle Works\\Orvanta"
 LIMIT = 60  # seconds; no step takes longer, even on a busy machine
 
 
@@ -93,7 +94,7 @@ class ServiceBox:
                        "[EmailOptions]\nEmailAdminEvents=1\n[Branding]\nAppName=Orvanta\n", encoding="utf-8")
         for name, value in {"EmailClientEvents": "1", "ClientEmail": "client@example.org", "ClientIdentifier": "C-1042",
                             "ClientName": "Praxis Müller", "ClientPhone": "+49 30 555"}.items():
-            self.run("reg", "add", "HKLM\\Software\\Brindle Works\\Orvanta", "/v", name, "/d", value, "/f")
+            self.run("reg", "add", CLIENT_KEY, "/v", name, "/d", value, "/f")
 
     def debug_files(self):
         """Debug logs and dumps; %ProgramData% is not the same folder in every version of Wine."""
@@ -165,6 +166,7 @@ class ServiceBox:
             self.await_end()
         self.forget()
         self.run("standin-setup", "unregister", expect=None)
+        self.run("reg", "delete", CLIENT_KEY, "/f", expect=None)
 
     def forget(self):
         """Deletes the service; the control manager is done with it only some time after the deleting program has ended."""
