@@ -37,6 +37,18 @@ void FoldInto(TextView text, Text& out);
 // Order of the folded code units: below 0, 0 or above 0.
 [[nodiscard]] int CompareFolded(TextView a, TextView b);
 
+// FNV-1a over the code units as they are, and over the folded ones, which is the same for texts that differ in case alone.
+template <class UnitOf>
+[[nodiscard]] inline std::uint64_t HashUnits(TextView text, UnitOf unitOf) {
+  std::uint64_t hash = 0xCBF2'9CE4'8422'2325;
+  for (const char16_t unit : text) hash = (hash ^ unitOf(unit)) * 0x100'0000'01B3;
+  return hash;
+}
+[[nodiscard]] inline std::uint64_t HashText(TextView text) {
+  return HashUnits(text, [](char16_t unit) { return unit; });
+}
+[[nodiscard]] inline std::uint64_t HashFolded(TextView text) { return HashUnits(text, FoldUnit); }
+
 // The first occurrence at or behind `from`. An empty needle is found at `from`, unless that is behind the end.
 // Allocates nothing.
 [[nodiscard]] std::size_t FindFolded(TextView haystack, TextView needle, std::size_t from = 0);

@@ -16,8 +16,7 @@ constexpr std::uint32_t kNoCell = 30;
 constexpr std::uint32_t kEverywhere = 0xFFFF'FFFF;
 
 std::uint32_t HashOf(TextView text) {
-  std::uint64_t hash = 0xCBF2'9CE4'8422'2325;
-  for (const char16_t unit : App_Strings::TrimBlanks(text)) hash = (hash ^ FoldUnit(unit)) * 0x100'0000'01B3;
+  const std::uint64_t hash = HashFolded(App_Strings::TrimBlanks(text));
   return static_cast<std::uint32_t>((hash * 0x9E37'79B9'7F4A'7C15) >> 32);
 }
 

@@ -36,6 +36,8 @@ Text& PrepPathForUnicodeAPI(Text& path, bool addTrailingBackslash = false);
 [[nodiscard]] Text FileNameOf(TextView path);
 // The text up to and including the last "\"; empty when there is none.
 [[nodiscard]] Text FolderOf(TextView path);
+// The text before the last "\"; the whole text when there is none.
+[[nodiscard]] Text ParentOf(TextView path);
 // The file name up to its last "."; the whole name when it has none.
 [[nodiscard]] Text NameWithoutExtension(TextView path);
 // Folder and name with exactly one "\" between; the name alone when the folder is empty.

@@ -33,30 +33,10 @@ class App_FileSystem {
   bool DirExist(TextView sDir);
   // True when a new file can be made in the folder.
   bool HasWriteAccess(TextView sDir);
-  bool SetCurrentDir(TextView sPath);
 
   // A folder is no file. With `bEnsureNonZeroByte` a file of 0 bytes counts as missing.
   bool FileExist(TextView sFile, bool bEnsureNonZeroByte = false);
-  // The same on a NUL-terminated text; false for a null pointer.
-  bool FileExistByStringPointer(const char16_t* lStringPointer);
-  // True when a folder (`Obj_Is_Dir`) or a file (otherwise) of the name exists.
-  bool FSObjectExistByStringPointer(const char16_t* lStringPointer, bool Obj_Is_Dir);
   bool FileDelete(TextView sFile);
-  // Deletes the files of a folder (not of its sub-folders) that match the mask; false when one could not be deleted.
-  bool DeleteFilesInPath(TextView sPath, TextView sFileMask);
-
-  // Attributes, size and times of a file or folder.
-  bool GetFileWFAD(TextView sFile, os::FileInfo& info);
-  // "1.2.3.4"; with `bImposeVBLimitIfPossible` "1.2.4" when the third number is 0, the three numbers of a VB version.
-  // Empty when the file has no version.
-  Text GetFileVersion(TextView sFile, bool bImposeVBLimitIfPossible = false);
-  // The file system's name, such as "NTFS", of a drive given as "C", "C:" or "C:\".
-  Text GetFileSystemType_AsString(TextView sDriveLetter);
-  // A new empty file "vtt<number>.tmp" in the given folder or the one for temporary files; with
-  // `bRemoveFileBeforeReturn` only its name. Empty on failure.
-  Text GetTempFile(TextView sAltPath = {}, bool bRemoveFileBeforeReturn = false, bool bEnsurePathExists = false);
-  // The path with its short (8.3) parts replaced; unchanged on failure.
-  Text MakeLongPath(TextView sPath);
 
   // The decoded text of a file of up to kMaxTextFileBytes. `refusal`, where given, tells why a file that is there was not
   // read.
@@ -71,6 +51,28 @@ class App_FileSystem {
   // AppendNoDuplicates: the text without its own final CR LF is there already when it stands anywhere in the file
   // followed by CR LF or by the end of the file, without regard to case. The result is then true and nothing is written.
   bool SaveTextToFile(TextView sText, TextView sFile, SaveMode mode);
+
+  // --- For other programs of the family; the service itself does not call these ---
+
+  bool SetCurrentDir(TextView sPath);
+  // As FileExist, of a NUL-terminated text; false for a null pointer.
+  bool FileExistByStringPointer(const char16_t* lStringPointer);
+  // True when a folder (`Obj_Is_Dir`) or a file (otherwise) of the name exists.
+  bool FSObjectExistByStringPointer(const char16_t* lStringPointer, bool Obj_Is_Dir);
+  // Deletes the files of a folder (not of its sub-folders) that match the mask; false when one could not be deleted.
+  bool DeleteFilesInPath(TextView sPath, TextView sFileMask);
+  // Attributes, size and times of a file or folder.
+  bool GetFileWFAD(TextView sFile, os::FileInfo& info);
+  // "1.2.3.4"; with `bImposeVBLimitIfPossible` "1.2.4" when the third number is 0, the three numbers of a VB version.
+  // Empty when the file has no version.
+  Text GetFileVersion(TextView sFile, bool bImposeVBLimitIfPossible = false);
+  // The file system's name, such as "NTFS", of a drive given as "C", "C:" or "C:\".
+  Text GetFileSystemType_AsString(TextView sDriveLetter);
+  // A new empty file "vtt<number>.tmp" in the given folder or the one for temporary files; with
+  // `bRemoveFileBeforeReturn` only its name. Empty on failure.
+  Text GetTempFile(TextView sAltPath = {}, bool bRemoveFileBeforeReturn = false, bool bEnsurePathExists = false);
+  // The path with its short (8.3) parts replaced; unchanged on failure.
+  Text MakeLongPath(TextView sPath);
 
  private:
   bool ForceDelete(TextView sFile);

@@ -52,4 +52,12 @@ class App_Registry {
   os::Registry& registry_;
 };
 
+// --- Names of roots and texts of results, as they stand in the debug log ---
+
+// "HKEY_LOCAL_MACHINE"; empty for a handle that is no predefined root.
+[[nodiscard]] TextView RootKeyLongName(os::RootKey root);
+
+// "Unknown Return Value." for a code without a text.
+[[nodiscard]] TextView RegResultText(std::uint32_t code);
+
 }  // namespace ovs

@@ -38,26 +38,27 @@ class FS_DirList {
   DirListObject ReturnObjectType = DirListObject::ReportedPath;
 
   void AddSearchPath(TextView path) { searchPaths_.emplace_back(path); }
-  // See platform/FileMask.h. Without a mask no file is found.
+  // See MatchesMask. Without a mask no file is found.
   void AddFileMask(TextView mask) { masks_.emplace_back(mask); }
-  // Texts that a file's name, or the name of a sub-folder to be entered, must not contain; empty ones do not count.
-  void AddFileInStrExclusion(TextView text) { fileExclusions_.emplace_back(text); }
-  void AddRecursiveSubDirInStrExclusion(TextView text) { dirExclusions_.emplace_back(text); }
 
   // Searches each path in the order added; a sub-folder is searched where it is met. Results come in the order of the
   // file system. A folder that does not exist is reported and skipped.
   void StartSearch();
 
-  // Names and full paths in lower case, of the same files in the same order.
-  [[nodiscard]] const std::vector<Text>& MatchingFileNames() const { return fileNames_; }
-  [[nodiscard]] const std::vector<Text>& MatchingFilesFullPath() const { return filesFullPath_; }
-  // The same files by their full paths as spelled on disk: what to open and to show.
+  // The files found by their full paths as spelled on disk, to open and to show them.
   [[nodiscard]] const std::vector<Text>& MatchingFilesOnDisk() const { return filesOnDisk_; }
   [[nodiscard]] const std::vector<Text>& MatchingDirsOnDisk() const { return dirsOnDisk_; }
+  // --- For other programs of the family; the service itself does not call these ---
+
+  // Texts that a file's name, or the name of a sub-folder to be entered, must not contain; empty ones do not count.
+  void AddFileInStrExclusion(TextView text) { fileExclusions_.emplace_back(text); }
+  void AddRecursiveSubDirInStrExclusion(TextView text) { dirExclusions_.emplace_back(text); }
+  // Names and full paths in lower case, of the files found in the order of their paths on disk.
+  [[nodiscard]] const std::vector<Text>& MatchingFileNames() const { return fileNames_; }
+  [[nodiscard]] const std::vector<Text>& MatchingFilesFullPath() const { return filesFullPath_; }
   [[nodiscard]] std::size_t MatchingFileCount() const { return filesOnDisk_.size(); }
   [[nodiscard]] std::size_t MatchingDirCount() const { return dirsOnDisk_.size(); }
   [[nodiscard]] std::size_t MatchingFileAndDirCount() const { return filesOnDisk_.size() + dirsOnDisk_.size(); }
-
   // One full path out of the results; empty when there is none. GetSingleFileResult gives the first one.
   Text GetSingleFileResult();
   Text GetNewestFileByModifiedDate();
@@ -92,5 +93,10 @@ class FS_DirList {
   std::vector<Text> filesOnDisk_;
   std::vector<Text> dirsOnDisk_;
 };
+
+// True when the name matches the mask: "*" stands for any characters, "?" for exactly one; without regard to case. "*.*"
+// matches every name. Several masks may be joined with ";": one of them must match. Blanks around a mask do not count; an
+// empty mask matches nothing.
+[[nodiscard]] bool MatchesMask(TextView name, TextView masks);
 
 }  // namespace ovs

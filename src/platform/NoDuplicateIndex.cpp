@@ -9,6 +9,13 @@
 
 #include "base/Fold.h"
 
+// No answer is ever wrong, because hashes only spare readings, and each in one direction:
+//   - "It is there" is said after units were compared: those of the unfinished line, which is held in memory, or those of
+//     the file. A hash that two lines share costs a reading and no more.
+//   - "It is not there" is said without a reading only where it would have left a trace. An equal line has an equal hash, so
+//     the table of lines holds it, or was full, and is then built anew. A longer line that ends with the text has the same
+//     last 16 units, so the greatest length of that tail exceeds the text's; and its last units are in the set of such
+//     endings, which is either whole or not kept. A line that is too long to be held counts as longer than any text.
 namespace ovs {
 
 namespace {
@@ -24,8 +31,7 @@ constexpr std::size_t kMaxSuffixSets = 64;
 constexpr std::uint32_t kUnbounded = std::numeric_limits<std::uint32_t>::max();
 
 std::uint64_t HashOf(TextView folded) {
-  std::uint64_t hash = 0xCBF29CE484222325u;
-  for (const char16_t unit : folded) hash = (hash ^ unit) * 0x100000001B3u;
+  std::uint64_t hash = HashText(folded);
   hash ^= hash >> 32;
   hash *= 0x9E3779B97F4A7C15u;
   return hash ^ (hash >> 29);

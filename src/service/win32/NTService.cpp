@@ -27,13 +27,6 @@ constexpr DWORD kAnyMessage = QS_ALLINPUT;
   throw RuntimeError(RuntimeErrorNumber::kInternal, Text(call) + u" failed");
 }
 
-// FNV-1a over the folded path: the same program file gives the same name however its path is spelled.
-std::uint64_t HashOf(TextView folded) {
-  std::uint64_t hash = 14695981039346656037u;
-  for (const char16_t unit : folded) hash = (hash ^ unit) * 1099511628211u;
-  return hash;
-}
-
 void PumpMessages() {
   MSG message;
   while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
@@ -163,7 +156,8 @@ NTService::~NTService() {
 }
 
 bool NTService::AnotherInstanceRuns() {
-  const std::uint64_t hash = HashOf(Fold(state_->programPath));
+  // The same program file gives the same name however its path is spelled.
+  const std::uint64_t hash = HashFolded(state_->programPath);
   const Text name = u"Global\\OrvantaEventService-" + HexText(static_cast<std::uint32_t>(hash >> 32), 8) +
                     HexText(static_cast<std::uint32_t>(hash), 8);
   state_->instance = Handle(CreateMutexW(nullptr, FALSE, ToWide(name).c_str()));
