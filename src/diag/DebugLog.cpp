@@ -149,7 +149,6 @@ void DebugLog::Close() noexcept {
 // succeeded. Closing is what makes other programs, and a system that stops at this moment, see the entry.
 void DebugLog::Write(bool reopen) noexcept {
   if (pending_.Used() <= 1 || (file_ == nullptr && !(wantsOpen_ && Open()))) return;
-  const PendingErrorScope keeper;
   try {
     const Text note = pending_.DroppedEntries() > 0 ? DroppedNote(pending_.DroppedEntries()) : Text();
     const Text text = note + Text(pending_.UsedText());

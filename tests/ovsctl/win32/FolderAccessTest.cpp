@@ -56,12 +56,12 @@ TEST(FolderAccessTest, AFolderIsProtectedWithAllThatIsInIt) {
   const Text folder = temp + u"folder access \u00FC";
   for (const Text& each : {folder, folder + u"\\sub"}) files.CreateDir(each).Ignore();
   ASSERT_TRUE(files.Write(folder + u"\\sub\\file", "x").Ok());
-  EXPECT_TRUE(ProtectFolder(folder, FolderAccess::AdministratorsUsersRead));
-  EXPECT_TRUE(ProtectFolder(folder, FolderAccess::Administrators));
+  EXPECT_TRUE(ProtectFolder(folder, FolderAccess::AdministratorsUsersRead).Ok());
+  EXPECT_TRUE(ProtectFolder(folder, FolderAccess::Administrators).Ok());
   EXPECT_FALSE(FindLink(folder).has_value());
   EXPECT_TRUE(files.Delete(folder + u"\\sub\\file").Ok() && files.RemoveDir(folder + u"\\sub").Ok() &&
               files.RemoveDir(folder).Ok());
-  EXPECT_FALSE(ProtectFolder(folder, FolderAccess::Administrators)) << "it is gone";
+  EXPECT_TRUE(ProtectFolder(folder, FolderAccess::Administrators).Failed()) << "it is gone";
 }
 
 }  // namespace

@@ -4,7 +4,6 @@
 #include <iterator>
 
 #include "base/App_Strings.h"
-#include "diag/PendingError.h"
 #include "ovsctl/service/win32/ServiceControl.h"
 
 namespace ovs::os {
@@ -21,17 +20,16 @@ Text StoppedServiceText() {
     TextView title;
   };
   constexpr Needed kNeeded[] = {{u"EventLog", u"Windows Event Log"}, {u"Winmgmt", u"Windows Management Instrumentation"}};
-  const win32::ServiceHandle manager = win32::OpenManager(SC_MANAGER_CONNECT);
-  Text text;
+  win32::ServiceHandle manager;
+  if (win32::OpenManager(SC_MANAGER_CONNECT, manager).Failed()) return {};
   for (const Needed& needed : kNeeded) {
-    const win32::ServiceHandle service =
-        manager ? win32::OpenServiceOf(manager.get(), needed.name, SERVICE_QUERY_STATUS) : nullptr;
-    const DWORD state = service ? win32::StateOf(service.get()) : 0;
-    if (state != SERVICE_STOPPED || !text.empty()) continue;
-    text = u"the service \"" + Text(needed.title) + u"\" does not run; start it with: net start " + Text(needed.name);
+    win32::ServiceHandle service;
+    DWORD state = 0;
+    if (win32::OpenServiceOf(manager.get(), needed.name, SERVICE_QUERY_STATUS, service).Failed()) continue;
+    if (win32::StateOf(service.get(), state).Failed() || state != SERVICE_STOPPED) continue;
+    return u"the service \"" + Text(needed.title) + u"\" does not run; start it with: net start " + Text(needed.name);
   }
-  TakePendingSystemError();
-  return text;
+  return {};
 }
 
 bool IsRefusal(int number) {

@@ -9,8 +9,8 @@
 
 #include "base/Encoding.h"
 #include "os/Files.h"
+#include "os/win32/Win32Error.h"
 #include "os/win32/Win32Text.h"
-#include "ovsctl/service/win32/ServiceControl.h"
 
 namespace ovs::win32 {
 
@@ -23,7 +23,7 @@ constexpr wchar_t kMessageFileValue[] = L"EventMessageFile";
 constexpr wchar_t kTypesValue[] = L"TypesSupported";
 constexpr DWORD kTypes = EVENTLOG_ERROR_TYPE | EVENTLOG_WARNING_TYPE | EVENTLOG_INFORMATION_TYPE;
 
-bool Result(LSTATUS error) { return error == ERROR_SUCCESS || Fail(os::Error(static_cast<std::uint32_t>(error))); }
+os::Error Result(LSTATUS error) { return os::Error(static_cast<std::uint32_t>(error)); }
 
 // Looking first keeps this possible for whoever may read the key but not write it.
 bool HasValue(const wchar_t* name) {
@@ -31,7 +31,7 @@ bool HasValue(const wchar_t* name) {
          ERROR_SUCCESS;
 }
 
-bool SetValue(const wchar_t* name, DWORD type, const void* data, std::size_t bytes) {
+os::Error SetValue(const wchar_t* name, DWORD type, const void* data, std::size_t bytes) {
   HKEY key = nullptr;
   LSTATUS error = RegCreateKeyExW(HKEY_LOCAL_MACHINE, kSourceKey, 0, nullptr, 0, KEY_SET_VALUE, nullptr, &key, nullptr);
   if (error != ERROR_SUCCESS) return Result(error);
@@ -53,31 +53,33 @@ std::string TimeNow() {
 
 }  // namespace
 
-bool EnsureEventSource(TextView serviceProgram, bool renew) {
+os::Error EnsureEventSource(TextView serviceProgram, bool renew) {
+  os::Error error;
   if (renew || !HasValue(kMessageFileValue)) {
     const std::wstring program = ToWide(serviceProgram);
-    if (!SetValue(kMessageFileValue, REG_EXPAND_SZ, program.c_str(), (program.size() + 1) * sizeof(wchar_t))) return false;
+    error = SetValue(kMessageFileValue, REG_EXPAND_SZ, program.c_str(), (program.size() + 1) * sizeof(wchar_t));
   }
-  return (!renew && HasValue(kTypesValue)) || SetValue(kTypesValue, REG_DWORD, &kTypes, sizeof kTypes);
+  if (error.Ok() && (renew || !HasValue(kTypesValue))) error = SetValue(kTypesValue, REG_DWORD, &kTypes, sizeof kTypes);
+  return error;
 }
 
-bool RemoveEventSource() {
-  const LSTATUS error = RegDeleteKeyW(HKEY_LOCAL_MACHINE, kSourceKey);
-  return error == ERROR_FILE_NOT_FOUND || Result(error);
+os::Error RemoveEventSource() {
+  const os::Error error = Result(RegDeleteKeyW(HKEY_LOCAL_MACHINE, kSourceKey));
+  return error == SystemError::kFileNotFound ? os::kSuccess : error;
 }
 
-bool WriteEventRecord(TextView text) {
+os::Error WriteEventRecord(TextView text) {
   const HANDLE log = RegisterEventSourceW(nullptr, kSource);
-  if (!log) return FailLast();
+  if (!log) return LastError();
   const std::wstring wide = ToWide(text);
   const wchar_t* insertion = wide.c_str();
-  const bool done =
-      ReportEventW(log, EVENTLOG_INFORMATION_TYPE, 0, kEventId, nullptr, 1, 0, &insertion, nullptr) != FALSE || FailLast();
+  const os::Error error =
+      Outcome(ReportEventW(log, EVENTLOG_INFORMATION_TYPE, 0, kEventId, nullptr, 1, 0, &insertion, nullptr) != FALSE);
   DeregisterEventSource(log);
-  return done;
+  return error;
 }
 
-bool AppendRecordToFeed(TextView path, TextView text) {
+os::Error AppendRecordToFeed(TextView path, TextView text) {
   const nlohmann::ordered_json record = {{"EventType", 3},
                                          {"Type", "Information"},
                                          {"EventCode", std::to_string(kEventId)},
@@ -88,7 +90,7 @@ bool AppendRecordToFeed(TextView path, TextView text) {
   std::unique_ptr<os::AppendFile> file;
   os::Error error = os::SystemFiles().OpenAppend(path, file);
   if (error.Ok()) error = file->Append(record.dump() + "\n");
-  return error.Ok() || Fail(error);
+  return error;
 }
 
 }  // namespace ovs::win32

@@ -7,10 +7,9 @@
 #include <memory>
 #include <vector>
 
-#include "diag/PendingError.h"
 #include "os/Files.h"
+#include "os/win32/Win32Error.h"
 #include "os/win32/Win32Text.h"
-#include "ovsctl/service/win32/ServiceControl.h"
 #include "platform/App_FilePath.h"
 
 namespace ovs::win32 {
@@ -39,37 +38,35 @@ struct OwnerAndList {
   PACL list = nullptr;
 };
 
-bool Result(DWORD error) { return error == ERROR_SUCCESS || Fail(os::Error(error)); }
-
-bool FromSddl(const wchar_t* sddl, OwnerAndList& out) {
+os::Error FromSddl(const wchar_t* sddl, OwnerAndList& out) {
   PSECURITY_DESCRIPTOR made = nullptr;
-  if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(sddl, SDDL_REVISION_1, &made, nullptr)) return FailLast();
+  if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(sddl, SDDL_REVISION_1, &made, nullptr)) return LastError();
   out.memory.reset(made);
   BOOL present = FALSE;
   BOOL defaulted = FALSE;
   if (!GetSecurityDescriptorOwner(made, &out.owner, &defaulted) ||
       !GetSecurityDescriptorDacl(made, &present, &out.list, &defaulted)) {
-    return FailLast();
+    return LastError();
   }
   // To set none would open the folder to everybody.
-  return (present && out.list != nullptr) || Fail(os::Error(ERROR_INVALID_ACL));
+  return present && out.list != nullptr ? os::kSuccess : os::Error(ERROR_INVALID_ACL);
 }
 
-bool Of(TextView path, OwnerAndList& out) {
+os::Error Of(TextView path, OwnerAndList& out) {
   std::wstring name = ToWide(path);
   PSECURITY_DESCRIPTOR made = nullptr;
   const DWORD error =
       GetNamedSecurityInfoW(name.data(), SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION, &out.owner,
                             nullptr, &out.list, nullptr, &made);
   out.memory.reset(made);
-  return Result(error);
+  return os::Error(error);
 }
 
-bool Apply(TextView path, const OwnerAndList& what, SECURITY_INFORMATION inheritance) {
+os::Error Apply(TextView path, const OwnerAndList& what, SECURITY_INFORMATION inheritance) {
   std::wstring name = ToWide(path);
-  return Result(SetNamedSecurityInfoW(name.data(), SE_FILE_OBJECT,
-                                      OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION | inheritance, what.owner,
-                                      nullptr, what.list, nullptr));
+  return os::Error(SetNamedSecurityInfoW(name.data(), SE_FILE_OBJECT,
+                                         OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION | inheritance, what.owner,
+                                         nullptr, what.list, nullptr));
 }
 
 bool IsTrusted(PSID who) {
@@ -100,17 +97,18 @@ bool OthersHave(const OwnerAndList& access, DWORD rights, bool inheritedToo) {
 bool IsLink(const os::FileInfo& info) { return (info.attributes & os::FileAttribute::kReparsePoint) != 0; }
 
 // An empty list that is open to inheritance gives way to what the folder hands down.
-bool ResetBelow(TextView folder, const OwnerAndList& nothing) {
+os::Error ResetBelow(TextView folder, const OwnerAndList& nothing) {
   std::vector<os::DirEntry> entries;
-  if (const os::Error error = os::SystemFiles().List(folder, entries); error.Failed()) return Fail(error);
-  bool done = true;
+  if (const os::Error error = os::SystemFiles().List(folder, entries); error.Failed()) return error;
+  os::Error last;
   for (const os::DirEntry& entry : entries) {
     if (IsLink(entry.info)) continue;
     const Text path = App_FilePath::JoinPath(folder, entry.name);
-    done = Apply(path, nothing, UNPROTECTED_DACL_SECURITY_INFORMATION) && done;
-    if (entry.info.IsDirectory()) done = ResetBelow(path, nothing) && done;
+    if (const os::Error error = Apply(path, nothing, UNPROTECTED_DACL_SECURITY_INFORMATION); error.Failed()) last = error;
+    if (!entry.info.IsDirectory()) continue;
+    if (const os::Error error = ResetBelow(path, nothing); error.Failed()) last = error;
   }
-  return done;
+  return last;
 }
 
 std::optional<Text> FindLinkBelow(TextView folder) {
@@ -126,9 +124,8 @@ std::optional<Text> FindLinkBelow(TextView folder) {
 }
 
 bool OthersMay(TextView path, DWORD rights, bool inheritedToo) {
-  const PendingErrorScope scope;
   OwnerAndList access;
-  return !Of(path, access) || OthersHave(access, rights, inheritedToo);
+  return Of(path, access).Failed() || OthersHave(access, rights, inheritedToo);
 }
 
 }  // namespace
@@ -137,11 +134,13 @@ Text ListOf(FolderAccess access) {
   return FromWide(access == FolderAccess::Administrators ? kAdministratorsSddl : kUsersReadSddl);
 }
 
-bool ProtectFolder(TextView folder, FolderAccess access) {
+os::Error ProtectFolder(TextView folder, FolderAccess access) {
   OwnerAndList list;
   OwnerAndList nothing;
-  return FromSddl(ToWide(ListOf(access)).c_str(), list) && FromSddl(L"O:BAD:", nothing) &&
-         Apply(folder, list, PROTECTED_DACL_SECURITY_INFORMATION) && ResetBelow(folder, nothing);
+  os::Error error = FromSddl(ToWide(ListOf(access)).c_str(), list);
+  if (error.Ok()) error = FromSddl(L"O:BAD:", nothing);
+  if (error.Ok()) error = Apply(folder, list, PROTECTED_DACL_SECURITY_INFORMATION);
+  return error.Failed() ? error : ResetBelow(folder, nothing);
 }
 
 std::optional<Text> FindLink(TextView folder) {
@@ -152,11 +151,11 @@ std::optional<Text> FindLink(TextView folder) {
 
 bool ListLetsOthersChange(TextView sddl) {
   OwnerAndList access;
-  return !FromSddl(ToWide(sddl).c_str(), access) || OthersHave(access, kChanging, true);
+  return FromSddl(ToWide(sddl).c_str(), access).Failed() || OthersHave(access, kChanging, true);
 }
 bool ListLetsOthersReplace(TextView sddl) {
   OwnerAndList access;
-  return !FromSddl(ToWide(sddl).c_str(), access) || OthersHave(access, kReplacing, false);
+  return FromSddl(ToWide(sddl).c_str(), access).Failed() || OthersHave(access, kReplacing, false);
 }
 bool OthersMayChange(TextView path) { return OthersMay(path, kChanging, true); }
 bool OthersMayReplaceIn(TextView folder) { return OthersMay(folder, kReplacing, false); }

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "base/Text.h"
+#include "os/Error.h"
 
 namespace ovs::win32 {
 
@@ -17,9 +18,9 @@ enum class FolderAccess {
 [[nodiscard]] Text ListOf(FolderAccess access);
 
 // Gives a folder to the administrators, with an access list that takes nothing over from the folders above. All that is in
-// it is theirs too, loses its own lists and inherits this one. Links to other places stay as they are. False, with the error
-// pending, when something refuses.
-[[nodiscard]] bool ProtectFolder(TextView folder, FolderAccess access);
+// it is theirs too, loses its own lists and inherits this one. Links to other places stay as they are. A failure is the
+// last one; the rest is done all the same.
+os::Error ProtectFolder(TextView folder, FolderAccess access);
 
 // The first link to another place in the folder or below it, the folder itself included; none when there is none.
 [[nodiscard]] std::optional<Text> FindLink(TextView folder);

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "base/App_Strings.h"
-#include "diag/PendingError.h"
+#include "os/win32/Win32Error.h"
 #include "os/win32/Win32Text.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
@@ -41,7 +41,7 @@ class Installer {
   int Run();
 
  private:
-  // One part of the work: true when it is done. What it did was said; why it failed is the pending error.
+  // One part of the work: true when it is done, which was said then; else `error_` tells why.
   struct Step {
     const char* name;
     bool (Installer::*run)();
@@ -60,6 +60,7 @@ class Installer {
   [[nodiscard]] bool ProtectData();
   [[nodiscard]] bool WriteDefaults();
   [[nodiscard]] bool WriteDefaultRules();
+  [[nodiscard]] bool Fail(os::Error error);
   int FailInside(std::size_t step);
   int ExplainEntry();
 
@@ -68,6 +69,7 @@ class Installer {
   ServiceHandle manager_;
   ServiceHandle service_;
   bool othersCouldWrite_ = false;
+  os::Error error_;  // of the step that failed; none where the system gave no number
 };
 
 const std::array<Installer::Step, 7> Installer::kSteps = {{
@@ -104,9 +106,9 @@ bool Installer::MayBegin() {
   othersCouldWrite_ =
       OthersMayChange(App_Strings::StripTrailingBackslash(folder_)) || OthersMayChange(folder_ + Text(kServiceProgram));
   if (othersCouldWrite_ && !IsOwnFolder()) return false;
-  manager_ = OpenManager(SC_MANAGER_CONNECT | SC_MANAGER_CREATE_SERVICE);
-  if (!manager_) static_cast<void>(FailAt("the service cannot be installed"));
-  return manager_ != nullptr;
+  const os::Error error = OpenManager(SC_MANAGER_CONNECT | SC_MANAGER_CREATE_SERVICE, manager_);
+  if (error.Failed()) static_cast<void>(FailAt("the service cannot be installed", error));
+  return error.Ok();
 }
 
 // Its permissions are about to change: a folder with other people's files in it must not be locked away from them.
@@ -115,8 +117,7 @@ bool Installer::IsOwnFolder() {
       u"OrvantaEventService*", u"ovsctl*", u"Config", u"EventLogs*", u"*.cfg", u"docs", u"*.md", u"*.txt", u"LICENSE*"};
   std::vector<os::DirEntry> entries;
   if (const os::Error error = installation_.FileSystem().Files().List(folder_, entries); error.Failed()) {
-    Fail(error);
-    static_cast<void>(FailAt("the application folder cannot be read"));
+    static_cast<void>(FailAt("the application folder cannot be read", error));
     return false;
   }
   const auto foreign = std::ranges::find_if(entries, [](const os::DirEntry& entry) {
@@ -131,9 +132,10 @@ bool Installer::IsOwnFolder() {
 
 // The service waits for that one when the machine starts; installing does not need it.
 void Installer::LookAtEventLog() {
-  const PendingErrorScope scope;
-  const ServiceHandle eventLog = OpenServiceOf(manager_.get(), u"EventLog", SERVICE_QUERY_STATUS);
-  if (eventLog && StateOf(eventLog.get()) == SERVICE_RUNNING) return;
+  ServiceHandle eventLog;
+  DWORD state = 0;
+  const os::Error error = OpenServiceOf(manager_.get(), u"EventLog", SERVICE_QUERY_STATUS, eventLog);
+  if (error.Ok() && StateOf(eventLog.get(), state).Ok() && state == SERVICE_RUNNING) return;
   Console::Say("Warning: the Windows Event Log service (EventLog) is not running. Without it no record arrives.");
 }
 
@@ -145,7 +147,7 @@ bool Installer::MakeEntry() {
   service_.reset(CreateServiceW(manager_.get(), ToWide(kServiceName).c_str(), ToWide(kDisplayName).c_str(),
                                 SERVICE_ALL_ACCESS, SERVICE_WIN32_OWN_PROCESS, SERVICE_AUTO_START, SERVICE_ERROR_NORMAL,
                                 program.c_str(), nullptr, nullptr, kDependencies, nullptr, nullptr));
-  if (!service_) return FailLast();
+  if (!service_) return Fail(LastError());
   Console::Print("Service entry: " + Shown(kServiceName) + ", \"" + Shown(kDisplayName) +
                  "\", starts automatically after EventLog, program " + Shown(FromWide(program)) + ".");
   return true;
@@ -154,25 +156,25 @@ bool Installer::MakeEntry() {
 bool Installer::DescribeEntry() {
   std::wstring text = kDescription;
   SERVICE_DESCRIPTIONW description{text.data()};
-  if (!ChangeServiceConfig2W(service_.get(), SERVICE_CONFIG_DESCRIPTION, &description)) return FailLast();
+  if (!ChangeServiceConfig2W(service_.get(), SERVICE_CONFIG_DESCRIPTION, &description)) return Fail(LastError());
   std::array<SC_ACTION, kRestartDelays.size()> restarts;
   std::ranges::transform(kRestartDelays, restarts.begin(), [](DWORD delay) { return SC_ACTION{SC_ACTION_RESTART, delay}; });
   SERVICE_FAILURE_ACTIONSW actions{};
   actions.dwResetPeriod = kDay;
   actions.cActions = static_cast<DWORD>(restarts.size());
   actions.lpsaActions = restarts.data();
-  if (!ChangeServiceConfig2W(service_.get(), SERVICE_CONFIG_FAILURE_ACTIONS, &actions)) return FailLast();
+  if (!ChangeServiceConfig2W(service_.get(), SERVICE_CONFIG_FAILURE_ACTIONS, &actions)) return Fail(LastError());
   Console::Print(
       "Recovery: restarts 1, 5 and 15 minutes after the first, second and later failures; counted anew after a day.");
   SERVICE_FAILURE_ACTIONS_FLAG always{TRUE};
   if (ChangeServiceConfig2W(service_.get(), SERVICE_CONFIG_FAILURE_ACTIONS_FLAG, &always)) return true;
-  if (GetLastError() != ERROR_INVALID_LEVEL) return FailLast();
+  if (GetLastError() != ERROR_INVALID_LEVEL) return Fail(LastError());
   Console::Say("This system restarts the service after a crash only, not after it ended with an error.");
   return true;
 }
 
 bool Installer::MakeEventSource() {
-  if (!EnsureEventSource(folder_ + Text(kServiceProgram), true)) return false;
+  if (const os::Error error = EnsureEventSource(folder_ + Text(kServiceProgram), true); error.Failed()) return Fail(error);
   Console::Print("Event source: OrvantaEventService, in the Application log.");
   return true;
 }
@@ -183,7 +185,8 @@ bool Installer::ProtectApplication() {
     Console::Print("Application folder: only administrators can change it already.");
     return true;
   }
-  if (!ProtectFolder(folder, FolderAccess::AdministratorsUsersRead)) return false;
+  const os::Error error = ProtectFolder(folder, FolderAccess::AdministratorsUsersRead);
+  if (error.Failed()) return Fail(error);
   Console::Print(
       "Application folder: others could change it; now administrators and the system can, users may read and run.");
   return true;
@@ -194,9 +197,8 @@ bool Installer::ProtectConfig() {
   std::uint32_t reason = 0;
   if (!installation_.FileSystem().EnsureDirExists(settings.rulesFolder, reason)) return Fail(os::Error(reason));
   // Set on both, so that it holds for the rules wherever they are moved.
-  if (!ProtectFolder(folder_ + u"Config", FolderAccess::Administrators) ||
-      !ProtectFolder(settings.rulesFolder, FolderAccess::Administrators)) {
-    return false;
+  for (const Text& folder : {folder_ + u"Config", settings.rulesFolder}) {
+    if (const os::Error error = ProtectFolder(folder, FolderAccess::Administrators); error.Failed()) return Fail(error);
   }
   Console::Print("Config and Config\\Rules: open to administrators and the system alone.");
   return true;
@@ -211,7 +213,7 @@ bool Installer::ProtectData() {
     Console::Say("Remove " + Shown(*link) + ", which is a link to another place, and install again.");
     return Fail(os::Error(ERROR_CANT_ACCESS_FILE));
   }
-  if (!ProtectFolder(folder, FolderAccess::Administrators)) return false;
+  if (const os::Error error = ProtectFolder(folder, FolderAccess::Administrators); error.Failed()) return Fail(error);
   Console::Print("Debug logs: " + Shown(folder) + ", open to administrators and the system alone.");
   return true;
 }
@@ -261,23 +263,27 @@ void Installer::LookAtFoldersAbove() {
 
 // --- failures
 
+bool Installer::Fail(os::Error error) {
+  error_ = error;
+  return false;
+}
+
 int Installer::ExplainEntry() {
-  if (PendingSystemError() != ERROR_SERVICE_EXISTS) return FailAt("the service cannot be installed");
-  TakePendingSystemError();
-  const ServiceHandle there = OpenServiceOf(manager_.get(), kServiceName, SERVICE_QUERY_CONFIG);
-  const Text program = there ? SetupOf(there.get()).programPath : Text();
+  if (error_.Number() != ERROR_SERVICE_EXISTS) return FailAt("the service cannot be installed", error_);
+  ServiceHandle there;
+  const bool isKnown = OpenServiceOf(manager_.get(), kServiceName, SERVICE_QUERY_CONFIG, there).Ok();
+  const Text program = isKnown ? SetupOf(there.get()).programPath : Text();
   return Console::Fail("the service is already installed, its program is " + Shown(program) +
                        "; \"ovsctl uninstall\" removes it and leaves settings, rules and logs");
 }
 
 int Installer::FailInside(std::size_t step) {
-  const int result = FailAt(std::string("not done: ") + kSteps[step].name);
+  const int result = FailAt(std::string("not done: ") + kSteps[step].name, error_);
   for (std::size_t i = step + 1; i < kSteps.size(); ++i) Console::Say(std::string("  not done: ") + kSteps[i].name);
-  if (DeleteService(service_.get())) {
-    Console::Say("  The service entry was taken back; what else is told above stays.");
+  if (const os::Error error = Outcome(DeleteService(service_.get()) != 0); error.Failed()) {
+    static_cast<void>(FailAt("the service entry could not be taken back", error));
   } else {
-    FailLast();
-    static_cast<void>(FailAt("the service entry could not be taken back"));
+    Console::Say("  The service entry was taken back; what else is told above stays.");
   }
   return result;
 }

@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "diag/PendingError.h"
 #include "os/win32/Win32Error.h"
 #include "os/win32/Win32Text.h"
 #include "ovsctl/cli/Console.h"
@@ -38,35 +37,27 @@ Text ProgramOf(TextView commandLine) {
 
 }  // namespace
 
-bool Fail(os::Error error) noexcept {
-  FailPending(error);
-  return false;
+os::Error OpenManager(DWORD rights, ServiceHandle& out) {
+  out.reset(OpenSCManagerW(nullptr, nullptr, rights));
+  return Outcome(out != nullptr);
 }
 
-bool FailLast() noexcept { return Fail(LastError()); }
-
-ServiceHandle OpenManager(DWORD rights) {
-  ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, rights));
-  if (!manager) FailLast();
-  return manager;
+os::Error OpenServiceOf(SC_HANDLE manager, TextView name, DWORD rights, ServiceHandle& out) {
+  out.reset(OpenServiceW(manager, ToWide(name).c_str(), rights));
+  return Outcome(out != nullptr);
 }
 
-ServiceHandle OpenServiceOf(SC_HANDLE manager, TextView name, DWORD rights) {
-  ServiceHandle service(OpenServiceW(manager, ToWide(name).c_str(), rights));
-  if (!service) FailLast();
-  return service;
+os::Error OpenEventService(DWORD rights, ServiceHandle& out) {
+  ServiceHandle manager;
+  const os::Error error = OpenManager(SC_MANAGER_CONNECT, manager);
+  return error.Failed() ? error : OpenServiceOf(manager.get(), kServiceName, rights, out);
 }
 
-ServiceHandle OpenEventService(DWORD rights) {
-  const ServiceHandle manager = OpenManager(SC_MANAGER_CONNECT);
-  return manager ? OpenServiceOf(manager.get(), kServiceName, rights) : ServiceHandle();
-}
-
-DWORD StateOf(SC_HANDLE service) {
+os::Error StateOf(SC_HANDLE service, DWORD& out) {
   SERVICE_STATUS status{};
-  if (QueryServiceStatus(service, &status)) return status.dwCurrentState;
-  FailLast();
-  return 0;
+  const os::Error error = Outcome(QueryServiceStatus(service, &status) != 0);
+  out = error.Ok() ? status.dwCurrentState : 0;
+  return error;
 }
 
 std::string_view StateName(DWORD state) { return kStates[state < std::size(kStates) ? state : 0]; }
@@ -76,16 +67,12 @@ ServiceSetup SetupOf(SC_HANDLE service) {
   QueryServiceConfigW(service, nullptr, 0, &bytes);
   std::vector<QUERY_SERVICE_CONFIGW> memory(bytes / sizeof(QUERY_SERVICE_CONFIGW) + 1);
   const auto size = static_cast<DWORD>(memory.size() * sizeof(QUERY_SERVICE_CONFIGW));
-  if (!QueryServiceConfigW(service, memory.data(), size, &bytes)) {
-    FailLast();
-    return {};
-  }
+  if (!QueryServiceConfigW(service, memory.data(), size, &bytes)) return {};
   const QUERY_SERVICE_CONFIGW& config = memory.front();
   return {ProgramOf(FromWide(config.lpBinaryPathName ? config.lpBinaryPathName : L"")), config.dwStartType};
 }
 
-int FailAt(std::string_view what) {
-  const os::Error error(TakePendingSystemError());
+int FailAt(std::string_view what, os::Error error) {
   for (const Advice& each : kAdvice) {
     if (each.error == error.Number()) return Console::Fail(std::string(what) + ": " + each.text);
   }
@@ -99,9 +86,9 @@ namespace ovs {
 os::ServiceEntry os::LookAtService() {
   static constexpr const char* kStartTypes[] = {"boot", "system", "automatic", "on demand", "disabled"};
   ServiceEntry entry;
-  const win32::ServiceHandle service = win32::OpenEventService(SERVICE_QUERY_STATUS | SERVICE_QUERY_CONFIG);
+  win32::ServiceHandle service;
+  entry.error = win32::OpenEventService(SERVICE_QUERY_STATUS | SERVICE_QUERY_CONFIG, service);
   if (!service) {
-    entry.error = Error(TakePendingSystemError());
     const bool missing = entry.error.Number() == ERROR_SERVICE_DOES_NOT_EXIST;
     entry.presence = missing ? ServiceEntry::Presence::NotInstalled : ServiceEntry::Presence::Unknown;
     return entry;

@@ -2,7 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
-#include "diag/PendingError.h"
+#include "os/win32/Win32Error.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/service/win32/ServiceCommands.h"
@@ -15,12 +15,12 @@ namespace {
 
 bool IsSettled(DWORD state) { return state == SERVICE_RUNNING || state == SERVICE_STOPPED; }
 
-int FailToStart(SC_HANDLE service) {
-  if (const os::Error error(PendingSystemError()); error.IsNotFound()) {
+int FailToStart(SC_HANDLE service, os::Error error) {
+  if (error.IsNotFound()) {
     const Text program = SetupOf(service).programPath;
     return Console::Fail("the service cannot be started: its program is not there, " + Console::Shown(program), error);
   }
-  return FailAt("the service cannot be started");
+  return FailAt("the service cannot be started", error);
 }
 
 // The service ended at once and left an error number.
@@ -33,19 +33,20 @@ int FailToStay(SC_HANDLE service) {
 // kDone when it runs, kFindings when it is still starting after that time.
 int RunStart(unsigned waitSeconds) {
   Diagnostics().Attach(DebugPortsOf(os::ThisMachine()), {});
-  const ServiceHandle service = OpenEventService(SERVICE_QUERY_STATUS | SERVICE_QUERY_CONFIG | SERVICE_START);
-  if (!service) return FailAt("the service cannot be started");
-  if (StateOf(service.get()) == SERVICE_STOP_PENDING) {
+  ServiceHandle service;
+  DWORD state = 0;
+  os::Error error = OpenEventService(SERVICE_QUERY_STATUS | SERVICE_QUERY_CONFIG | SERVICE_START, service);
+  if (error.Failed()) return FailAt("the service cannot be started", error);
+  if (StateOf(service.get(), state).Ok() && state == SERVICE_STOP_PENDING) {
     return Console::Fail("the service is stopping; \"ovsctl stop\" finishes that, then start it");
   }
-  if (!StartServiceW(service.get(), 0, nullptr)) {
-    FailLast();
-    if (PendingSystemError() != ERROR_SERVICE_ALREADY_RUNNING) return FailToStart(service.get());
-    TakePendingSystemError();
+  error = Outcome(StartServiceW(service.get(), 0, nullptr) != 0);
+  if (error.Failed()) {
+    if (error.Number() != ERROR_SERVICE_ALREADY_RUNNING) return FailToStart(service.get(), error);
     Console::Print("The service was started before.");
   }
-  const DWORD state = WaitForState(service.get(), waitSeconds, IsSettled);
-  if (state == 0) return FailAt("the service's state cannot be asked");
+  error = WaitForState(service.get(), waitSeconds, IsSettled, state);
+  if (error.Failed()) return FailAt("the service's state cannot be asked", error);
   if (state == SERVICE_STOPPED) return FailToStay(service.get());
   if (state == SERVICE_RUNNING) {
     Console::Print(Console::Styled(Console::Style::Good, "Running."));

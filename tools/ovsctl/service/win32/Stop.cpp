@@ -2,9 +2,9 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
-#include "diag/PendingError.h"
 #include "monitor/RecordKind.h"
 #include "os/System.h"
+#include "os/win32/Win32Error.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/cli/Installation.h"
@@ -29,31 +29,34 @@ int SendControl(SC_HANDLE service) {
     Console::Print("Stop control: sent.");
     return kDone;
   }
-  FailLast();
-  const std::uint32_t error = PendingSystemError();
-  const bool came = error == ERROR_SERVICE_NOT_ACTIVE ||
-                    (error == ERROR_SERVICE_CANNOT_ACCEPT_CTRL && StateOf(service) == SERVICE_STOP_PENDING);
-  if (!came) return FailAt("the stop control could not be sent");
-  TakePendingSystemError();
+  const os::Error error = LastError();
+  DWORD state = 0;
+  const bool isStopping =
+      error.Number() == ERROR_SERVICE_CANNOT_ACCEPT_CTRL && StateOf(service, state).Ok() && state == SERVICE_STOP_PENDING;
+  if (!isStopping && error.Number() != ERROR_SERVICE_NOT_ACTIVE) {
+    return FailAt("the stop control could not be sent", error);
+  }
   Console::Print("Stop control: had been sent before.");
   return kDone;
 }
 
 // The service's own program knows the messages; where the manager does not tell its place, the one beside this program.
 Text ServiceProgram(SC_HANDLE service) {
-  const PendingErrorScope scope;
   Text program = SetupOf(service).programPath;
   return program.empty() ? App_FilePath::FolderOf(os::ThisSystem().ProgramPath()) + Text(kServiceProgram) : program;
 }
 
 int LeaveRecord(SC_HANDLE service, const StopOptions& options) {
-  if (!EnsureEventSource(ServiceProgram(service))) return FailAt("the event source could not be registered");
-  if (!WriteEventRecord(kRecordText)) return FailAt("the record with the stop phrase could not be written");
+  os::Error error = EnsureEventSource(ServiceProgram(service));
+  if (error.Failed()) return FailAt("the event source could not be registered", error);
+  error = WriteEventRecord(kRecordText);
+  if (error.Failed()) return FailAt("the record with the stop phrase could not be written", error);
   Console::Print("Record with the stop phrase: written to the Application log.");
   if (options.feed.empty()) return kDone;
   const std::optional<Text> feed = TypedPath(options.feed);
   if (!feed) return kFailed;
-  if (!AppendRecordToFeed(*feed, kRecordText)) return FailAt("the record could not be appended to " + options.feed);
+  error = AppendRecordToFeed(*feed, kRecordText);
+  if (error.Failed()) return FailAt("the record could not be appended to " + options.feed, error);
   Console::Print("Record with the stop phrase: appended to the feed.");
   return kDone;
 }
@@ -71,8 +74,9 @@ std::string MissingKey(DWORD state, const StopOptions& options) {
 }
 
 int AwaitStop(SC_HANDLE service, const StopOptions& options) {
-  const DWORD state = WaitForState(service, options.waitSeconds, IsStopped);
-  if (state == 0) return FailAt("the service's state cannot be asked");
+  DWORD state = 0;
+  const os::Error error = WaitForState(service, options.waitSeconds, IsStopped, state);
+  if (error.Failed()) return FailAt("the service's state cannot be asked", error);
   if (IsStopped(state)) {
     Console::Print(Console::Styled(Console::Style::Good, "Stopped."));
     return kDone;
@@ -96,9 +100,12 @@ void AddStopKeys(CLI::App& command, StopOptions& options) {
 int StopService(const StopOptions& options) {
   Diagnostics().Attach(DebugPortsOf(os::ThisMachine()), {});
   const DWORD rights = SERVICE_QUERY_STATUS | SERVICE_QUERY_CONFIG | (options.control ? SERVICE_STOP : 0);
-  const ServiceHandle service = OpenEventService(rights);
-  if (!service) return FailAt("the service cannot be stopped");
-  if (IsStopped(StateOf(service.get()))) {
+  ServiceHandle service;
+  DWORD state = 0;
+  if (const os::Error error = OpenEventService(rights, service); error.Failed()) {
+    return FailAt("the service cannot be stopped", error);
+  }
+  if (StateOf(service.get(), state).Ok() && IsStopped(state)) {
     Console::Print("The service is not running.");
     return kDone;
   }

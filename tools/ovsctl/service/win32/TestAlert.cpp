@@ -147,13 +147,16 @@ class Trial {
 };
 
 int WriteRecord(const os::ServiceEntry& service, TextView text, const std::string& feed) {
-  if (!EnsureEventSource(service.programPath)) return FailAt("the event source could not be registered");
-  if (!WriteEventRecord(text)) return FailAt("the test record could not be written to the Application log");
+  os::Error error = EnsureEventSource(service.programPath);
+  if (error.Failed()) return FailAt("the event source could not be registered", error);
+  error = WriteEventRecord(text);
+  if (error.Failed()) return FailAt("the test record could not be written to the Application log", error);
   Console::Print("Record: \"" + Console::Shown(text) + "\" written to the Application log.");
   if (feed.empty()) return kDone;
   const std::optional<Text> path = TypedPath(feed);
   if (!path) return kFailed;
-  return AppendRecordToFeed(*path, text) ? kDone : FailAt("the record could not be appended to " + feed);
+  error = AppendRecordToFeed(*path, text);
+  return error.Ok() ? kDone : FailAt("the record could not be appended to " + feed, error);
 }
 
 int NoAlert(unsigned seconds) {
@@ -170,7 +173,7 @@ int NoAlert(unsigned seconds) {
 
 int CheckService(const os::ServiceEntry& service) {
   using Presence = os::ServiceEntry::Presence;
-  if (service.presence == Presence::Unknown) return FailAt("the service cannot be asked");
+  if (service.presence == Presence::Unknown) return FailAt("the service cannot be asked", service.error);
   if (service.presence != Presence::Installed) {
     return Console::Fail("the service is not installed; \"ovsctl install\" does that");
   }

@@ -9,8 +9,8 @@
 
 #include "base/App_Strings.h"
 #include "diag/App_Debug.h"
-#include "diag/PendingError.h"
 #include "monitor/GlobalExclusions.h"
+#include "os/win32/Win32Error.h"
 #include "os/win32/Win32Handle.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
@@ -87,8 +87,7 @@ class Purge {
 
   void Note(const Text& path, os::Error error) {
     failed_ = true;
-    Fail(error);
-    static_cast<void>(FailAt("cannot delete " + Shown(path)));
+    static_cast<void>(FailAt("cannot delete " + Shown(path), error));
   }
 
   Installation& installation_;
@@ -123,23 +122,21 @@ Handle ProcessOf(SC_HANDLE service) {
 // Files that an earlier uninstall left may be purged still.
 int RemoveEntry(const UninstallOptions& options) {
   constexpr DWORD kLastWords = 10'000;
-  const ServiceHandle service = OpenEventService(DELETE | SERVICE_QUERY_STATUS);
-  if (!service && options.purge && PendingSystemError() == ERROR_SERVICE_DOES_NOT_EXIST) {
-    TakePendingSystemError();
+  ServiceHandle service;
+  os::Error error = OpenEventService(DELETE | SERVICE_QUERY_STATUS, service);
+  if (options.purge && error.Number() == ERROR_SERVICE_DOES_NOT_EXIST) {
     Console::Print("Service entry: there is none.");
     return kDone;
   }
-  if (!service) return FailAt("the service cannot be uninstalled");
+  if (error.Failed()) return FailAt("the service cannot be uninstalled", error);
   const Handle process = ProcessOf(service.get());
   if (const int result = StopService(options.stop)) {
     Console::Say("Nothing was uninstalled, because the service could not be stopped.");
     return result;
   }
   if (process) WaitForSingleObject(process.Get(), kLastWords);
-  if (!DeleteService(service.get())) {
-    FailLast();
-    return FailAt("the service entry could not be deleted");
-  }
+  error = Outcome(DeleteService(service.get()) != 0);
+  if (error.Failed()) return FailAt("the service entry could not be deleted", error);
   Console::Print("Service entry: deleted.");
   return kDone;
 }
@@ -151,7 +148,9 @@ int RunUninstall(const UninstallOptions& options) {
   const Text& folder = installation->Environment().ApplicationFolder();
   if (options.purge && !options.yes && !AnswersYes(folder)) return kFailed;
   if (const int result = RemoveEntry(options)) return result;
-  if (!RemoveEventSource()) return FailAt("the event source could not be deleted");
+  if (const os::Error error = RemoveEventSource(); error.Failed()) {
+    return FailAt("the event source could not be deleted", error);
+  }
   Console::Print("Event source: deleted.");
   if (!options.purge) {
     Console::Print("Settings, rules and logs stay in " + Shown(folder));
