@@ -60,4 +60,8 @@ template <class UnitOf>
 // The last occurrence. An empty needle is found at the end. Allocates nothing.
 [[nodiscard]] std::size_t FindLastFolded(TextView haystack, TextView needle);
 
+// Each code unit to the lower-case unit whose upper case it is; where several have the same upper case,
+// the ordinary one: "Σ" gives "σ", "I" gives "i".
+[[nodiscard]] Text LowerCase(TextView text);
+
 }  // namespace ovs

@@ -8,8 +8,9 @@
 #include "diag/App_Debug.h"
 #include "diag/Proc.h"
 #include "monitor/Rule.h"
+#include "platform/App_FilePath.h"
+#include "platform/FS_DirList.h"
 #include "platform/FileContent.h"
-#include "platform/FileMask.h"
 
 // Why an edit counts from the next record on: a watch is made before the files are looked at, so whatever happens after the
 // look is news, and whatever was complete before it is seen by the look itself. A look finds every file whose identity, size
@@ -26,8 +27,6 @@ bool IsRulesEntry(TextView name) { return IsRuleFile(name) || GlobalExclusions::
 
 bool IsSettingsFile(TextView name) { return MatchesMask(name, u"Orvanta.ini"); }
 
-Text FolderOf(TextView path) { return Text(path.substr(0, path.rfind(u'\\'))); }
-
 }  // namespace
 
 RuleBook::RuleBook(const RuleBookParts& parts, const MonitorSettings& settings)
@@ -35,7 +34,7 @@ RuleBook::RuleBook(const RuleBookParts& parts, const MonitorSettings& settings)
       settings_(settings),
       exclusions_(parts.fileSystem, problems_, settings.rulesFolder),
       rulesFolder_(parts.fileSystem.Files(), parts.clock, settings.rulesFolder, IsRulesEntry),
-      configFolder_(parts.fileSystem.Files(), parts.clock, FolderOf(settings.configIniPath), IsSettingsFile),
+      configFolder_(parts.fileSystem.Files(), parts.clock, App_FilePath::ParentOf(settings.configIniPath), IsSettingsFile),
       index_(IndexOf({})) {}
 
 RuleTiming::News RuleBook::News() const {

@@ -1,9 +1,10 @@
-// Port: the clock and the time zone.
+// Port: the clock, the time zone and the multimedia timer.
 #pragma once
 
 #include <cstdint>
 
 #include "base/DateTime.h"
+#include "os/Error.h"
 #include "os/Files.h"
 
 namespace ovs::os {
@@ -25,7 +26,36 @@ class TimeZone {
   virtual Error ToLocal(const DateTime& utc, DateTime& local) = 0;
 };
 
+// The multimedia timer, which the performance timer of the diagnostics uses.
+class PeriodTimer {
+ public:
+  virtual ~PeriodTimer() = default;
+  // Smallest and largest period in milliseconds. 31 when the system does not tell.
+  virtual Error Periods(std::uint32_t& minimum, std::uint32_t& maximum) = 0;
+  // Both fail with 87 for a period that is not between those two.
+  virtual Error Begin(std::uint32_t period) = 0;
+  virtual Error End(std::uint32_t period) = 0;
+  // Milliseconds since the system started; wraps at 2^32.
+  virtual std::uint32_t Now() = 0;
+};
+
 Clock& SystemClock();
 TimeZone& SystemTimeZone();
+PeriodTimer& SystemPeriodTimer();
+
+// --- Dates that the system's time calls can carry ---
+
+inline constexpr int kFirstSystemYear = 1601;
+inline constexpr int kLastSystemYear = 30827;
+
+inline bool IsSystemYear(int year) { return year >= kFirstSystemYear && year <= kLastSystemYear; }
+
+// True when every field is in its range, the day within its month.
+[[nodiscard]] inline bool IsSystemDate(const DateTime& value) {
+  // The fields are checked in a year that IsValid knows; leap years repeat every 400 years.
+  DateTime inCycle = value;
+  inCycle.year = 1600 + value.year % 400;
+  return IsSystemYear(value.year) && IsValid(inCycle);
+}
 
 }  // namespace ovs::os

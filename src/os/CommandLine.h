@@ -1,7 +1,8 @@
-// Port: what a console program gets from whoever types.
+// Port: the arguments and the secrets that a user types at a console program.
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -21,5 +22,10 @@ inline constexpr std::size_t kLongestSecretLine = 1024;
 // One line from standard input without its line end; not echoed where it is typed. Other input than a terminal's is UTF-8,
 // a byte-order mark does not count. None at the end of input. The memory that the call used itself is wiped.
 [[nodiscard]] std::optional<Text> ReadSecretLine();
+
+// --- For the adapters ---
+
+// Takes bytes until a line feed, the end of input (`next` gives false) or the limit; see ReadSecretLine.
+[[nodiscard]] std::optional<Text> SecretLineOf(const std::function<bool(char&)>& next);
 
 }  // namespace ovs::os

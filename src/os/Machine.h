@@ -5,7 +5,6 @@
 #include "os/Crypto.h"
 #include "os/Files.h"
 #include "os/FolderWatch.h"
-#include "os/Prompt.h"
 #include "os/Registry.h"
 #include "os/System.h"
 

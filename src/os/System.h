@@ -1,4 +1,4 @@
-// Port: the machine and the process.
+// Port: the machine, the process, and the person who sits in front of it.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "base/Text.h"
-#include "os/Error.h"
 
 namespace ovs::os {
 
@@ -35,20 +34,21 @@ class System {
   virtual std::uint64_t MemoryInUse() = 0;
 };
 
-// The multimedia timer, which the performance timer of the diagnostics uses.
-class PeriodTimer {
+class Prompt {
  public:
-  virtual ~PeriodTimer() = default;
-  // Smallest and largest period in milliseconds. 31 when the system does not tell.
-  virtual Error Periods(std::uint32_t& minimum, std::uint32_t& maximum) = 0;
-  // Both fail with 87 for a period that is not between those two.
-  virtual Error Begin(std::uint32_t period) = 0;
-  virtual Error End(std::uint32_t period) = 0;
-  // Milliseconds since the system started; wraps at 2^32.
-  virtual std::uint32_t Now() = 0;
+  virtual ~Prompt() = default;
+  // Shows a message box and waits for its answer; `flags` and result are those of the platform's message box
+  // (1 OK, 2 Cancel, 6 Yes, 7 No; 0 when it cannot be shown).
+  virtual int Show(TextView text, TextView caption, std::uint32_t flags) = 0;
 };
 
 System& ThisSystem();
-PeriodTimer& SystemPeriodTimer();
+// The screen of the machine. A service has none that anybody sees; its boxes stand on its own window station.
+Prompt& SystemPrompt();
+
+// Before anything else in a program. Windows: libraries are looked for in the system folder alone, whatever the current
+// folder or PATH holds (those that a registered component names by its path still load), none comes from another machine,
+// and a damaged heap ends the process. Nothing elsewhere.
+void HardenProcess() noexcept;
 
 }  // namespace ovs::os

@@ -1,4 +1,5 @@
 #include "os/WindowsPath.h"
+#include "base/Fold.h"
 
 #include <algorithm>
 
@@ -85,6 +86,12 @@ os::Error TakeBase(TextView& rest, TextView currentFolder, WindowsPath& out) {
   return out.root.empty() ? SystemError::kPathNotFound : os::kSuccess;
 }
 
+constexpr TextView kDeviceNames[] = {u"CON", u"PRN", u"AUX", u"NUL", u"CONIN$", u"CONOUT$"};
+constexpr TextView kNumberedDevices[] = {u"COM", u"LPT"};
+// Ports 1 to 3 answer to the raised digits too.
+constexpr TextView kPortDigits = u"123456789\u00B9\u00B2\u00B3";
+constexpr std::size_t kNumberedSize = 4;
+
 }  // namespace
 
 os::Error SplitWindowsPath(TextView path, TextView currentFolder, WindowsPath& out) {
@@ -107,6 +114,13 @@ Text JoinWindowsPath(const WindowsPath& path) {
   if (path.names.empty()) return out + u"\\";
   for (const Text& name : path.names) out.append(u"\\").append(name);
   return out;
+}
+
+bool IsDeviceName(TextView name) {
+  const auto equals = [](TextView device, TextView given) { return EqualsFolded(device, given); };
+  if (std::ranges::any_of(kDeviceNames, [&](TextView device) { return equals(device, name); })) return true;
+  if (name.size() != kNumberedSize || kPortDigits.find(name.back()) == TextView::npos) return false;
+  return std::ranges::any_of(kNumberedDevices, [&](TextView device) { return equals(device, name.substr(0, 3)); });
 }
 
 }  // namespace ovs

@@ -22,4 +22,8 @@ os::Error SplitWindowsPath(TextView path, TextView currentFolder, WindowsPath& o
 // The plain path again, without "\" at the end unless it is the root of a drive.
 [[nodiscard]] Text JoinWindowsPath(const WindowsPath& path);
 
+// True when a path's last name, without a folder, is a device's: "NUL", "con", "COM1". Whether a device hides behind a name
+// with an extension as well ("nul.txt") differs from one Windows version to the next and is not answered here.
+[[nodiscard]] bool IsDeviceName(TextView name);
+
 }  // namespace ovs

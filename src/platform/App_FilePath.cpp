@@ -143,6 +143,8 @@ Text FolderOf(TextView path) {
   return slash == TextView::npos ? Text() : Text(path.substr(0, slash + 1));
 }
 
+Text ParentOf(TextView path) { return Text(path.substr(0, path.rfind(u'\\'))); }
+
 Text NameWithoutExtension(TextView path) {
   Text name = FileNameOf(path);
   name.resize(std::min(name.rfind(u'.'), name.size()));

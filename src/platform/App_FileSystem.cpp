@@ -7,7 +7,7 @@
 #include "diag/App_Debug.h"
 #include "diag/Proc.h"
 #include "platform/App_FilePath.h"
-#include "platform/FileMask.h"
+#include "platform/FS_DirList.h"
 
 namespace ovs {
 

@@ -6,7 +6,6 @@
 
 #include "base/Fold.h"
 #include "base/Numbers.h"
-#include "platform/RegistryTexts.h"
 
 namespace ovs {
 
@@ -16,6 +15,54 @@ constexpr TextView kModule = u"App_Registry";
 constexpr TextView kMissingKeyErrors = u"2,3";
 constexpr TextView kRedirectedNode = u"WOW6432Node\\";
 constexpr std::uint32_t kMaxValueBytes = 1u << 20;
+
+struct RootName {
+  os::RootKey root;
+  TextView name;
+};
+
+constexpr RootName kRoots[] = {
+    {os::RootKey::ClassesRoot, u"HKEY_CLASSES_ROOT"},
+    {os::RootKey::CurrentUser, u"HKEY_CURRENT_USER"},
+    {os::RootKey::LocalMachine, u"HKEY_LOCAL_MACHINE"},
+    {os::RootKey::Users, u"HKEY_USERS"},
+    {os::RootKey::PerformanceData, u"HKEY_PERFORMANCE_DATA"},
+    {os::RootKey::CurrentConfig, u"HKEY_CURRENT_CONFIG"},
+    {os::RootKey::DynData, u"HKEY_DYN_DATA"},
+};
+
+struct ResultText {
+  std::uint32_t code;
+  TextView text;
+};
+
+constexpr ResultText kResults[] = {
+    {0, u"API Success!"},
+    {1, u"Incorrect function."},
+    {2, u"The system cannot find the file specified. (key)"},
+    {3, u"The system cannot find the path specified."},
+    {4, u"The system cannot open the file. (ERROR_TOO_MANY_OPEN_FILES)"},
+    {5, u"Access is denied."},
+    {6, u"The handle is invalid."},
+    {7, u"The storage control blocks were destroyed."},
+    {8, u"Not enough storage is available to process this command."},
+    {14, u"Not enough storage is available to complete this operation."},
+    {87, u"The parameter is incorrect."},
+    {234, u"More data is available."},
+    {259, u"No more data is available."},
+    {1009, u"The configuration registry database is corrupt."},
+    {1010, u"The configuration registry key is invalid."},
+    {1011, u"The configuration registry key could not be opened."},
+    {1012, u"The configuration registry key could not be read."},
+    {1013, u"The configuration registry key could not be written."},
+};
+
+const RootName* FindRoot(os::RootKey root) {
+  for (const RootName& each : kRoots) {
+    if (each.root == root) return &each;
+  }
+  return nullptr;
+}
 
 // One failed registry call: its name, its number and the number's text.
 void LogFailure(Proc& proc, TextView call, os::Error error, TextView expected = {}) {
@@ -270,6 +317,18 @@ bool App_Registry::RegWriteValue(os::RootKey RootHKEY, TextView sRegKey, TextVie
     }
     return WriteTyped(proc, *open, sValueName, os::RegType::kString, ToBytes(std::get<Text>(vRegData) + kNul));
   });
+}
+
+TextView RootKeyLongName(os::RootKey root) {
+  const RootName* found = FindRoot(root);
+  return found ? found->name : TextView();
+}
+
+TextView RegResultText(std::uint32_t code) {
+  for (const ResultText& each : kResults) {
+    if (each.code == code) return each.text;
+  }
+  return u"Unknown Return Value.";
 }
 
 }  // namespace ovs

@@ -222,15 +222,4 @@ std::optional<DateTime> App_Time::TimeUTCtoLocal(TextView vDateTime_UTC) {
   return TimeUTCtoLocal(ParseDateText(vDateTime_UTC));
 }
 
-Text App_Time::TimeStamp(bool withColons) {
-  Proc proc(kModule, u"TimeStamp", ProcKind::Function);
-  proc.ByVal(u"bWithColons", withColons);
-  return proc.Run(Text(), [&] {
-    const DateTime now = LocalNow();
-    const TextView separator = withColons ? u":" : u"";
-    return PaddedNumberText(now.hour, 2).append(separator) + PaddedNumberText(now.minute, 2).append(separator) +
-           PaddedNumberText(now.second, 2);
-  });
-}
-
 }  // namespace ovs

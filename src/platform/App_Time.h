@@ -42,30 +42,27 @@ class App_Time {
   // All must outlive this object.
   App_Time(os::Clock& clock, os::TimeZone& zone, os::Files& files) : clock_(clock), zone_(zone), files_(files) {}
 
+  // By the daylight-saving rules of that date. None when the system does not convert the date.
+  std::optional<DateTime> TimeUTCtoLocal(const std::optional<DateTime>& vDateTime_UTC);
+
+  // --- For other programs of the family; the service itself does not call these ---
+
   // The present local time, or the date in sAltDate (see ParseDateText), in the display form. Empty when sAltDate is no
   // date.
   Text GetDateString(const DateStringOptions& options = {}, TextView sAltDate = {});
-
   // A date of a file or folder. A "FAT" file system stores local time; what it has is taken as such. None when the date
   // cannot be read.
   std::optional<SystemTime> GetFileDate_FromWFAD(FileDateType type, bool bReturnAsUTC, TextView sFile);
   std::optional<DateTime> GetFileDate_FromWFAD_AsDate(FileDateType type, bool bReturnAsUTC, TextView sFile);
   // All three dates of one moment.
   bool GetFileDates_AsDate(TextView sFile, bool bReturnAsUTC, DateTime& created, DateTime& accessed, DateTime& modified);
-
-  // By the daylight-saving rules of that date. None when the system does not convert the date.
   std::optional<SystemTime> SystemTimeUTC_To_SystemTimeLocal(const SystemTime& utc);
-  std::optional<DateTime> TimeUTCtoLocal(const std::optional<DateTime>& vDateTime_UTC);
   std::optional<DateTime> TimeUTCtoLocal(TextView vDateTime_UTC);
-
   // None when a field is out of its range.
   std::optional<SystemTime> DateToSystemTime(const DateTime& date);
   std::optional<DateTime> SystemTimeToDate(const SystemTime& time);
   // Empty for a time that is no date.
   Text SystemTimeToDateString(const SystemTime& time, const DateStringOptions& options = {});
-
-  // The present local time as "hhnnss" or "hh:nn:ss".
-  Text TimeStamp(bool withColons = false);
 
  private:
   [[nodiscard]] DateTime LocalNow();

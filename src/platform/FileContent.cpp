@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <vector>
 
 #include "diag/App_Debug.h"
 
@@ -30,6 +31,9 @@ os::Error ReadUpTo(os::ReadFile& file, std::uint64_t limit, std::string& out) {
   }
   return os::kSuccess;
 }
+
+constexpr std::size_t kScanChunk = 256u << 10;
+constexpr std::size_t kLongestMark = 3;
 
 }  // namespace
 
@@ -62,6 +66,29 @@ Text DescribeReadOutcome(const ReadOutcome& outcome) {
       break;
   }
   return u"the system refuses to read it " + Diagnostics().GetSystemMsg(outcome.error.Number(), true);
+}
+
+void EncodingFinder::Feed(std::string_view bytes) {
+  if (head_.size() < kLongestMark) head_.append(bytes.substr(0, kLongestMark - head_.size()));
+  checker_.Feed(bytes);
+}
+
+FileEncoding EncodingFinder::Encoding() const {
+  for (const FileEncoding encoding : {FileEncoding::Utf16Le, FileEncoding::Utf8Mark}) {
+    if (head_.starts_with(MarkOf(encoding))) return encoding;
+  }
+  return checker_.Finish() ? FileEncoding::Utf8 : FileEncoding::Windows1252;
+}
+
+os::Error FindEncoding(os::ReadFile& file, EncodingFinder& finder) {
+  std::vector<char> buffer(kScanChunk);
+  for (std::uint64_t offset = 0;;) {
+    std::size_t got = 0;
+    if (const os::Error error = file.ReadAt(offset, buffer, got); error.Failed()) return error;
+    if (got == 0) return os::kSuccess;
+    finder.Feed({buffer.data(), got});
+    offset += got;
+  }
 }
 
 }  // namespace ovs

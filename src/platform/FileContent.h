@@ -1,9 +1,12 @@
-// Reading a file whole, with a limit: the untraced primitive below everything that reads settings, rules and lists.
+// Reading a file whole, with a limit, and finding its encoding: the untraced primitives below everything that reads
+// settings, rules, lists and logs.
 #pragma once
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
+#include "base/Encoding.h"
 #include "base/Text.h"
 #include "os/Files.h"
 
@@ -32,5 +35,21 @@ ReadOutcome ReadFileBytes(os::Files& files, TextView path, std::string& out, std
 
 // Why a file was not read, for a debug line. Empty for Ok.
 Text DescribeReadOutcome(const ReadOutcome& outcome);
+
+class EncodingFinder {
+ public:
+  // Takes the bytes that follow what was fed before, from the file's first byte on.
+  void Feed(std::string_view bytes);
+
+  // By the byte-order mark; else UTF-8 when all bytes are valid UTF-8; else Windows-1252.
+  [[nodiscard]] FileEncoding Encoding() const;
+
+ private:
+  std::string head_;  // the first three bytes
+  Utf8Checker checker_;
+};
+
+// Feeds a whole file from its beginning.
+os::Error FindEncoding(os::ReadFile& file, EncodingFinder& finder);
 
 }  // namespace ovs

@@ -5,6 +5,8 @@
 
 #include "base/Fold.h"
 
+// Pieces of any size give the same lines: a line is decoded when its break has arrived, so no character is ever cut, and a
+// break is looked for again from where it could begin in the bytes that were searched before.
 namespace ovs {
 
 namespace {

@@ -38,7 +38,6 @@ class LineScanner {
   // The text behind the last CR LF.
   [[nodiscard]] Text FoldedTail() const;
   [[nodiscard]] bool TailIsCut() const { return cut_; }
-  [[nodiscard]] std::uint64_t TailOffset() const { return lineOffset_; }
 
   static constexpr std::size_t kMaxLineBytes = 1u << 20;
 

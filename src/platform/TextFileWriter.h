@@ -12,7 +12,7 @@
 
 #include "base/Text.h"
 #include "os/Files.h"
-#include "platform/EncodingFinder.h"
+#include "platform/FileContent.h"
 #include "platform/NoDuplicateIndex.h"
 
 namespace ovs {

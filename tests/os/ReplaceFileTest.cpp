@@ -1,5 +1,4 @@
 // What base/os/ReplaceFile.h promises, asked of the machine's own files.
-#include "os/ReplaceFile.h"
 
 #include <gtest/gtest.h>
 

@@ -8,7 +8,6 @@
 #include "diag/App_Debug.h"
 #include "diag/PendingError.h"
 #include "os/MemoryRegistry.h"
-#include "platform/RegistryTexts.h"
 
 namespace ovs {
 namespace {

@@ -1,9 +1,9 @@
-#include "platform/FileMask.h"
+#include "platform/FS_DirList.h"
 
 #include <gtest/gtest.h>
 
 #include "base/Encoding.h"
-#include "platform/LowerCase.h"
+#include "base/Fold.h"
 
 namespace ovs {
 namespace {

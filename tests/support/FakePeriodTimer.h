@@ -1,6 +1,7 @@
 // A multimedia timer that is set.
 #pragma once
 
+#include "os/Clock.h"
 #include "os/System.h"
 
 namespace ovs::fakes {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "mail/message/MailUser.h"
-#include "os/Prompt.h"
+#include "os/System.h"
 
 namespace ovs::fakes {
 

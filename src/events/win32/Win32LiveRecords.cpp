@@ -10,7 +10,7 @@
 #include "events/win32/WmiEventSource.h"
 #include "os/Clock.h"
 #include "os/System.h"
-#include "os/win32/ComApartment.h"
+#include "os/win32/Automation.h"
 
 namespace ovs::os {
 
@@ -56,7 +56,7 @@ Text QueryText(const LiveQuery& query) {
 // Within a log the newest record comes first, so that the newest so many of one log are the first ones.
 void Collect(const LiveQuery& query, RecordSpool& spool, bool& anySecurity) {
   constexpr std::int64_t kForwardOnlyAndAtOnce = 0x20 + 0x10;
-  const ComApartment apartment;
+  const win32::ComApartment apartment;
   const AutomationObject services = AutomationObject::FromMoniker(win32::kWmiMoniker);
   const AutomationObject records =
       win32::ObjectOf(services.Call(u"ExecQuery", {QueryText(query), Text(u"WQL"), kForwardOnlyAndAtOnce}), u"ExecQuery");

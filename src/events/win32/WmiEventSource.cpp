@@ -3,7 +3,7 @@
 #include <optional>
 
 #include "base/RuntimeError.h"
-#include "os/win32/ComApartment.h"
+#include "os/win32/Automation.h"
 
 namespace ovs {
 
@@ -29,7 +29,7 @@ RawValue Property(const AutomationObject& record, TextView name) { return std::v
 
 // Members go in reverse order: the source before its apartment.
 struct WmiEventSource::State {
-  std::optional<ComApartment> apartment;
+  std::optional<win32::ComApartment> apartment;
   std::optional<AutomationObject> source;
 };
 

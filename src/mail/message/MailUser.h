@@ -5,7 +5,7 @@
 #include <optional>
 
 #include "base/Text.h"
-#include "os/Prompt.h"
+#include "os/System.h"
 
 namespace ovs {
 

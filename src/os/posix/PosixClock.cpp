@@ -1,7 +1,6 @@
 #include <ctime>
 
 #include "os/Clock.h"
-#include "os/SystemDate.h"
 
 namespace ovs::os {
 
@@ -45,6 +44,28 @@ class PosixTimeZone : public TimeZone {
   }
 };
 
+constexpr std::uint32_t kShortestPeriod = 1;
+constexpr std::uint32_t kLongestPeriod = 1000;
+
+// The clock is exact by itself: a period is checked and counts for nothing more.
+class PosixPeriodTimer : public PeriodTimer {
+ public:
+  Error Periods(std::uint32_t& minimum, std::uint32_t& maximum) override {
+    minimum = kShortestPeriod;
+    maximum = kLongestPeriod;
+    return kSuccess;
+  }
+
+  Error Begin(std::uint32_t period) override { return Check(period); }
+  Error End(std::uint32_t period) override { return Check(period); }
+  std::uint32_t Now() override { return static_cast<std::uint32_t>(SystemClock().Milliseconds()); }
+
+ private:
+  static Error Check(std::uint32_t period) {
+    return period >= kShortestPeriod && period <= kLongestPeriod ? kSuccess : SystemError::kInvalidParameter;
+  }
+};
+
 }  // namespace
 
 Clock& SystemClock() {
@@ -55,6 +76,11 @@ Clock& SystemClock() {
 TimeZone& SystemTimeZone() {
   static PosixTimeZone zone;
   return zone;
+}
+
+PeriodTimer& SystemPeriodTimer() {
+  static PosixPeriodTimer timer;
+  return timer;
 }
 
 }  // namespace ovs::os

@@ -8,7 +8,6 @@
 
 #include "base/Encoding.h"
 #include "os/CommandLine.h"
-#include "os/SecretLine.h"
 
 namespace ovs::os {
 

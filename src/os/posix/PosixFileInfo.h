@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 
+#include "base/Text.h"
 #include "os/Files.h"
 
 namespace ovs::posix {
@@ -19,5 +20,8 @@ bool Look(int folder, const char* path, int flags, struct statx& out);
 
 [[nodiscard]] os::FileInfo InfoOf(const struct statx& status);
 [[nodiscard]] os::FileStamp StampOf(const struct statx& status);
+
+// The name for the type number that statfs reports, in capitals as Windows names its own; "UNKNOWN" for another.
+[[nodiscard]] Text NameOfFileSystem(std::uint32_t type);
 
 }  // namespace ovs::posix

@@ -13,7 +13,6 @@
 #include "os/Files.h"
 #include "os/posix/PosixErrors.h"
 #include "os/posix/PosixFileInfo.h"
-#include "os/posix/PosixFileSystems.h"
 #include "os/posix/PosixOpenFile.h"
 #include "os/posix/PosixPath.h"
 

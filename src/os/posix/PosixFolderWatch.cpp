@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "os/FolderWatch.h"
+#include "os/posix/PosixOpenFile.h"
 #include "os/posix/PosixPath.h"
-#include "os/posix/UniqueFd.h"
 
 namespace ovs::os {
 

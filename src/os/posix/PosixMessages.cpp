@@ -1,4 +1,4 @@
-#include "os/posix/PosixMessages.h"
+#include "os/posix/PosixErrors.h"
 
 #include <algorithm>
 #include <iterator>

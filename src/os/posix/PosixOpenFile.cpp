@@ -5,7 +5,7 @@
 
 #include <cerrno>
 
-#include "os/DeviceName.h"
+#include "os/WindowsPath.h"
 #include "os/posix/PosixErrors.h"
 #include "os/posix/PosixFileInfo.h"
 

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "os/ReplaceFile.h"
+#include "os/Files.h"
 #include "os/posix/PosixErrors.h"
 #include "os/posix/PosixOpenFile.h"
 #include "os/posix/PosixPath.h"

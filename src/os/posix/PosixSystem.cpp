@@ -15,8 +15,9 @@
 
 #include "base/Encoding.h"
 #include "base/Fold.h"
+#include "os/ExceptionFilter.h"
 #include "os/System.h"
-#include "os/posix/PosixMessages.h"
+#include "os/posix/PosixErrors.h"
 #include "os/posix/PosixPath.h"
 
 namespace ovs::os {
@@ -119,11 +120,30 @@ class PosixSystem : public System {
   }
 };
 
+// Nobody sits in front of a development machine's tests: no box can be shown.
+class PosixPrompt final : public Prompt {
+ public:
+  int Show(TextView /*text*/, TextView /*caption*/, std::uint32_t /*flags*/) override { return 0; }
+};
+
 }  // namespace
 
 System& ThisSystem() {
   static PosixSystem system;
   return system;
 }
+
+Prompt& SystemPrompt() {
+  static PosixPrompt prompt;
+  return prompt;
+}
+
+// The loader has never looked into the current folder here.
+void HardenProcess() noexcept {}
+
+// Faults stay faults: the sanitizers and the debugger must see them where they happen.
+bool InstallExceptionFilter(DescribeException) noexcept { return false; }
+
+void RemoveExceptionFilter() noexcept {}
 
 }  // namespace ovs::os

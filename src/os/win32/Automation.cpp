@@ -14,7 +14,7 @@
 #include "base/Numbers.h"
 #include "base/RuntimeError.h"
 #include "os/System.h"
-#include "os/win32/Win32Text.h"
+#include "os/win32/Win32Support.h"
 
 namespace ovs::win32 {
 
@@ -294,5 +294,14 @@ std::int32_t NumberOf(const AutomationValue& value, TextView what) {
   if (number != nullptr && std::in_range<std::int32_t>(*number)) return static_cast<std::int32_t>(*number);
   throw RuntimeError(RuntimeErrorNumber::kComponent, Text(what) + u" gave no number");
 }
+
+ComApartment::ComApartment() {
+  const HRESULT result = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+  if (SUCCEEDED(result)) return;
+  throw RuntimeError(RuntimeErrorNumber::kComponent,
+                     u"CoInitializeEx failed: " + HexText(static_cast<std::uint32_t>(result), 8));
+}
+
+ComApartment::~ComApartment() { CoUninitialize(); }
 
 }  // namespace ovs::win32

@@ -1,6 +1,6 @@
 // Late-bound automation objects: members by name, values without COM types.
 //
-// An object belongs to the apartment (see ComApartment.h) of the thread that made it. Failures throw RuntimeError: the
+// An object belongs to the apartment (see ComApartment) of the thread that made it. Failures throw RuntimeError: the
 // number is the component's result code, the description names the call, source and text are those of the component.
 #pragma once
 
@@ -66,5 +66,15 @@ class AutomationObject {
 [[nodiscard]] Text TextOf(AutomationValue value);
 // The number in a value; throws RuntimeError when it is no whole number of 32 bits.
 [[nodiscard]] std::int32_t NumberOf(const AutomationValue& value, TextView what);
+
+// A single-threaded apartment from construction to destruction; both belong to one thread. Raises RuntimeError (number 440)
+// when the system refuses, as it does on a thread that already is in an apartment of the other kind.
+class ComApartment {
+ public:
+  ComApartment();
+  ComApartment(const ComApartment&) = delete;
+  ComApartment& operator=(const ComApartment&) = delete;
+  ~ComApartment();
+};
 
 }  // namespace ovs::win32

@@ -6,9 +6,8 @@
 #include "base/Encoding.h"
 #include "base/Wipe.h"
 #include "os/CommandLine.h"
-#include "os/SecretLine.h"
 #include "os/win32/Win32Path.h"
-#include "os/win32/Win32Text.h"
+#include "os/win32/Win32Support.h"
 
 namespace ovs::os {
 
@@ -42,7 +41,7 @@ std::optional<Text> ReadSecretLine() {
   if (GetConsoleMode(input, &mode) != 0) return LineOfConsole(input, mode);
   return SecretLineOf([input](char& byte) {
     DWORD count = 0;
-    return ReadFile(input, &byte, 1, &count, nullptr) != 0 && count == 1;
+    return ::ReadFile(input, &byte, 1, &count, nullptr) != 0 && count == 1;
   });
 }
 

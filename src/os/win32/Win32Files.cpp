@@ -6,11 +6,9 @@
 #include <string>
 
 #include "os/Files.h"
-#include "os/win32/Win32Error.h"
 #include "os/win32/Win32OpenFile.h"
 #include "os/win32/Win32Path.h"
-#include "os/win32/Win32Text.h"
-#include "os/win32/Win32Ticks.h"
+#include "os/win32/Win32Support.h"
 
 namespace ovs::os {
 

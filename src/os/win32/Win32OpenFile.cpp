@@ -5,9 +5,8 @@
 #include <algorithm>
 #include <limits>
 
-#include "os/win32/Win32Error.h"
 #include "os/win32/Win32Path.h"
-#include "os/win32/Win32Ticks.h"
+#include "os/win32/Win32Support.h"
 
 namespace ovs::win32 {
 

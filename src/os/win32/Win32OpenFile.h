@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "os/Files.h"
-#include "os/win32/Win32Handle.h"
+#include "os/win32/Win32Support.h"
 
 namespace ovs::win32 {
 

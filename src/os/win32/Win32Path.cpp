@@ -3,9 +3,8 @@
 #include <windows.h>
 
 #include "base/Fold.h"
-#include "os/DeviceName.h"
-#include "os/win32/Win32Error.h"
-#include "os/win32/Win32Text.h"
+#include "os/WindowsPath.h"
+#include "os/win32/Win32Support.h"
 
 namespace ovs::win32 {
 

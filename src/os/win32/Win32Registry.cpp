@@ -1,7 +1,7 @@
 #include <windows.h>
 
 #include "os/Registry.h"
-#include "os/win32/Win32Text.h"
+#include "os/win32/Win32Support.h"
 
 namespace ovs::os {
 

@@ -3,10 +3,10 @@
 #include <string>
 #include <vector>
 
-#include "os/ReplaceFile.h"
-#include "os/win32/Win32Error.h"
+#include "os/Files.h"
 #include "os/win32/Win32OpenFile.h"
 #include "os/win32/Win32Path.h"
+#include "os/win32/Win32Support.h"
 
 namespace ovs::os {
 

@@ -1,14 +1,20 @@
+#include <winsock2.h>
 #include <windows.h>
+#include <iphlpapi.h>
 #include <psapi.h>
+#include <ws2tcpip.h>
 
+#include <algorithm>
 #include <bit>
+#include <cstddef>
 #include <new>
 #include <string>
+#include <vector>
 
+#include "base/Encoding.h"
 #include "base/Numbers.h"
 #include "os/System.h"
-#include "os/win32/Win32Network.h"
-#include "os/win32/Win32Text.h"
+#include "os/win32/Win32Support.h"
 
 namespace ovs::os {
 
@@ -35,6 +41,55 @@ Text NameFrom(Call call) {
   DWORD size = kNameUnits;
   return call(name, &size) ? FromWide(name) : Text();
 }
+
+// --- The network adapters ---
+
+constexpr ULONG kAdapterFlags = GAA_FLAG_SKIP_ANYCAST | GAA_FLAG_SKIP_MULTICAST | GAA_FLAG_SKIP_DNS_SERVER;
+constexpr ULONG kFirstSize = 16 * 1024;
+constexpr int kAdapterTries = 4;  // adapters may come while their number is asked for
+
+// The system's list, in memory aligned for its records; empty when it cannot be had.
+std::vector<std::max_align_t> AdapterList() {
+  ULONG size = kFirstSize;
+  for (int i = 0; i < kAdapterTries; ++i) {
+    std::vector<std::max_align_t> list(size / sizeof(std::max_align_t) + 1);
+    auto* const first = reinterpret_cast<IP_ADAPTER_ADDRESSES*>(list.data());
+    const ULONG result = GetAdaptersAddresses(AF_UNSPEC, kAdapterFlags, nullptr, first, &size);
+    if (result == ERROR_SUCCESS) return list;
+    if (result != ERROR_BUFFER_OVERFLOW) return {};
+  }
+  return {};
+}
+
+Text AddressText(const sockaddr* address, int family) {
+  if (address == nullptr || address->sa_family != family) return {};
+  const void* const bytes = family == AF_INET
+                                ? static_cast<const void*>(&reinterpret_cast<const sockaddr_in*>(address)->sin_addr)
+                                : &reinterpret_cast<const sockaddr_in6*>(address)->sin6_addr;
+  wchar_t text[INET6_ADDRSTRLEN] = {};
+  return InetNtopW(family, bytes, text, INET6_ADDRSTRLEN) == nullptr ? Text() : FromWide(text);
+}
+
+void AddAddresses(const IP_ADAPTER_ADDRESSES& adapter, int family, std::vector<Text>& out) {
+  if (adapter.OperStatus != IfOperStatusUp || adapter.IfType == IF_TYPE_SOFTWARE_LOOPBACK) return;
+  for (const auto* each = adapter.FirstUnicastAddress; each != nullptr; each = each->Next) {
+    Text text = AddressText(each->Address.lpSockaddr, family);
+    if (!text.empty()) out.push_back(std::move(text));
+  }
+}
+
+std::vector<Text> AdapterAddresses() {
+  const auto list = AdapterList();
+  std::vector<Text> out;
+  if (list.empty()) return out;
+  for (const int family : {AF_INET, AF_INET6}) {
+    const auto* adapter = reinterpret_cast<const IP_ADAPTER_ADDRESSES*>(list.data());
+    for (; adapter != nullptr; adapter = adapter->Next) AddAddresses(*adapter, family, out);
+  }
+  return out;
+}
+
+// --- The ports ---
 
 class Win32System : public System {
  public:
@@ -87,7 +142,7 @@ class Win32System : public System {
            NumberText(version.dwBuildNumber);
   }
 
-  std::vector<Text> LanAddresses() override { return win32::AdapterAddresses(); }
+  std::vector<Text> LanAddresses() override { return AdapterAddresses(); }
 
   std::uint64_t MemoryInUse() override {
     PROCESS_MEMORY_COUNTERS counters = {};
@@ -96,11 +151,49 @@ class Win32System : public System {
   }
 };
 
+class Win32Prompt : public Prompt {
+ public:
+  int Show(TextView text, TextView caption, std::uint32_t flags) override {
+    bool lossless = true;
+    const std::string body = ToWindows1252(text, lossless);
+    const std::string title = ToWindows1252(caption, lossless);
+    return std::max(MessageBoxA(nullptr, body.c_str(), title.c_str(), flags), 0);
+  }
+};
+
+// Of the system's core library; null on a Windows that is too old to have it.
+template <class Function>
+Function* Find(const char* name) noexcept {
+  const FARPROC found = GetProcAddress(GetModuleHandleW(L"kernel32.dll"), name);
+  return reinterpret_cast<Function*>(reinterpret_cast<void*>(found));
+}
+
 }  // namespace
 
 System& ThisSystem() {
   static Win32System system;
   return system;
+}
+
+Prompt& SystemPrompt() {
+  static Win32Prompt prompt;
+  return prompt;
+}
+
+// Each of these makes something harder that should not happen anyway: one that the system refuses costs nothing else.
+void HardenProcess() noexcept {
+  HeapSetInformation(nullptr, HeapEnableTerminationOnCorruption, nullptr, 0);
+  SetDllDirectoryW(L"");
+  if (const auto setDirectories = Find<BOOL WINAPI(DWORD)>("SetDefaultDllDirectories")) {
+    setDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
+  }
+  PROCESS_MITIGATION_IMAGE_LOAD_POLICY images{};
+  images.NoRemoteImages = 1;
+  images.NoLowMandatoryLabelImages = 1;
+  images.PreferSystem32Images = 1;
+  if (const auto setPolicy = Find<BOOL WINAPI(PROCESS_MITIGATION_POLICY, PVOID, SIZE_T)>("SetProcessMitigationPolicy")) {
+    setPolicy(ProcessImageLoadPolicy, &images, sizeof images);
+  }
 }
 
 }  // namespace ovs::os

@@ -12,8 +12,7 @@
 #include "base/Numbers.h"
 #include "base/RuntimeError.h"
 #include "diag/PendingError.h"
-#include "os/win32/Win32Handle.h"
-#include "os/win32/Win32Text.h"
+#include "os/win32/Win32Support.h"
 #include "service/ServiceControl.h"
 
 namespace ovs {

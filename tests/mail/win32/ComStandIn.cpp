@@ -13,7 +13,7 @@
 #include "base/Encoding.h"
 #include "mail/engines/win32/ComMail.h"
 #include "os/win32/Automation.h"
-#include "os/win32/Win32Text.h"
+#include "os/win32/Win32Support.h"
 #include "support/win32/CountedObject.h"
 
 namespace ovs::standin {

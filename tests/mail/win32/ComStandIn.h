@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "base/Text.h"
-#include "os/win32/ComApartment.h"
+#include "os/win32/Automation.h"
 
 namespace ovs::standin {
 
@@ -51,7 +51,7 @@ class ComStandIn {
     unsigned long cookie = 0;
   };
 
-  ComApartment apartment_;
+  win32::ComApartment apartment_;
   std::vector<Class> classes_;
   std::string journal_;
   int live_ = 0;

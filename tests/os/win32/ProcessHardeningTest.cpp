@@ -1,4 +1,4 @@
-#include "os/ProcessHardening.h"
+#include "os/System.h"
 
 #include <windows.h>
 #include <gtest/gtest.h>

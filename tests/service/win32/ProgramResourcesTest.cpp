@@ -8,7 +8,7 @@
 
 #include "base/Version.h"
 #include "os/Files.h"
-#include "os/win32/Win32Text.h"
+#include "os/win32/Win32Support.h"
 
 namespace ovs {
 namespace {

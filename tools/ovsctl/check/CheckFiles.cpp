@@ -12,7 +12,6 @@
 #include "platform/App_FilePath.h"
 #include "platform/FS_DirList.h"
 #include "platform/FileContent.h"
-#include "platform/FileMask.h"
 
 namespace ovs {
 
@@ -21,8 +20,6 @@ namespace {
 constexpr TextView kMainSettings = u"Orvanta.ini";
 
 constexpr GlobalExclusions::List kLists[] = {GlobalExclusions::kIds, GlobalExclusions::kSources, GlobalExclusions::kTexts};
-
-Text FolderOf(TextView path) { return Text(path.substr(0, path.rfind(u'\\'))); }
 
 std::optional<GlobalExclusions::List> ListOfName(TextView name) {
   for (const auto list : kLists) {
@@ -119,7 +116,7 @@ void FilesCheck::CheckRuleFile(TextView path) {
   // A file without [LogFile] is unusable as well; its lines tell the same and more.
   if (outcome != IniLoad::Ok && outcome != IniLoad::Unusable) return;
   rules_.push_back(MakeCheckedRule(file, std::move(content)));
-  folders_.push_back(FolderOf(path));
+  folders_.push_back(App_FilePath::ParentOf(path));
   CheckRule(files_, rules_.back(), findings_);
 }
 
@@ -146,7 +143,7 @@ void FilesCheck::CheckProgramSettings(TextView path) {
 void FilesCheck::CheckListFile(TextView path) {
   findings_.BeginFile(ShownPath(path));
   const auto list = ListOfName(App_FilePath::FileNameOf(path));
-  if (list && IsUsable(path)) CheckList(ListsOf(FolderOf(path)), *list, findings_);
+  if (list && IsUsable(path)) CheckList(ListsOf(App_FilePath::ParentOf(path)), *list, findings_);
 }
 
 bool FilesCheck::LooksLikeRule(TextView path) {
@@ -221,7 +218,7 @@ void FilesCheck::CheckStray(TextView path) {
   const Text name = App_FilePath::FileNameOf(path);
   const bool isRule = MatchesMask(name, u"*.DAT");
   const bool isList = GlobalExclusions::IsListName(name);
-  const bool isHere = EqualsFolded(FolderOf(path), installation_.Settings().rulesFolder);
+  const bool isHere = EqualsFolded(App_FilePath::ParentOf(path), installation_.Settings().rulesFolder);
   const auto warn = [&](const std::string& what, const std::string& mend) {
     findings_.BeginFile(ShownPath(path));
     findings_.Warning(0, what, mend);
@@ -241,7 +238,7 @@ void FilesCheck::CheckStray(TextView path) {
 
 // A level too high, or the settings file under another name.
 void FilesCheck::CheckConfigFolder() {
-  const Text folder = FolderOf(installation_.Settings().configIniPath);
+  const Text folder = App_FilePath::ParentOf(installation_.Settings().configIniPath);
   if (!installation_.FileSystem().DirExist(folder)) return;
   for (const Text& path : FilesBelow(files_, folder, u"*.*", 0)) {
     constexpr std::size_t kNear = 4;

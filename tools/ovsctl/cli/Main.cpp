@@ -6,7 +6,7 @@
 #include "base/Encoding.h"
 #include "base/RuntimeError.h"
 #include "base/Version.h"
-#include "os/ProcessHardening.h"
+#include "os/System.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/os/Terminal.h"

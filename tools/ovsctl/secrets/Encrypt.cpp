@@ -15,7 +15,7 @@
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/cli/Installation.h"
 #include "ovsctl/secrets/SettingsFile.h"
-#include "platform/FileMask.h"
+#include "platform/FS_DirList.h"
 
 namespace ovs {
 

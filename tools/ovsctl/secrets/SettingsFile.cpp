@@ -7,7 +7,7 @@
 #include "base/Wipe.h"
 #include "config/Config_Class.h"
 #include "config/PlainIni.h"
-#include "os/ReplaceFile.h"
+#include "os/Files.h"
 #include "ovsctl/cli/Console.h"
 #include "platform/FileContent.h"
 

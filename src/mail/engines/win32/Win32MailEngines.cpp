@@ -9,7 +9,6 @@
 #include "mail/engines/CurlMailer.h"
 #include "mail/engines/win32/ComMail.h"
 #include "os/win32/Automation.h"
-#include "os/win32/ComApartment.h"
 
 namespace ovs {
 
@@ -36,7 +35,7 @@ class Win32MailEngines final : public MailEngines {
 
   BuiltInEngines builtIn_;
   os::Clock& clock_;
-  std::optional<ComApartment> apartment_;
+  std::optional<win32::ComApartment> apartment_;
   std::map<Text, Text> reasons_;  // for which a component did not serve the last time
 };
 

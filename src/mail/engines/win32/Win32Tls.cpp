@@ -11,7 +11,7 @@
 
 #include "base/Encoding.h"
 #include "mail/engines/os/TlsFacts.h"
-#include "os/win32/Win32Text.h"
+#include "os/win32/Win32Support.h"
 
 namespace ovs {
 

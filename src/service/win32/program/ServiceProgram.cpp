@@ -6,7 +6,7 @@
 #include "events/win32/WmiEventSource.h"
 #include "mail/engines/MailComponent.h"
 #include "os/Machine.h"
-#include "os/ProcessHardening.h"
+#include "os/System.h"
 #include "service/EventService.h"
 #include "service/win32/NTService.h"
 

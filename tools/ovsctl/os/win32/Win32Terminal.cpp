@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "base/Encoding.h"
-#include "os/win32/Win32Text.h"
+#include "os/win32/Win32Support.h"
 #include "ovsctl/os/Terminal.h"
 
 namespace ovs::os {

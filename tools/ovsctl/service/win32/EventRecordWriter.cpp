@@ -9,8 +9,7 @@
 
 #include "base/Encoding.h"
 #include "os/Files.h"
-#include "os/win32/Win32Error.h"
-#include "os/win32/Win32Text.h"
+#include "os/win32/Win32Support.h"
 
 namespace ovs::win32 {
 

@@ -8,8 +8,7 @@
 #include <vector>
 
 #include "os/Files.h"
-#include "os/win32/Win32Error.h"
-#include "os/win32/Win32Text.h"
+#include "os/win32/Win32Support.h"
 #include "platform/App_FilePath.h"
 
 namespace ovs::win32 {

@@ -7,8 +7,7 @@
 #include <vector>
 
 #include "base/App_Strings.h"
-#include "os/win32/Win32Error.h"
-#include "os/win32/Win32Text.h"
+#include "os/win32/Win32Support.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/cli/Installation.h"
@@ -18,7 +17,7 @@
 #include "ovsctl/service/win32/ServiceCommands.h"
 #include "ovsctl/service/win32/ServiceControl.h"
 #include "platform/App_FilePath.h"
-#include "platform/FileMask.h"
+#include "platform/FS_DirList.h"
 
 namespace ovs::win32 {
 

@@ -4,8 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "os/win32/Win32Error.h"
-#include "os/win32/Win32Text.h"
+#include "os/win32/Win32Support.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/service/ServiceManager.h"
 

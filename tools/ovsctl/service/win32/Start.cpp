@@ -2,7 +2,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
-#include "os/win32/Win32Error.h"
+#include "os/win32/Win32Support.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/service/win32/ServiceCommands.h"

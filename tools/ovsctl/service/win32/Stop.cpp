@@ -4,7 +4,7 @@
 
 #include "monitor/RecordKind.h"
 #include "os/System.h"
-#include "os/win32/Win32Error.h"
+#include "os/win32/Win32Support.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/cli/Installation.h"

@@ -10,8 +10,7 @@
 #include "base/App_Strings.h"
 #include "diag/App_Debug.h"
 #include "monitor/GlobalExclusions.h"
-#include "os/win32/Win32Error.h"
-#include "os/win32/Win32Handle.h"
+#include "os/win32/Win32Support.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
 #include "ovsctl/cli/Installation.h"
@@ -20,7 +19,7 @@
 #include "ovsctl/service/win32/ServiceCommands.h"
 #include "ovsctl/service/win32/ServiceControl.h"
 #include "platform/App_FilePath.h"
-#include "platform/FileMask.h"
+#include "platform/FS_DirList.h"
 
 namespace ovs::win32 {
 

@@ -1,21 +1,20 @@
-#include "os/SecretLine.h"
+#include "os/CommandLine.h"
 
 #include <string>
 
 #include "base/Encoding.h"
 #include "base/Wipe.h"
-#include "os/CommandLine.h"
 
-namespace ovs {
+namespace ovs::os {
 
 std::optional<Text> SecretLineOf(const std::function<bool(char&)>& next) {
   constexpr std::string_view kMark = "\xEF\xBB\xBF";
   std::string line;
   const WipeAtEnd wiped(line);
-  line.reserve(os::kLongestSecretLine);
+  line.reserve(kLongestSecretLine);
   char byte = 0;
   bool any = false;
-  while (line.size() < os::kLongestSecretLine && next(byte)) {
+  while (line.size() < kLongestSecretLine && next(byte)) {
     any = true;
     if (byte == '\n') break;
     line += byte;
@@ -25,4 +24,4 @@ std::optional<Text> SecretLineOf(const std::function<bool(char&)>& next) {
   return FromUtf8(std::string_view(line).substr(line.starts_with(kMark) ? kMark.size() : 0));
 }
 
-}  // namespace ovs
+}  // namespace ovs::os

@@ -1,4 +1,4 @@
-#include "os/win32/Win32Handle.h"
+#include "os/win32/Win32Support.h"
 
 #include <windows.h>
 
@@ -16,6 +16,11 @@ Handle& Handle::operator=(Handle&& other) noexcept {
 
 void Handle::Close() noexcept {
   if (void* const handle = std::exchange(handle_, nullptr)) CloseHandle(handle);
+}
+
+os::Error win32::LastError() noexcept {
+  const os::Error error(GetLastError());
+  return error.Failed() ? error : SystemError::kGeneralFailure;
 }
 
 }  // namespace ovs

@@ -1,8 +1,0 @@
-#include "os/ProcessHardening.h"
-
-namespace ovs::os {
-
-// The loader has never looked into the current folder here.
-void HardenProcess() noexcept {}
-
-}  // namespace ovs::os
