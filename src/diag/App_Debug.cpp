@@ -177,7 +177,9 @@ const DebugSwitches& App_Debug::Switches() const noexcept { return parts_->switc
 void App_Debug::SetSwitches(const DebugSwitches& switches) noexcept {
   const Parts::Lock lock(parts_->mutex);
   try {
-    const DebugSwitches before = std::exchange(parts_->switches, switches);
+    // A copy: what is given may be the switches that are in force.
+    const DebugSwitches before = parts_->switches;
+    parts_->switches = switches;
     parts_->log.SetOptions({switches.verbose, switches.systemOutput, switches.systemOutputPrefix});
     std::uint32_t time = 0;
     if (switches.perfTimer && !before.perfTimer && PerfTimer_InitValues()) PerfTimer_HighRes_Start(time);

@@ -92,11 +92,12 @@ class App_Debug {
   // `forceLookup` asks the system though the text is cached.
   Text GetSystemMsg(std::uint32_t number, SystemMsgFlavour flavour, bool forceLookup, bool bracketed) noexcept;
 
-  // Procedures without a guard. kNoProc when no record could be made. A record lives until its ProcExit.
+  // Procedures without a guard. kNoProc when no record could be made. A record lives until its ProcExit; of a procedure that
+  // has exited the trace knows that it was there, and the last error of the last thousand that had one.
   ProcId ProcNew(TextView moduleName, TextView procedureName, TextView kind) noexcept;
   void ProcVar(ProcId id, VarKind kind, TextView text) noexcept;
   void ProcExit(ProcId id) noexcept;
-  // "[Error 32 = text]" of the procedure's last error; empty when it had none.
+  // "[Error 32 = text]" of the procedure's last error; empty when it had none or it is too long ago.
   [[nodiscard]] Text ProcLastError(ProcId id) noexcept;
   // The procedure dump as one text: all records that were made while the dump was on.
   [[nodiscard]] Text ProcDump(bool incompleteOnly) noexcept;

@@ -159,7 +159,6 @@ class Proc {
   TextView procedure_;
   ProcKind kind_;
   bool finished_ = false;  // Run has ended
-  bool hadError_ = false;  // the diagnostics hold the text of its last error
   ProcId id_ = kNoProc;
   Proc* outer_ = nullptr;       // the guard that was innermost before this one
   App_Proc* record_ = nullptr;  // the trace's, null while none is kept

@@ -154,7 +154,7 @@ void App_Proc::App_ClassSync_CleanUp() {
   heldCharacters_ = 0;
 }
 
-void Dump_Event(const App_ProcEvent& event, Text& out) {
+void App_Proc::Dump_Event(const App_ProcEvent& event, Text& out) {
   const Text number = NumberText(event.procedureEvent);
   out += u"-----\r\n";
   AddKeyLine(number, u"Global_EventID=", NumberText(event.globalEvent), out);

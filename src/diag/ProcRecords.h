@@ -57,6 +57,9 @@ class App_Proc {
 
   // Numbers the event within the procedure and adds it; the number is returned.
   std::uint32_t Add_ProcedureEvent(App_ProcEvent event);
+  // The procedure has a guard, which alone ends it.
+  void BelongToGuard() noexcept { isOfGuard_ = true; }
+  [[nodiscard]] bool IsOfGuard() const noexcept { return isOfGuard_; }
   // For a record that is made while its procedure already runs: events it had before.
   void SetEarlierEvents(std::uint32_t count) noexcept { eventCount_ = count; }
   // Null while no event was an error.
@@ -71,6 +74,8 @@ class App_Proc {
   void RenderHead(const ProcRenderOptions& options, Text& out) const;
   void RenderEvents(const ProcRenderOptions& options, Text& out) const;
   void RenderEnd(Text& out) const;
+  // Appends the lines of one event.
+  static void Dump_Event(const App_ProcEvent& event, Text& out);
   // Forgets the held events; counters and numbering go on.
   void App_ClassSync_CleanUp();
 
@@ -90,7 +95,13 @@ class App_Proc {
   [[nodiscard]] bool EventExists(std::uint32_t number) const noexcept;
   [[nodiscard]] const App_ProcEvent* ProcedureEventObject(std::uint32_t number) const noexcept;
   // The held events in the order of their numbers.
-  [[nodiscard]] const std::deque<App_ProcEvent>& Events() const noexcept { return events_; }
+  [[nodiscard]] const std::deque<App_ProcEvent>& NewEnum() const noexcept { return events_; }
+  // These replace all values of a kind.
+  void Vars_Passed_ByVal(Text text) { vars_[0] = std::move(text); }
+  void Vars_Passed_ByRef(Text text) { vars_[1] = std::move(text); }
+  void Vars_Created(Text text) { vars_[2] = std::move(text); }
+  void Vars_Returned_ByRef(Text text) { vars_[3] = std::move(text); }
+  void Vars_Function_Result(Text text) { vars_[4] = std::move(text); }
 
  private:
   Text& Variables(VarKind kind) noexcept;
@@ -106,6 +117,7 @@ class App_Proc {
   std::uint32_t perfStart_ = 0;
   std::uint32_t perfEnd_ = 0;
   bool exited_ = false;
+  bool isOfGuard_ = false;
   std::deque<App_ProcEvent> events_;
   std::optional<App_ProcEvent> lastError_;
   std::uint32_t eventCount_ = 0;
@@ -117,8 +129,5 @@ class App_Proc {
   std::uint32_t byType_[7] = {};  // by bit, the last for every other value
   std::size_t heldCharacters_ = 0;
 };
-
-// The lines of one event in the dump.
-void Dump_Event(const App_ProcEvent& event, Text& out);
 
 }  // namespace ovs

@@ -15,6 +15,8 @@ namespace {
 constexpr std::uint32_t kMostIds = std::numeric_limits<std::int32_t>::max();
 // A procedure that runs for long hands its events to the spool in pieces of this size.
 constexpr std::size_t kHeldEventCharacters = std::size_t{64} * 1024;
+// Of so many procedures at most the last error is remembered.
+constexpr std::size_t kRememberedErrors = 1000;
 // The dump goes to its file in pieces of this many bytes.
 constexpr std::size_t kDumpChunk = std::size_t{64} * 1024;
 
@@ -73,6 +75,7 @@ void ProcTrace::Enter(Proc& guard) noexcept {
   try {
     const Lock lock(mutex_);
     guard.record_ = MakeRecord(guard.id_, guard.kind_, guard.module_, guard.procedure_, guard.enterEvent_);
+    guard.record_->BelongToGuard();
   } catch (...) {
     guard.record_ = nullptr;
   }
@@ -83,11 +86,10 @@ void ProcTrace::Leave(Proc& guard) noexcept {
   const std::uint32_t exitEvent = counts_.CountFlow();
   counts_.CountExited();
   // Only the guard's own thread changes these two, so they are read without the lock.
-  if (guard.record_ == nullptr && !guard.hadError_) return;
+  if (guard.record_ == nullptr) return;
   try {
     const Lock lock(mutex_);
-    lastErrors_.erase(guard.id_);
-    if (guard.record_ != nullptr) ExitRecord(*guard.record_, exitEvent);
+    ExitRecord(*guard.record_, exitEvent);
   } catch (...) {
     return;  // without memory the dump lacks this record
   }
@@ -118,18 +120,20 @@ ProcId ProcTrace::New(TextView module, TextView procedure, TextView kind) noexce
 bool ProcTrace::AddVariable(ProcId id, VarKind kind, TextView text) {
   const Procedure procedure = Find(id);
   if (procedure.HasRecord()) procedure.record_->AddVariable(kind, secrets_.Masked(text));
-  return procedure.IsKnown();
+  return procedure.IsKnown() || WasIssued(id);
 }
 
+bool ProcTrace::WasIssued(ProcId id) const noexcept {
+  return id > 0 && static_cast<std::uint64_t>(id) <= counts_.Values().proceduresEntered;
+}
+
+// A guard's record, also one of another thread's guard, stays the guard's: it ends when the guard does.
 void ProcTrace::Exit(ProcId id) {
-  if (App_Proc* record = FindRecord(id)) {
-    // The record may be a guard's, whose caller ended it by its number: the guard then goes on without one.
-    if (Proc* guard = Proc::Find(*this, id)) guard->record_ = nullptr;
-    counts_.CountExited();
-    ExitRecord(*record, counts_.CountFlow());
-  } else {
-    complain_(u"App_Debug.ProcExit", DoesNotExist(u"Procedure ID [", id));
-  }
+  if (!WasIssued(id)) return complain_(u"App_Debug.ProcExit", DoesNotExist(u"Procedure ID [", id));
+  counts_.CountExited();
+  const std::uint32_t exitEvent = counts_.CountFlow();
+  App_Proc* const record = FindRecord(id);
+  if (record != nullptr && !record->IsOfGuard()) ExitRecord(*record, exitEvent);
 }
 
 Text ProcTrace::LastError(ProcId id) {
@@ -139,7 +143,13 @@ Text ProcTrace::LastError(ProcId id) {
   }
   const auto found = lastErrors_.find(id);
   if (found != lastErrors_.end()) return found->second;
-  return Find(id).IsKnown() ? Text() : DoesNotExist(u"ProcErrorNum:  Procedure ID [", id);
+  return WasIssued(id) ? Text() : DoesNotExist(u"ProcErrorNum:  Procedure ID [", id);
+}
+
+// Forgotten is the procedure that was entered first.
+void ProcTrace::RememberError(ProcId id, Text error) {
+  lastErrors_[id] = std::move(error);
+  if (lastErrors_.size() > kRememberedErrors) lastErrors_.erase(lastErrors_.begin());
 }
 
 App_Proc* ProcTrace::MakeRecord(ProcId id, ProcKind kind, TextView module, TextView procedure, std::uint32_t enterEvent) {
@@ -156,6 +166,7 @@ void ProcTrace::AdoptGuards() {
   for (Proc* guard = Proc::Innermost(); guard != nullptr; guard = guard->outer_) {
     if (guard->trace_ != this || guard->record_ != nullptr || guard->id_ == kNoProc) continue;
     App_Proc* record = MakeRecord(guard->id_, guard->kind_, guard->module_, guard->procedure_, guard->enterEvent_);
+    record->BelongToGuard();
     record->SetEarlierEvents(guard->eventCount_);
     for (const VarKind kind : {VarKind::PassedByVal, VarKind::PassedByRef}) {
       record->SetVariables(kind, secrets_.Masked(guard->RenderVars(kind)));
@@ -177,6 +188,9 @@ void ProcTrace::ExitRecord(App_Proc& record, std::uint32_t exitEvent) {
   const std::uint32_t partsBefore = spooled == spooledParts_.end() ? 0 : spooled->second;
   const bool isListed = record.HasProblem() || !options_.incompleteOnly;
   if (options_.keepsRecords && (isListed || partsBefore != 0)) SpoolRecord(record, partsBefore);
+  if (const App_ProcEvent* error = record.LastErrorEvent()) {
+    RememberError(id, LastErrorText(error->errors, error->information));
+  }
   spooledParts_.erase(id);
   records_.erase(id);
 }
@@ -217,11 +231,11 @@ void ProcTrace::CountEvent(const Procedure& procedure) noexcept {
 
 std::uint32_t ProcTrace::AddEvent(const Procedure& procedure, const DebugEvent& event, TextView message) {
   CountEvent(procedure);
-  if (procedure.guard_ != nullptr && event.isError) {
-    procedure.guard_->hadError_ = true;
-    lastErrors_[event.procID] = LastErrorText(event.errors, message);
+  const bool hasNoRecord = procedure.record_ == nullptr;
+  if (hasNoRecord && procedure.guard_ != nullptr && event.isError) {
+    RememberError(event.procID, LastErrorText(event.errors, message));
   }
-  if (procedure.record_ == nullptr) return procedure.guard_ != nullptr ? procedure.guard_->eventCount_ : 0;
+  if (hasNoRecord) return procedure.guard_ != nullptr ? procedure.guard_->eventCount_ : 0;
 
   App_ProcEvent kept;
   kept.globalEvent = event.numbers.global;

@@ -74,7 +74,7 @@ class ProcTrace {
 
   // kNoProc when the number is in use or no record could be made.
   ProcId New(TextView module, TextView procedure, TextView kind) noexcept;
-  // False when there is no procedure of that number on this thread.
+  // False when no procedure ever had that number.
   bool AddVariable(ProcId id, VarKind kind, TextView text);
   void Exit(ProcId id);
   // See App_Debug::ProcLastError.
@@ -106,6 +106,8 @@ class ProcTrace {
 
   [[nodiscard]] ProcId NextId(std::uint32_t& enterEvent) noexcept;
   [[nodiscard]] bool IsDuplicate(ProcId id) noexcept;
+  [[nodiscard]] bool WasIssued(ProcId id) const noexcept;
+  void RememberError(ProcId id, Text error);
   App_Proc* MakeRecord(ProcId id, ProcKind kind, TextView module, TextView procedure, std::uint32_t enterEvent);
   void AdoptGuards();
   [[nodiscard]] App_Proc* FindRecord(ProcId id) const;
@@ -125,7 +127,7 @@ class ProcTrace {
 
   Records records_;                               // of running procedures
   std::map<ProcId, std::uint32_t> spooledParts_;  // parts of running procedures that are spooled already
-  std::map<ProcId, Text> lastErrors_;             // of guards without a record
+  std::map<ProcId, Text> lastErrors_;             // of guards, and of procedures that have exited; bounded
   ProcSpool spool_;
 };
 

@@ -53,7 +53,8 @@ TEST_F(DebugFile, AnotherPlaceTakesOver) {
   const Text other = u"C:\\Other\\Svc\\OrvantaEventService (1).log";
   const auto logged = [&](std::size_t i) { return ToUtf8(entries.at(i)) + "\r\n\r\n"; };
   debug.InitDebug({}, true, {});
-  debug.InitDebug({}, true, Place(u"C:\\Other", false));  // not without switchFile
+  debug.InitDebug({}, true, Place(u"C:\\Other", false));             // not without switchFile
+  debug.InitDebug({}, false, Place(u"c:\\data\\DEBUG logs", true));  // nor is a log closed for its own path
   EXPECT_EQ(debug.DebugLogFile(), kLogFile);
   files.FailPath(u"Debug Logs", SystemError::kDiskFull);
   debug.dLog(kNoProc, u"one");
@@ -123,6 +124,12 @@ TEST_F(DebugFile, WithoutAFolderNothingIsWritten) {
   EXPECT_TRUE(debug.DebugLogText().ends_with(u"kept\r\n\r\n"));
   debug.CleanupDebug();
   EXPECT_EQ(OnDisk(kLogFile), "-");
+  files.Heal();
+  DebugEnvironment environment = Environment();
+  environment.hasWriteAccess = [](TextView) { return false; };
+  debug.Attach({&files, &clock, &zone, &system, &ticker}, environment);
+  debug.InitDebug({}, true, {});
+  EXPECT_EQ(OnDisk(kLogFile), "-") << "nor where the folder may not be written";
 }
 
 TEST_F(DebugFile, CleanupWritesWhatIsSwitchedOn) {
@@ -140,6 +147,9 @@ TEST_F(DebugFile, CleanupWritesWhatIsSwitchedOn) {
     const std::string dump = ToUtf8(own.ProcDump(false));
     own.CleanupDebug();
     own.CleanupDebug();  // writes nothing anew
+    const std::string log = OnDisk(own.DebugLogFile());
+    own.dLog(kNoProc, u"late");
+    EXPECT_EQ(OnDisk(own.DebugLogFile()), log) << "the log is closed";
     EXPECT_EQ(OnDisk(own.DebugLogFileNoExt() + u" Dump_Env.log"), each.env || each.proc ? report : "-");
     EXPECT_EQ(OnDisk(own.DebugLogFileNoExt() + u" Dump_Proc.log"), each.proc ? dump : "-");
     std::vector<os::DirEntry> left;

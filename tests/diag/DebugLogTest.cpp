@@ -25,10 +25,13 @@ TEST_F(DebugLog, EntryOfEachKind) {
                      {u"bad", ErrorHandler, u"", 0, 13,
                       u"ErrorHandler Event\r\n-1 ErrorHandler\r\nbad\r\nVBError=13 Desc=Why<LF> Source=COM"},
                      {u"bad", ApiError, u"", 32, 0, u"APIError Event\r\n-1 APIError\r\nbad\r\nAPIError=32 (&H20) In use."},
+                     {u"9", ApiError, u"", 9, 0, u"APIError Event\r\n-1 APIError\r\n9\r\nAPIError=9 Nine."},
+                     {u"10", ApiError, u"", 10, 0, u"APIError Event\r\n-1 APIError\r\n10\r\nAPIError=10 (&HA) Ten."},
                      {u"bad", Normal, u"v", 5, 6,
                       u"Normal Event\r\n-1 Normal\r\nbad\r\nAPIError=5 Access denied.\r\nVBError=6 Desc=Why<LF> "
                       u"Source=COM\r\nVariables=[v]"},
                      {u"?", static_cast<EventType>(64), u"", 0, 0, u"Reserved Event\r\n-1 Reserved\r\n?"}};
+  system.messages.insert({{9, u"Nine."}, {10, u"Ten."}});
   debug.SetSwitches({.verbose = true});
   for (const auto& each : cases) {
     entries.clear();
@@ -128,6 +131,8 @@ TEST_F(DebugLog, DebuggerOutputComesFirstAndHasThePrefix) {
   debug.SetEntryListener([](TextView, EventType) { throw std::runtime_error("a listener that throws"); });
   debug.dLog(kNoProc, u"x");
   debug.SetEntryListener(nullptr);
+  debug.SetSwitches(debug.Switches());
+  EXPECT_EQ(debug.Switches().systemOutputPrefix, u"Ovs");
   debug.SetSwitches({});
   debug.dLog(kNoProc, u"last");
   debug.OutputDebugStringRaw(u"raw");
@@ -184,6 +189,9 @@ TEST_F(DebugLog, SystemMessagesAreCachedByNumberAndFlavour) {
     EXPECT_EQ(debug.GetSystemMsg(each.number, each.flavour, each.force, each.bracketed), each.text);
     EXPECT_EQ(system.lookUps, each.lookUps) << ToUtf8(each.text);
   }
+  debug.InitDebugModuleVars();
+  EXPECT_EQ(debug.GetSystemMsg(2), u"File not found.");
+  EXPECT_EQ(system.lookUps, 6) << "the caches are empty again";
   EXPECT_EQ(PendingSystemError(), 77u);
 }
 
@@ -200,6 +208,8 @@ TEST_F(DebugLog, PerformanceTimer) {
   EXPECT_FALSE(debug.PerfTimer_HighRes_Start(time));  // started already
   const std::uint32_t now = debug.PerfTimer_GetTime();
   EXPECT_EQ(now, ticker.now);
+  ticker.held = 3;
+  EXPECT_EQ(debug.PerfTimer_GetTime(), now + 1) << "a reading waits for the edge of a tick";
   debug.CleanupDebug();
   EXPECT_EQ(ticker.open, 0);
   EXPECT_FALSE(debug.PerfTimer_HighRes_Stop(time));

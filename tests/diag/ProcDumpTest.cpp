@@ -84,6 +84,8 @@ TEST_F(ProcDump, OptionsNarrowAndWidenIt) {
   EXPECT_EQ(dump.find("EnterProcedure"), std::string::npos);
   EXPECT_NE(dump.find("EventInfo=listed"), std::string::npos);
   EXPECT_NE(dump.find("1.PerfElapsed=00:00:00.0"), std::string::npos);
+  const Proc running(u"Mod", u"Runs", ProcKind::Sub);
+  EXPECT_NE(debug.ProcDump(false).find(u"2.PerfEnd=\r\n2.PerfElapsed=\r\n"), Text::npos);
 }
 
 std::vector<std::string> ListedIds(const Text& dump) {
@@ -139,9 +141,15 @@ TEST_F(ProcDump, UnknownIds) {
   entries.clear();
   debug.ProcExit(10);
   debug.ProcExit(10);
+  EXPECT_EQ(debug.Counters().proceduresExited, 2u);
+  EXPECT_EQ(debug.ProcLastError(10), u"[Error 32 = In use.]");
+  system.debugOutput.clear();
+  debug.ProcVar(10, VarKind::Created, u"x=1");
+  EXPECT_TRUE(system.debugOutput.empty());
+  debug.ProcExit(99);
   debug.dLog(99, u"lost");
   EXPECT_EQ(entries, (std::vector<Text>{
-                         Text(kNow) + u"Normal Event\r\nApp_Debug.ProcExit Normal\r\nProcedure ID [10] does not exist!",
+                         Text(kNow) + u"Normal Event\r\nApp_Debug.ProcExit Normal\r\nProcedure ID [99] does not exist!",
                          Text(kNow) + u"Normal Event\r\nApp_Debug.dLog Normal\r\nProcedure does not exist!\r\n" +
                              u"Variables=[ProcedureID=99]",
                          Text(kNow) + u"Normal Event\r\nErr-0.ProcID=99 Normal\r\nlost"}));
@@ -179,6 +187,26 @@ TEST(App_Proc, EventsAreFoundByNumber) {
   EXPECT_FALSE(record.EventExists(5));
   EXPECT_EQ(record.Add_ProcedureEvent({}), 6u);
   EXPECT_EQ(record.EventCount_By_EventType(EventType::Normal) + record.EventCount_NonFlow(), 6u);
+  EXPECT_EQ(record.LastErrorEvent(), nullptr);
+  const auto add = [&](EventType type, bool isError, std::uint32_t apiNumber, TextView information) {
+    App_ProcEvent more;
+    more.type = type;
+    more.isError = isError;
+    more.outsideHandler = apiNumber != 0;
+    more.errors.apiNumber = apiNumber;
+    more.information = information;
+    record.Add_ProcedureEvent(more);
+  };
+  add(EventType::ApiError, true, 0, u"first");
+  add(EventType::Normal, true, 5, u"last");
+  add(EventType::ErrorHandler, false, 0, {});
+  add(EventType::ExitProcedure, false, 0, {});
+  EXPECT_EQ(record.EventCount_APIErrors(), 2u);
+  EXPECT_EQ(record.EventCount_ErrorHandler(), 1u);
+  EXPECT_EQ(record.EventCount_ErrorsOutsideHandler(), 1u);
+  EXPECT_EQ(record.EventCount_NonFlow(), 6u);
+  EXPECT_EQ(record.LastErrorEvent()->information, u"last");
+  EXPECT_EQ(record.NewEnum().size(), 5u);
 }
 
 // --- Spooling

@@ -76,6 +76,7 @@ TEST_F(DiagTest, ValuesAreRenderedOnlyForAReader) {
     proc.ByRef(u"b", byRef);
     proc.Run([&] {
       proc.Log(u"costly", EventType::Verbose);
+      proc.Log(u"a note is no error");
       if (each.fails) throw RuntimeError(6, u"Overflow");
     });
     EXPECT_EQ(byVal.rendered, each.byVal);
@@ -125,7 +126,21 @@ TEST_F(DiagTest, GuardsNest) {
                                      u"Mod.Inner.ProcID=3.ProcEventID=2", u"Mod.Outer.ProcID=1.ProcEventID=3",
                                      u"Mod.Outer.ProcID=1.ProcEventID=4"}));
   EXPECT_EQ(debug.ProcLastError(outer.Id()), u"");
-  EXPECT_EQ(debug.ProcLastError(2), u"ProcErrorNum:  Procedure ID [2] does not exist!");
+  EXPECT_EQ(debug.ProcLastError(2), u"[Error 6 = Overflow]") << "also when it has exited";
+}
+
+// The number of a guard's call in other hands: the record stays the guard's.
+TEST_F(DiagTest, AGuardAloneEndsItsRecord) {
+  debug.SetSwitches({.procDump = true});
+  const int value = 3;
+  {
+    Proc proc(u"Mod", u"Work", ProcKind::Sub);
+    debug.ProcExit(proc.Id());
+    std::thread([&] { debug.ProcExit(proc.Id()); }).join();
+    proc.ByVal(u"nValue", value);
+  }
+  EXPECT_NE(debug.ProcDump(false).find(u"1.VarsPassedByVal=nValue=3"), Text::npos);
+  EXPECT_EQ(debug.Counters().proceduresExited, 3u);
 }
 
 TEST_F(DiagTest, ThreadsAreLetInOneAfterAnother) {
