@@ -13,11 +13,6 @@ namespace {
 
 constexpr TextView kModule = u"Config_Class";
 
-// A settings file could not carry everything back: a NUL makes it unusable as a whole, a line break makes two keys of one.
-bool CanBeStored(TextView key, TextView value) {
-  return key.find(kNul) == TextView::npos && value.find(kNul) == TextView::npos && key.find(kCrLf) == TextView::npos;
-}
-
 std::int32_t PartCount(TextView key) {
   std::int32_t parts = 1;
   for (const char16_t unit : key) parts += unit == u'.' ? 1 : 0;

@@ -132,7 +132,8 @@ class Config_Class {
     TextView key;  // this and the value of an entry only
     TextView value;
   };
-  // The lines of a settings file's text in their order, empty ones too.
+  // The lines of a settings file's text in their order, empty ones too. A line in square brackets is a section's name, with
+  // or without "=" in it, and no entry.
   static void ForEachFileLine(TextView content, const std::function<void(const FileLine& line)>& take);
   // The files that LoadDir loads, in its order.
   [[nodiscard]] std::vector<Text> FilesIn(TextView sDir, std::int32_t lRecursionLevel = -1);
@@ -148,13 +149,14 @@ class Config_Class {
   // --- saving: each file is replaced whole or, when that fails, left as it was
 
   // Every entry to its file; files named "..._Debug.cfg" are never written, nor is a file that exists but could not be
-  // read. True when every file was written.
+  // read. True when every file that was to be written was written.
   bool SaveConfig();
 
   // --- typed setters: false when nothing was changed
 
-  // The primitive below all others. Line breaks (CR LF) are kept as "<NL>". An empty value removes the key. Refused are NUL
-  // characters, and line breaks in keys: no settings file could carry them.
+  // The primitive below all others. Line breaks (CR LF) are kept as "<NL>". An empty value removes the key. Refused is what
+  // a settings file could not carry: NUL characters, keys with line breaks or "=", and lines that would be read as a comment
+  // or a section.
   bool SetString(TextView sKey, TextView sValue, const ConfigSetOptions& options = {});
   // Keys whose values are kept encrypted and never traced: those that end in ".Password".
   [[nodiscard]] static bool IsSecretKey(TextView sKey);
@@ -175,7 +177,8 @@ class Config_Class {
     return GetLong(setting.key, bMinusOneIfMissing);
   }
   [[nodiscard]] bool GetBool(const SettingName& setting) const { return GetBool(setting.key); }
-  // The key has a value and, where a file is given, comes from a file of this bare name.
+  // The key has a value, be it one that cannot be decrypted, and, where a file is given, comes from a file of this bare
+  // name.
   [[nodiscard]] bool SettingExist(TextView sKey, TextView sDefFile = {}) const;
 
   // One line "key=stored value" and CR LF for each entry whose key contains the text. In this and the other queries
@@ -277,6 +280,7 @@ class Config_Class {
   bool ReadSettingsFile(TextView path, Text& content);
   void LoadOne(TextView path, const ConfigLoadOptions& options);
   void LoadLines(TextView content, LineSink& sink);
+  [[nodiscard]] static bool CanBeStored(TextView key, TextView value);
   bool TakeLine(TextView key, TextView value, LineSink& sink);
   void LoadSections(TextView content, TextView prefix, bool useSections, LineSink& sink);
   bool LoadINIText(TextView text, TextView fileOfPrefix, TextView defFile, const ConfigIniOptions& options);

@@ -18,10 +18,16 @@ struct KeyAndValue {
   TextView value;
 };
 
+bool IsSectionLine(TextView line) {
+  const TextView trimmed = App_Strings::TrimBlanks(line);
+  return trimmed.starts_with(u'[') && trimmed.ends_with(u']');
+}
+
 // None when the line is no entry.
 std::optional<KeyAndValue> SplitEntry(TextView line) {
   const std::size_t equals = line.find(u'=');
   if (equals == TextView::npos || App_Strings::TrimBlanksLeft(line).front() == u';') return std::nullopt;
+  if (IsSectionLine(line)) return std::nullopt;
   return KeyAndValue{line.substr(0, equals), line.substr(equals + 1)};
 }
 
@@ -81,6 +87,14 @@ bool Config_Class::ReadSettingsFile(TextView path, Text& content) {
     if (!problem.reason.empty()) problems_.push_back(std::move(problem));
     return false;
   });
+}
+
+// A line that is written has to come back as the same entry, and a NUL would make the whole file unusable.
+bool Config_Class::CanBeStored(TextView key, TextView value) {
+  const Text line = Text(key).append(u"=").append(value);
+  if (line.find(kNul) != Text::npos || key.find(kCrLf) != TextView::npos) return false;
+  const auto entry = SplitEntry(line);
+  return value.empty() || (entry && entry->key == key);
 }
 
 bool Config_Class::TakeLine(TextView key, TextView value, LineSink& sink) {

@@ -29,7 +29,7 @@ bool NamesSameFile(TextView a, TextView b) {
 
 bool Config_Class::ExistsIn(TextView key, TextView defFile) const {
   const Config_KVP* const entry = Item(key);
-  if (entry == nullptr || entry->ValueData().empty()) return false;
+  if (entry == nullptr || entry->ValueData_Save_State().empty()) return false;
   return defFile.empty() || NamesSameFile(entry->DefFile(), defFile);
 }
 

@@ -68,17 +68,17 @@ bool Config_Class::SaveConfig() {
     }
     bool allSaved = true;
     for (const Target& target : Targets()) {
-      if (!IsDebugFile(target.path) && !SaveTarget(proc, target)) allSaved = false;
+      if (target.path.empty()) {
+        proc.Log(u"Error saving config; no default config file!");
+      } else if (!IsDebugFile(target.path) && !SaveTarget(proc, target)) {
+        allSaved = false;
+      }
     }
     return allSaved;
   });
 }
 
 bool Config_Class::SaveTarget(Proc& proc, const Target& target) {
-  if (target.path.empty()) {
-    proc.Log(u"Error saving config; no default config file!");
-    return false;
-  }
   const bool saved = ReplaceFile(proc, target.path, target.text);
   if (saved) proc.Log(u"SaveConfig success:  " + ProgramPath(target.path), EventType::Verbose);
   return saved;

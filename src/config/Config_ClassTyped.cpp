@@ -1,6 +1,7 @@
 // Typed access: values to text and back.
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <type_traits>
 
 #include "base/App_Strings.h"
@@ -17,11 +18,16 @@ namespace {
 constexpr TextView kModule = u"Config_Class";
 constexpr TextView kSeparator = u"<sep>";
 
-// The shortest text that reads back as the same number, exponents as "1E+20".
+// The shortest text that reads back as the same number: digits while the number's type knows them all, else "1E+20".
 template <class Number>
 Text FloatText(Number value) {
+  constexpr auto kMostDigits = static_cast<Number>(std::is_same_v<Number, float> ? 1e7 : 1e15);
+  constexpr auto kLeast = static_cast<Number>(1e-4);
+  const Number size = std::abs(value);
+  const bool isPlain = size == 0 || (size >= kLeast && size < kMostDigits);
   char buffer[64];
-  const auto end = std::to_chars(std::begin(buffer), std::end(buffer), value).ptr;
+  const auto format = isPlain ? std::chars_format::fixed : std::chars_format::scientific;
+  const auto end = std::to_chars(std::begin(buffer), std::end(buffer), value, format).ptr;
   Text text(std::begin(buffer), end);
   std::ranges::replace(text, u'e', u'E');
   return text;

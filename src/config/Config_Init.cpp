@@ -26,8 +26,18 @@ void SwitchOn(const Config_Class& config, const SettingName& setting, bool& feat
   if (config.GetBool(setting)) feature = true;
 }
 
+// The switch tells what is the case: on only when the file could be opened. What is logged meanwhile follows the switches
+// read so far.
+void StartRealTime(const Config_Class& config, DebugSwitches& switches) {
+  bool wanted = false;
+  SwitchOn(config, ProgramSettings::kLogRealTime, wanted);
+  Diagnostics().SetSwitches(switches);
+  if (wanted && !switches.realTime) switches.realTime = Diagnostics().DebugLogStartRealTime();
+}
+
 void ReadSwitches(const Config_Class& config, DebugSwitches& switches) {
   SwitchOn(config, ProgramSettings::kLogVerbose, switches.verbose);
+  StartRealTime(config, switches);
   SwitchOn(config, ProgramSettings::kSystemOutput, switches.systemOutput);
   if (Text prefix = config.GetString(ProgramSettings::kSystemOutputPrefix); !prefix.empty()) {
     switches.systemOutputPrefix = std::move(prefix);
@@ -39,15 +49,6 @@ void ReadSwitches(const Config_Class& config, DebugSwitches& switches) {
   const std::int32_t eventTypes = config.GetLong(ProgramSettings::kProcDumpEventTypes, true);
   if (eventTypes != -1) switches.procDumpEventTypes = eventTypes;
   SwitchOn(config, ProgramSettings::kPerfTimer, switches.perfTimer);
-}
-
-// The switch tells what is the case: on only when the file could be opened.
-void StartRealTime(const Config_Class& config, DebugSwitches& switches) {
-  bool wanted = false;
-  SwitchOn(config, ProgramSettings::kLogRealTime, wanted);
-  if (!wanted || switches.realTime || !Diagnostics().DebugLogStartRealTime()) return;
-  switches.realTime = true;
-  Diagnostics().SetSwitches(switches);
 }
 
 }  // namespace
@@ -84,7 +85,6 @@ void LoadDebugSettings(const Config_Class* config, bool bReset) {
     }
     if (config != nullptr) ReadSwitches(*config, switches);
     Diagnostics().SetSwitches(switches);
-    if (config != nullptr) StartRealTime(*config, switches);
   });
 }
 

@@ -40,6 +40,7 @@ TEST_F(ConfigClassTest, LinesOfAFile) {
                {"a=1\r\nb=2\r\na=", u"b=2\r\n"},
                {"a=1\nb=2\r\nc=3\r", u"a=1\nb=2\r\nc=3\r\r\n"},
                {"=x\r\n==", u"==\r\n"},
+               {"[a=b]\r\n [c=d] \r\n[e]=f\r\n[g=h", u"[e]=f\r\n[g=h\r\n"},
                {"a=\xFC", u"a=\u00fc\r\n"},
                {"", u""}};
   for (const auto& each : cases) {
@@ -54,7 +55,7 @@ TEST_F(ConfigClassTest, LinesOfAFile) {
 }
 
 TEST_F(ConfigClassTest, LoadersDifferInPrefixesSectionsAndOrigin) {
-  Put(u"C:\\App\\My Rule.cfg", "a=1\r\n [Sec]\r\nb=2\r\nsec.c=x=y\r\n");
+  Put(u"C:\\App\\My Rule.cfg", "a=1\r\n [Sec] \r\nb=2\r\nsec.c=x=y\r\n");
   const Text file = u"C:\\App\\My Rule.cfg";
   const struct {
     std::function<bool(Config_Class&)> load;
@@ -91,6 +92,17 @@ TEST_F(ConfigClassTest, LoadersDifferInPrefixesSectionsAndOrigin) {
     EXPECT_TRUE(store.Count() == 0 || store.NewEnum().front().DefFile() == each.defFile) << at;
   }
   EXPECT_TRUE(LoggedIn(log, u"UBound(Array) = 4"));
+  ASSERT_TRUE(memory.CreateDir(u"C:\\App\\Sub").Ok());
+  Put(u"C:\\App\\Sub\\below.cfg", "z=1");
+  Put(kDefault, "d=1");
+  Config_Class store(fileSystem, crypt, u"C:\\App");
+  store.DefaultConfigFile = kDefault;
+  EXPECT_TRUE(store.LoadDir(u"C:\\App", {}, 0));
+  EXPECT_FALSE(store.ItemExists(u"z"));
+  Config_Class single(fileSystem, crypt, u"C:\\App");
+  single.DefaultConfigFile = kDefault;
+  EXPECT_TRUE(single.LoadFile({u"c:\\app\\svc.CFG"}) && single.ItemExists(u"d"));
+  EXPECT_TRUE(single.DefinitionFiles().empty()) << "the default file is not tracked";
   EXPECT_FALSE(config.LoadDir(u"C:\\None") || config.LoadINI(u" ") || config.LoadINIFromString(u" ") ||
                config.LoadString({}));
 }
@@ -109,6 +121,7 @@ TEST_F(ConfigClassTest, EachEntryReturnsToItsFile) {
   EXPECT_FALSE(config.SetString(u"n", u"7", {.bOverwrite = false}));
   EXPECT_TRUE(config.SaveConfig());
   EXPECT_TRUE(LoggedIn(log, u"SaveConfig success:  C:\\App\\Mail.cfg"));
+  EXPECT_NE(log.find(u" Verbose\r\nSaveConfig success:"), Text::npos);
   EXPECT_EQ(Content(kDefault), "n=5\r\nn2=6");
   EXPECT_EQ(Content(kMail), "k=two<NL>lines\r\nm=1\r\nu=\xC3\xBC");
   EXPECT_EQ(Content(u"C:\\App\\New\\New.cfg"), "new=x");
@@ -117,6 +130,7 @@ TEST_F(ConfigClassTest, EachEntryReturnsToItsFile) {
   EXPECT_TRUE(config.SaveAsNewConfigFile(u"All.txt"));
   EXPECT_EQ(Content(u"C:\\App\\All.txt"),
             "k=two<NL>lines\r\nm=1\r\nu=\xC3\xBC\r\nDebug.Log.Verbose=0\r\nn=5\r\nn2=6\r\nnew=x\r\n");
+  config.WipeSettingsByDefFileName(u"ew.cfg");  // part of a name
   config.WipeSettingsByDefFileName(u"D:\\mail.CFG");
   config.WipeSettingsByDefFileName(u"svc.cfg");  // those without a file of their own, too
   for (const TextView section : {u"S", u"[S", u"[S]"}) {
@@ -143,15 +157,15 @@ TEST_F(ConfigClassTest, WhatCannotBeSavedLeavesTheOldFile) {
   memory.Delete(kDefault).Ignore();
   EXPECT_TRUE(config.SaveConfig());
   EXPECT_EQ(Content(kDefault), "");
-  for (const Text& part : {u"x\0"s, u"\r\n"s}) EXPECT_FALSE(config.SetString(u"k" + part, u"v"));
-  EXPECT_FALSE(config.SetString(u"k", u"v\0"s));
+  for (const Text& key : {u"kx\0"s, u"k\r\n"s, u"k=x"s, u" ;k"s}) EXPECT_FALSE(config.SetString(key, u"v")) << ToUtf8(key);
+  EXPECT_FALSE(config.SetString(u"k", u"v\0"s) || config.SetString(u"[k", u"v]"));
   memory.Delete(kDefault).Ignore();
   config.RequireExistingFile = true;
   EXPECT_FALSE(config.SaveConfig());
   EXPECT_FALSE(Exists(kDefault));
   config.RequireExistingFile = false;
   config.DefaultConfigFile.clear();
-  EXPECT_FALSE(config.SaveConfig());
+  EXPECT_TRUE(config.SaveConfig()) << "all that could be written was";
   EXPECT_TRUE(LoggedIn(log, u"Error saving config; no default config file!"));
   EXPECT_FALSE(config.SaveAsNewConfigFile({}));
   EXPECT_TRUE(LoggedIn(log, u"Error saving config; no file!"));
@@ -184,6 +198,7 @@ TEST_F(ConfigClassTest, SecretsAreKeptEncryptedAndMasked) {
   config.SetString(u"Old", u"~{ab");
   log.clear();
   for (int i = 0; i < 2; ++i) EXPECT_EQ(config.GetString(u"Broken"), u"");
+  EXPECT_TRUE(config.SettingExist(u"Broken"));
   config.Item(u"Broken")->SetEncrypted(false);
   config.Ensure_Encrypted(u"Old");
   const std::size_t first = log.find(u"[Broken]");
@@ -205,6 +220,14 @@ TEST_F(ConfigClassTest, TypedValues) {
                                                       {0.1F, u"0.1"},
                                                       {-2.5, u"-2.5"},
                                                       {1e+300, u"1E+300"},
+                                                      {100'000.0, u"100000"},
+                                                      {-999'999'999'999'999.0, u"-999999999999999"},
+                                                      {1e+15, u"1E+15"},
+                                                      {0.0001, u"0.0001"},
+                                                      {0.00001, u"1E-05"},
+                                                      {1234567.0F, u"1234567"},
+                                                      {1e+7F, u"1E+07"},
+                                                      {0.0, u"0"},
                                                       {Currency{-5'500}, u"-0.55"},
                                                       {Currency{120'000}, u"12"},
                                                       {DateTime{2024, 3, 7, 13, 5, 9}, u"03/07/2024 01:05:09 PM"},
@@ -230,8 +253,9 @@ TEST_F(ConfigClassTest, TypedValues) {
   }
   EXPECT_EQ(config.GetLong(u"none"), 0);
   EXPECT_TRUE(config.GetBool(u"none", true));
-  EXPECT_TRUE(config.SetLongOrDelete(u"k", -5));
+  EXPECT_TRUE(config.SetLongOrDelete(u"k", -5, {.bNoSave = true}));
   EXPECT_EQ(config.GetStringRaw(u"k"), u"-5");
+  EXPECT_FALSE(config.Item(u"k")->NoSave());
   for (const std::optional<ConfigValue>& zero :
        {std::optional<ConfigValue>(), std::optional<ConfigValue>(false), std::optional<ConfigValue>(Text())}) {
     config.SetBool(u"k", true);
@@ -280,6 +304,7 @@ TEST_F(ConfigClassTest, QueriesAndWipes) {
   Text file;
   EXPECT_EQ(config.GetString(u"email.to", &file), u"A\r\nb");
   EXPECT_EQ(file, kMail);
+  EXPECT_EQ(config.GetString(u"none", &file) + file, u"");
 
   config.SetString(Config_Class::GetMetricSettingName(u"Main", 4), u"1");
   config.SetString(Config_Class::GetMetricSettingName(u"Main2", 1), u"1");

@@ -105,7 +105,8 @@ TEST_F(ConfigInitTest, DebugSettings) {
   EXPECT_EQ(on.procDumpEventTypes, 48);
   EXPECT_TRUE(Exists(debug.DebugLogFile()));
   // Reading again switches nothing off, but for what a reset covers.
-  LoadDebugSettings(nullptr, true);
+  const Config_Class empty(fileSystem, crypt, u"C:\\App");
+  LoadDebugSettings(&empty, true);
   const DebugSwitches after = debug.Switches();
   EXPECT_TRUE(!after.verbose && !after.systemOutput && after.systemOutputPrefix == u"Orvanta");
   EXPECT_TRUE(after.envDump && after.perfTimer && after.procDumpEventTypes == 48);
