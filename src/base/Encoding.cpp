@@ -112,16 +112,13 @@ constexpr std::uint32_t kNoByte = 0x100;  // above all bytes
 
 constexpr std::string_view kBase64Digits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
+CodePage ansi = kWindows1252;
+
 std::uint32_t Windows1252ByteOf(char16_t unit) {
   if (unit < 0x80 || (unit >= 0xA0 && unit <= 0xFF)) return unit;
   const auto found = std::ranges::find(kWindows1252Middle, unit);
   if (found == kWindows1252Middle.end()) return kNoByte;
   return static_cast<std::uint32_t>(0x80 + (found - kWindows1252Middle.begin()));
-}
-
-void AppendEscape(char16_t unit, std::string& out) {
-  out += "\\u";
-  for (const char16_t digit : HexText(unit, 4)) out.push_back(CharOf(digit));
 }
 
 Text FromUtf16Le(std::string_view bytes) {
@@ -224,16 +221,24 @@ std::string ToWindows1252(TextView text, bool& lossless) {
     if (byte != kNoByte) {
       out.push_back(CharOf(byte));
     } else {
-      AppendEscape(unit, out);
+      out += EscapedUnit(unit);
       lossless = false;
     }
   }
   return out;
 }
 
+std::string EscapedUnit(char16_t unit) {
+  std::string escaped = "\\u";
+  for (const char16_t digit : HexText(unit, 4)) escaped.push_back(CharOf(digit));
+  return escaped;
+}
+
 bool IsWindows1252(TextView text) {
   return std::ranges::all_of(text, [](char16_t unit) { return Windows1252ByteOf(unit) != kNoByte; });
 }
+
+void SetAnsiCodePage(const CodePage& page) noexcept { ansi = page; }
 
 std::string_view MarkOf(FileEncoding encoding) {
   if (encoding == FileEncoding::Utf8Mark) return kUtf8MarkBytes;
@@ -244,12 +249,12 @@ FileEncoding DetectEncoding(std::string_view wholeBytes) {
   for (const FileEncoding marked : {FileEncoding::Utf8Mark, FileEncoding::Utf16Le}) {
     if (wholeBytes.starts_with(MarkOf(marked))) return marked;
   }
-  return IsValidUtf8(wholeBytes) ? FileEncoding::Utf8 : FileEncoding::Windows1252;
+  return IsValidUtf8(wholeBytes) ? FileEncoding::Utf8 : FileEncoding::Ansi;
 }
 
 Text DecodeBytes(std::string_view bytes, FileEncoding encoding) {
   if (encoding == FileEncoding::Utf16Le) return FromUtf16Le(bytes);
-  return encoding == FileEncoding::Windows1252 ? FromWindows1252(bytes) : FromUtf8(bytes);
+  return encoding == FileEncoding::Ansi ? ansi.decode(bytes) : FromUtf8(bytes);
 }
 
 Text DecodeFile(std::string_view bytes) {
@@ -262,7 +267,7 @@ std::string EncodeFor(FileEncoding encoding, TextView text, bool* lossless) {
   bool& kept = lossless != nullptr ? *lossless : ignored;
   kept = true;
   if (encoding == FileEncoding::Utf16Le) return ToUtf16Le(text);
-  return encoding == FileEncoding::Windows1252 ? ToWindows1252(text, kept) : ToUtf8(text, kept);
+  return encoding == FileEncoding::Ansi ? ansi.encode(text, kept) : ToUtf8(text, kept);
 }
 
 std::string Base64Digits(std::string_view bytes, bool rest) {

@@ -44,15 +44,29 @@ class Utf8Checker {
 // then false.
 [[nodiscard]] std::string ToWindows1252(TextView text, bool& lossless);
 
+// Those six characters.
+[[nodiscard]] std::string EscapedUnit(char16_t unit);
+
 // True when every code unit has a byte.
 [[nodiscard]] bool IsWindows1252(TextView text);
 
 enum class FileEncoding {
-  Utf8,         // without a byte-order mark
-  Utf8Mark,     // begins with the bytes EF BB BF
-  Utf16Le,      // begins with the bytes FF FE
-  Windows1252,  // neither a mark nor valid UTF-8
+  Utf8,      // without a byte-order mark
+  Utf8Mark,  // begins with the bytes EF BB BF
+  Utf16Le,   // begins with the bytes FF FE
+  Ansi,      // neither a mark nor valid UTF-8: of the code page in use
 };
+
+// A code page, by functions as those of Windows-1252 above.
+struct CodePage {
+  Text (*decode)(std::string_view bytes);
+  std::string (*encode)(TextView text, bool& lossless);
+};
+inline constexpr CodePage kWindows1252{FromWindows1252, ToWindows1252};
+
+// The code page of files that are Ansi: Windows-1252 until a program names its machine's, once, before it reads a file (see
+// os::UseAnsiCodePage). Of the whole process.
+void SetAnsiCodePage(const CodePage& page) noexcept;
 
 // The byte-order mark that a file of this encoding begins with; empty for those without.
 [[nodiscard]] std::string_view MarkOf(FileEncoding encoding);

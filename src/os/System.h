@@ -46,6 +46,11 @@ System& ThisSystem();
 // The screen of the machine. A service has none that anybody sees; its boxes stand on its own window station.
 Prompt& SystemPrompt();
 
+// Files without a mark that are no UTF-8 are then of this code page, 0 for the one that the system's own programs save such
+// files in. Windows-1252 stays where the system has none of its own: elsewhere than on Windows, where it is UTF-8, and for a
+// number that the system does not know (false).
+bool UseAnsiCodePage(std::uint32_t number = 0) noexcept;
+
 // Before anything else in a program. Windows: libraries are looked for in the system folder alone, whatever the current
 // folder or PATH holds (those that a registered component names by its path still load), none comes from another machine,
 // and a damaged heap ends the process. Nothing elsewhere.

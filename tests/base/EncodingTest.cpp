@@ -91,13 +91,13 @@ TEST(FileEncoding, IsDetectedDecodedAndContinued) {
     Text text;
   } const cases[] = {{"", Utf8, u""},
                      {"Gr\xC3\xBC\xC3\x9F", Utf8, u"Grüß"},
-                     {"Gr\xFC\xDF", Windows1252, u"Grüß"},
+                     {"Gr\xFC\xDF", Ansi, u"Grüß"},
                      {"\xEF\xBB\xBFGr\xC3\xBC", Utf8Mark, u"Grü"},
-                     {"\xEF\xBB\xBF\xFC", Utf8Mark, u"\uFFFD"},   // the mark decides
-                     {"\xEF\xBB", Windows1252, u"\u00EF\u00BB"},  // half a mark is none
+                     {"\xEF\xBB\xBF\xFC", Utf8Mark, u"\uFFFD"},  // the mark decides
+                     {"\xEF\xBB", Ansi, u"\u00EF\u00BB"},        // half a mark is none
                      {std::string("\xFF\xFE\x41\0\xFC\0\x3D\xD8", 8), Utf16Le, u"A\u00FC\xD83D"},
                      {std::string("\xFF\xFE\x41\0B", 5), Utf16Le, u"A\uFFFD"},
-                     {std::string("\xFE\xFF\0A", 4), Windows1252, Text(u"\u00FE\u00FF\0A", 4)},  // big-endian is not known
+                     {std::string("\xFE\xFF\0A", 4), Ansi, Text(u"\u00FE\u00FF\0A", 4)},  // big-endian is not known
                      {std::string("a\0b", 3), Utf8, Text(u"a\0b", 3)}};
   for (const auto& each : cases) {
     EXPECT_EQ(DetectEncoding(each.file), each.encoding) << each.file;
@@ -120,7 +120,7 @@ TEST(FileEncoding, TellsWhatCouldNotBeWritten) {
                      {FileEncoding::Utf8, u"\xDE00\xD83D", "\xEF\xBF\xBD\xEF\xBF\xBD", false},
                      {FileEncoding::Utf8, u"\xD83D\xD83D\xDE00", "\xEF\xBF\xBD\xF0\x9F\x98\x80", false},
                      {FileEncoding::Utf8Mark, u"\u0394", "\xCE\x94", true},
-                     {FileEncoding::Windows1252, u"\u0394", "\\u0394", false}};
+                     {FileEncoding::Ansi, u"\u0394", "\\u0394", false}};
   for (const auto& each : cases) {
     bool lossless = !each.lossless;
     EXPECT_EQ(EncodeFor(each.encoding, each.text, &lossless), each.bytes);

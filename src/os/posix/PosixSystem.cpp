@@ -138,6 +138,8 @@ Prompt& SystemPrompt() {
   return prompt;
 }
 
+bool UseAnsiCodePage(std::uint32_t number) noexcept { return number == 0; }
+
 // The loader has never looked into the current folder here.
 void HardenProcess() noexcept {}
 

@@ -151,7 +151,7 @@ class Generator {
 std::string BytesOf(Kind kind, TextView text) {
   switch (kind) {
     case Kind::Windows1252:
-      return EncodeFor(FileEncoding::Windows1252, text);
+      return EncodeFor(FileEncoding::Ansi, text);
     case Kind::Utf16:
       return "\xFF\xFE" + EncodeFor(FileEncoding::Utf16Le, text);
     case Kind::Utf16NoMark:

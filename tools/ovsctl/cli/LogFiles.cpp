@@ -35,7 +35,7 @@ std::size_t FirstCharacter(std::string_view bytes) {
 
 FileEncoding EncodingOf(std::string_view head, std::string_view end) {
   if (head.starts_with(MarkOf(FileEncoding::Utf16Le))) return FileEncoding::Utf16Le;
-  return IsValidUtf8(end.substr(FirstCharacter(end))) ? FileEncoding::Utf8 : FileEncoding::Windows1252;
+  return IsValidUtf8(end.substr(FirstCharacter(end))) ? FileEncoding::Utf8 : FileEncoding::Ansi;
 }
 
 }  // namespace

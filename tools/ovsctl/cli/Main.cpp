@@ -55,6 +55,7 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   os::HardenProcess();
+  os::UseAnsiCodePage();
   const unsigned terminal = os::PrepareTerminal();
   int exitCode = kFailed;
   try {

@@ -13,6 +13,7 @@
 int WINAPI wWinMain(HINSTANCE /*instance*/, HINSTANCE /*previous*/, PWSTR /*commandLine*/, int /*show*/) {
   using namespace ovs;
   os::HardenProcess();
+  os::UseAnsiCodePage();
   const os::Machine machine = os::ThisMachine();
   NTService host(machine.system.ProgramPath());
   WmiEventSource source;
