@@ -119,6 +119,9 @@ class Files {
   // when there is no such folder.
   virtual Error List(TextView folder, std::vector<DirEntry>& out) = 0;
 
+  // What a folder is, whatever path leads to it, through links too: volume and index of the stamp alone. Fails as List.
+  virtual Error FolderIdentity(TextView folder, FileStamp& out) = 0;
+
   // The long form of a path that may have short (8.3) parts.
   virtual Error LongPathName(TextView path, Text& out) = 0;
   // The fixed file version of a program or library; 1812 or 1813 when it has none.

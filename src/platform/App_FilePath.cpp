@@ -63,6 +63,17 @@ Prefix PrefixOf(TextView path) {
   return {0, false};
 }
 
+bool HasToBeResolved(TextView path) {
+  if (path.find(u'/') != TextView::npos) return true;
+  if (path.ends_with(u'\\')) path.remove_suffix(1);
+  return std::ranges::any_of(App_Strings::SplitViews(path, u"\\"),
+                             [](TextView name) { return name.empty() || name == u"." || name == u".."; });
+}
+
+bool EndsInDotOrBlank(TextView name) {
+  return name != u"." && name != u".." && (name.ends_with(u'.') || name.ends_with(u' '));
+}
+
 }  // namespace
 
 Text& PrepPathForUnicodeAPI(Text& path, bool addTrailingBackslash) {
@@ -82,6 +93,14 @@ Text ExtendedPath(TextView path) {
   return extended;
 }
 
+Text PortPath(TextView path) {
+  Text extended = ExtendedPath(path);
+  const Prefix prefix = PrefixOf(extended);
+  const TextView rest = TextView(extended).substr(prefix.length);
+  const bool isFull = prefix.network || (IsFullPath(rest) && !rest.starts_with(u'\\'));
+  return isFull && !HasToBeResolved(rest) ? extended : Text(WithoutQuotes(path));
+}
+
 Text FixPathFromAPI(TextView path) {
   path = path.substr(0, path.find(u'\0'));
   if (StartsFolded(path, kExtendedUnc)) return Text(kNetwork).append(path.substr(kExtendedUnc.size()));
@@ -98,7 +117,9 @@ bool IsFullPath(TextView path) {
 
 bool IsUNCPath(TextView path) { return PrefixOf(path).network; }
 
-bool PathNeedsWideAPI(TextView path) { return App_Strings::UseWideAPI(path); }
+bool PathNeedsWideAPI(TextView path) {
+  return App_Strings::UseWideAPI(path) || std::ranges::any_of(App_Strings::SplitViews(path, u"\\"), EndsInDotOrBlank);
+}
 
 Text PathToDriveLetter(TextView sPath, bool bAppendColonToDriveLetter, TextView sReturnThisDriveOnFailure) {
   Proc proc(u"App_FilePath", u"PathToDriveLetter", ProcKind::Function);

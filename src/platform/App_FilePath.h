@@ -10,8 +10,11 @@ namespace ovs::App_FilePath {
 // prefix "\\?\" or "\\?\UNC\" in front, one NUL at the end. A text without "\" gets the NUL alone.
 Text& PrepPathForUnicodeAPI(Text& path, bool addTrailingBackslash = false);
 
-// The same for a port call, which needs no NUL.
+// The same without the NUL.
 [[nodiscard]] Text ExtendedPath(TextView path);
+// A path as a port call takes it: a full path in that form, so that each name means itself, be it "a." or "b ". A path that
+// the system has to resolve first ("." or "..", "/", empty names, not full) loses its quotes alone.
+[[nodiscard]] Text PortPath(TextView path);
 
 // The way back, for a path that a system call returned: cut at the first NUL, the prefix "\\?\UNC\" turned into "\\", the
 // prefixes "\\?\", "\??\" and "\\.\" removed.
@@ -21,7 +24,8 @@ Text& PrepPathForUnicodeAPI(Text& path, bool addTrailingBackslash = false);
 [[nodiscard]] bool IsFullPath(TextView path);
 // A network path: "\\server..." or "\\?\UNC\server...".
 [[nodiscard]] bool IsUNCPath(TextView path);
-// True when a character of the path does not exist in Windows-1252, so that only the wide calls can carry it.
+// True when only the wide calls can carry a path: a character does not exist in Windows-1252, or a name ends in a dot or a
+// blank, which others drop.
 [[nodiscard]] bool PathNeedsWideAPI(TextView path);
 
 // The drive letter of a path, with ":" when asked for. The given drive is returned when the path has none.

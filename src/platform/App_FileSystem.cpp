@@ -25,7 +25,7 @@ bool App_FileSystem::DirExist(TextView sDir) {
   proc.ByVal(u"sDir", sDir);
   return proc.Run(false, [&] {
     os::FileInfo info;
-    return files_.Info(sDir, info).Ok() && info.IsDirectory();
+    return files_.Info(App_FilePath::PortPath(sDir), info).Ok() && info.IsDirectory();
   });
 }
 
@@ -34,12 +34,12 @@ bool App_FileSystem::HasWriteAccess(TextView sDir) {
   proc.ByVal(u"sDir", sDir);
   return proc.Run(false, [&] {
     const Text probe = NewTempName(sDir);
-    const os::Error error = probe.empty() ? os::kSuccess : files_.Write(probe, {});
+    const os::Error error = probe.empty() ? os::kSuccess : files_.Write(App_FilePath::PortPath(probe), {});
     if (probe.empty() || error.Failed()) {
       proc.Fail(error).Log(u"No write access!", EventType::Verbose, {}, {}, u"2,3,5,19");
       return false;
     }
-    if (const os::Error left = files_.Delete(probe); left.Failed()) {
+    if (const os::Error left = files_.Delete(App_FilePath::PortPath(probe)); left.Failed()) {
       proc.Fail(left).Log(u"The file of the test could not be deleted: " + probe, EventType::ApiError);
     }
     return true;
@@ -67,7 +67,7 @@ bool App_FileSystem::FileExist(TextView sFile, bool bEnsureNonZeroByte) {
       return false;
     }
     os::FileInfo info;
-    if (const os::Error error = files_.Info(sFile, info); error.Failed()) {
+    if (const os::Error error = files_.Info(App_FilePath::PortPath(sFile), info); error.Failed()) {
       if (error == SystemError::kPathNotFound) {
         proc.Log(u"Path not found!", EventType::Verbose);
       } else if (error == SystemError::kFileNotFound) {
@@ -97,7 +97,8 @@ bool App_FileSystem::FSObjectExistByStringPointer(const char16_t* lStringPointer
   proc.ByVal(u"Obj_Is_Dir", Obj_Is_Dir);
   return proc.Run(false, [&] {
     os::FileInfo info;
-    return lStringPointer && *lStringPointer && files_.Info(lStringPointer, info).Ok() && info.IsDirectory() == Obj_Is_Dir;
+    if (lStringPointer == nullptr || *lStringPointer == u'\0') return false;
+    return files_.Info(App_FilePath::PortPath(lStringPointer), info).Ok() && info.IsDirectory() == Obj_Is_Dir;
   });
 }
 
@@ -105,10 +106,11 @@ bool App_FileSystem::FileDelete(TextView sFile) {
   Proc proc(kModule, u"FileDelete", ProcKind::Function);
   proc.ByVal(u"sFile", sFile);
   return proc.Run(false, [&] {
-    const os::Error error = files_.Delete(sFile);
+    const Text path = App_FilePath::PortPath(sFile);
+    const os::Error error = files_.Delete(path);
     if (error.Ok()) return true;
     os::FileInfo info;
-    const bool isFolder = files_.Info(sFile, info).Ok() && info.IsDirectory();
+    const bool isFolder = files_.Info(path, info).Ok() && info.IsDirectory();
     const TextView message = isFolder ? u"DeleteFileW failed; file is a directory!" : u"DeleteFileW failed!";
     proc.Fail(error).Log(message, EventType::ApiError);
     return false;
@@ -121,7 +123,7 @@ bool App_FileSystem::DeleteFilesInPath(TextView sPath, TextView sFileMask) {
   proc.ByVal(u"sFileMask", sFileMask);
   return proc.Run(false, [&] {
     std::vector<os::DirEntry> entries;
-    const os::Error error = files_.List(sPath, entries);
+    const os::Error error = files_.List(App_FilePath::PortPath(sPath), entries);
     if (error.Failed()) proc.Fail(error).Log(u"Path cannot be read!", EventType::ApiError);
     Text deleted;
     Text kept;
@@ -139,7 +141,7 @@ bool App_FileSystem::GetFileWFAD(TextView sFile, os::FileInfo& info) {
   Proc proc(kModule, u"GetFileWFAD", ProcKind::Function);
   proc.ByVal(u"sFile", sFile);
   return proc.Run(false, [&] {
-    const os::Error error = files_.Info(sFile, info);
+    const os::Error error = files_.Info(App_FilePath::PortPath(sFile), info);
     if (error.Ok()) return true;
     if (error.IsNotFound()) {
       proc.Log(u"File does not exist!", EventType::Verbose);
@@ -156,7 +158,7 @@ Text App_FileSystem::GetFileVersion(TextView sFile, bool bImposeVBLimitIfPossibl
   proc.ByVal(u"bImposeVBLimitIfPossible", bImposeVBLimitIfPossible);
   return proc.Run(Text(), [&] {
     os::FileVersion version;
-    if (const os::Error error = files_.Version(sFile, version); error.Failed()) {
+    if (const os::Error error = files_.Version(App_FilePath::PortPath(sFile), version); error.Failed()) {
       proc.Fail(error).Log(u"GetFileVersionInfoW failure!", EventType::Normal, {}, {}, u"2,3,1812,1813");
       return Text();
     }
@@ -190,7 +192,7 @@ Text App_FileSystem::MakeLongPath(TextView sPath) {
   proc.ByVal(u"sPath", sPath);
   return proc.Run(Text(sPath), [&] {
     Text path;
-    const os::Error error = files_.LongPathName(sPath, path);
+    const os::Error error = files_.LongPathName(App_FilePath::PortPath(sPath), path);
     if (error.Ok()) return App_FilePath::FixPathFromAPI(path);
     proc.Fail(error).Log(u"GetLongPathNameW failure!", EventType::ApiError);
     return Text(sPath);
@@ -213,7 +215,7 @@ Text App_FileSystem::NewTempName(TextView folder) {
     for (int shift = 12; shift >= 0; shift -= 4) name += kDigits[(number >> shift) & 0xF];
     Text path = App_FilePath::JoinPath(folder, name + u".tmp");
     os::FileInfo info;
-    if (files_.Info(path, info).Failed()) return path;
+    if (files_.Info(App_FilePath::PortPath(path), info).Failed()) return path;
   }
   return {};
 }
@@ -231,7 +233,7 @@ Text App_FileSystem::GetTempFile(TextView sAltPath, bool bRemoveFileBeforeReturn
       return Text();
     }
     Text path = NewTempName(folder);
-    const os::Error error = path.empty() ? os::kSuccess : files_.Write(path, {});
+    const os::Error error = path.empty() ? os::kSuccess : files_.Write(App_FilePath::PortPath(path), {});
     if (path.empty() || error.Failed()) {
       proc.Fail(error).Log(u"GetTempFileNameW failure!", EventType::ApiError);
       return Text();

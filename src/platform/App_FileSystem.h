@@ -81,7 +81,7 @@ class App_FileSystem {
   bool ReportCreated(Proc& proc, TextView dir, bool created, bool usedW);
   Text TempFolder();
   Text NewTempName(TextView folder);
-  SaveOutcome Save(TextView text, TextView path, SaveMode mode);
+  SaveOutcome Save(TextView text, TextView file, SaveMode mode);
   bool ReportSaved(Proc& proc, TextView path, const SaveOutcome& outcome);
 
   os::Files& files_;

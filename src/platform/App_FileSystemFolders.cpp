@@ -55,11 +55,12 @@ bool App_FileSystem::ForceDelete(TextView sFile) {
   proc.ByVal(u"sFile", sFile);
   return proc.Run(false, [&] {
     const Text aside = Text(sFile) + u"." + NumberText(system_.ProcessId()) + u".old";
-    if (const os::Error error = files_.Rename(sFile, aside); error.Failed()) {
+    if (const os::Error error = files_.Rename(App_FilePath::PortPath(sFile), App_FilePath::PortPath(aside));
+        error.Failed()) {
       proc.Fail(error).Log(u"MoveFileExW failed!", EventType::ApiError);
       return false;
     }
-    if (const os::Error error = files_.Delete(aside); error.Failed()) {
+    if (const os::Error error = files_.Delete(App_FilePath::PortPath(aside)); error.Failed()) {
       proc.Fail(error).Log(u"The file was renamed but could not be deleted: " + aside);
     }
     return true;
@@ -104,7 +105,7 @@ bool App_FileSystem::CreateDirW(TextView destDir, std::uint32_t& lFailReason) {
       if (name.empty()) continue;
       prefix = App_FilePath::JoinPath(prefix, name);
       if (DirExist(prefix)) continue;
-      const os::Error error = files_.CreateDir(App_FilePath::ExtendedPath(prefix));
+      const os::Error error = files_.CreateDir(App_FilePath::PortPath(prefix));
       if (error.Ok()) continue;
       lFailReason = error.Number();
       if (error == SystemError::kAccessDenied || error == SystemError::kAlreadyExists) continue;

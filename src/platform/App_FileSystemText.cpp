@@ -20,7 +20,7 @@ bool App_FileSystem::GetFileToString(TextView sFile, Text& out, Text* refusal) {
   out.clear();
   return proc.Run(false, [&] {
     std::string bytes;
-    const ReadOutcome outcome = ReadFileBytes(files_, sFile, bytes);
+    const ReadOutcome outcome = ReadFileBytes(files_, App_FilePath::PortPath(sFile), bytes);
     if (outcome == ReadOutcome::Ok) {
       out = DecodeFile(bytes);
       return true;
@@ -49,7 +49,8 @@ bool App_FileSystem::GetFileToArray(TextView sFile, std::vector<Text>& lines) {
   });
 }
 
-SaveOutcome App_FileSystem::Save(TextView text, TextView path, SaveMode mode) {
+SaveOutcome App_FileSystem::Save(TextView text, TextView file, SaveMode mode) {
+  const Text path = App_FilePath::PortPath(file);
   switch (mode) {
     case SaveMode::Replace:
       return writer_.Replace(path, text);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 #include <utility>
 
 #include "base/Fold.h"
@@ -161,6 +162,20 @@ bool HoldsEmpty(const std::vector<Text>& strings) {
   return std::ranges::any_of(strings, [](const Text& each) { return each.empty(); });
 }
 
+// The type and the bytes of a value that can be written.
+struct RegData {
+  std::uint32_t type = 0;
+  std::string bytes;
+};
+
+std::optional<RegData> DataOf(const RegValue& value) {
+  if (const Text* text = std::get_if<Text>(&value)) return RegData{os::RegType::kString, ToBytes(*text + kNul)};
+  if (const auto* number = std::get_if<std::uint32_t>(&value)) return RegData{os::RegType::kDword, BytesOf(*number)};
+  const auto* strings = std::get_if<std::vector<Text>>(&value);
+  if (strings == nullptr || HoldsEmpty(*strings)) return std::nullopt;
+  return RegData{os::RegType::kMultiString, MultiStringBytes(*strings)};
+}
+
 }  // namespace
 
 bool App_Registry::AddRegFlagWOW64(os::RootKey RootHKEY, Text& sRegKey, std::uint32_t& lDesiredSAM, bool bIsGuestSession) {
@@ -246,6 +261,10 @@ bool App_Registry::ReadInto(Proc& proc, os::RegistryKey& key, TextView name, Reg
     LogFailure(proc, StepName(type, true), error, kMissingKeyErrors);
     return false;
   }
+  if (lDataLen > kMaxValueBytes) {
+    LogFailure(proc, StepName(type, true), SystemError::kMoreData);
+    return false;
+  }
   std::string data;
   error = key.QueryData(name, kMaxValueBytes, type, data);
   if (error.Failed()) {
@@ -276,14 +295,14 @@ Text App_Registry::RegReadString(os::RootKey RootHKEY, TextView sRegKey, TextVie
   return expandable ? expandable->text : Text();
 }
 
-bool App_Registry::WriteTyped(Proc& proc, os::RegistryKey& key, TextView name, std::uint32_t type, std::string_view data) {
-  const os::Error error = key.SetData(name, type, data);
-  if (error.Ok()) return true;
-  LogFailure(proc, Text(u"RegSetValueExW ").append(TypeName(type)), error);
-  return false;
+bool App_Registry::RegWriteValue(os::RootKey RootHKEY, TextView sRegKey, TextView sValueName, const RegValue& vRegData) {
+  const std::optional<RegData> data = DataOf(vRegData);
+  const auto length = static_cast<std::uint32_t>(data ? data->bytes.size() : 0);
+  return RegWriteValue(RootHKEY, sRegKey, sValueName, vRegData, length, data ? data->type : 0);
 }
 
-bool App_Registry::RegWriteValue(os::RootKey RootHKEY, TextView sRegKey, TextView sValueName, const RegValue& vRegData) {
+bool App_Registry::RegWriteValue(os::RootKey RootHKEY, TextView sRegKey, TextView sValueName, const RegValue& vRegData,
+                                 std::uint32_t lDataLen, std::uint32_t lValueType) {
   Proc proc(kModule, u"RegWriteValue", ProcKind::Function);
   const TextView root = RootKeyLongName(RootHKEY);
   const Text shown = Shown(vRegData);
@@ -292,15 +311,16 @@ bool App_Registry::RegWriteValue(os::RootKey RootHKEY, TextView sRegKey, TextVie
   proc.ByVal(u"sRegKey", sRegKey);
   proc.ByVal(u"sValueName", sValueName);
   proc.ByVal(u"vRegData", shown);
+  proc.ByVal(u"lDataLen", lDataLen);
+  proc.ByVal(u"lValueType", lValueType);
   proc.Created(u"lDesiredSAM", lDesiredSAM);
   return proc.Run(false, [&] {
-    const auto* strings = std::get_if<std::vector<Text>>(&vRegData);
+    const std::optional<RegData> data = DataOf(vRegData);
     if (std::holds_alternative<std::string>(vRegData)) {
       proc.Log(u"REG_BINARY not supported in this function.");
       return false;
     }
-    if (std::holds_alternative<std::monostate>(vRegData) || std::holds_alternative<RegExpandString>(vRegData) ||
-        (strings && HoldsEmpty(*strings))) {
+    if (!data || data->type != lValueType) {
       proc.Log(u"This value is not supported in this function.");
       return false;
     }
@@ -311,11 +331,10 @@ bool App_Registry::RegWriteValue(os::RootKey RootHKEY, TextView sRegKey, TextVie
       LogFailure(proc, u"RegCreateKeyExW", error);
       return false;
     }
-    if (strings) return WriteTyped(proc, *open, sValueName, os::RegType::kMultiString, MultiStringBytes(*strings));
-    if (const auto* number = std::get_if<std::uint32_t>(&vRegData)) {
-      return WriteTyped(proc, *open, sValueName, os::RegType::kDword, BytesOf(*number));
-    }
-    return WriteTyped(proc, *open, sValueName, os::RegType::kString, ToBytes(std::get<Text>(vRegData) + kNul));
+    const os::Error error = open->SetData(sValueName, data->type, std::string_view(data->bytes).substr(0, lDataLen));
+    if (error.Ok()) return true;
+    LogFailure(proc, Text(u"RegSetValueExW ").append(TypeName(data->type)), error);
+    return false;
   });
 }
 

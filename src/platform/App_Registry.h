@@ -36,8 +36,12 @@ class App_Registry {
   // The text of a string or an expandable string, else empty.
   Text RegReadString(os::RootKey RootHKEY, TextView sRegKey, TextView sValueName);
 
-  // Writes a string, a multi-string or a 32-bit number; the key and its parents are made. An empty text within a
-  // multi-string would end it and is refused.
+  // Writes a string, a multi-string or a 32-bit number; the key and its parents are made. `lValueType` is the os::RegType of
+  // the value given, `lDataLen` how many of its bytes (final NULs counted) are written: all, unless it is less. An empty
+  // text within a multi-string would end it and is refused.
+  bool RegWriteValue(os::RootKey RootHKEY, TextView sRegKey, TextView sValueName, const RegValue& vRegData,
+                     std::uint32_t lDataLen, std::uint32_t lValueType);
+  // The same with all bytes and the type that the value has.
   bool RegWriteValue(os::RootKey RootHKEY, TextView sRegKey, TextView sValueName, const RegValue& vRegData);
 
   // Adjusts the key text and the access mask for the right registry view: keys under "SOFTWARE\" are the 64-bit ones. A
@@ -47,7 +51,6 @@ class App_Registry {
 
  private:
   bool ReadInto(Proc& proc, os::RegistryKey& key, TextView name, RegValue& out);
-  bool WriteTyped(Proc& proc, os::RegistryKey& key, TextView name, std::uint32_t type, std::string_view data);
 
   os::Registry& registry_;
 };

@@ -68,6 +68,7 @@ void FS_DirList::InitClassVars() {
     RecursionLevel = -1;
     ReturnObjectType = DirListObject::ReportedPath;
     joinedMasks_.clear();
+    followed_.clear();
     for (std::vector<Text>* list : {&searchPaths_, &masks_, &fileExclusions_, &dirExclusions_, &fileNames_, &filesFullPath_,
                                     &filesOnDisk_, &dirsOnDisk_}) {
       list->clear();
@@ -87,27 +88,68 @@ void FS_DirList::StartSearch() {
 // The open folders stand on a stack of our own: no depth of folders can exhaust the thread's.
 void FS_DirList::SearchDir(TextView sPath) {
   std::vector<OpenFolder> open;
-  const auto enter = [&](TextView path, std::int32_t level) {
-    if (std::optional<OpenFolder> folder = List(path, level)) open.push_back(std::move(*folder));
-  };
-  enter(sPath, RecursionLevel);
+  if (std::optional<OpenFolder> folder = List(sPath, RecursionLevel)) open.push_back(std::move(*folder));
   while (!open.empty()) {
     OpenFolder& folder = open.back();
     if (folder.next == folder.entries.size()) {
+      if (IncludeDirs && !folder.name.empty()) {
+        folder.pathBS.pop_back();
+        Report(dirsOnDisk_, folder.pathBS, folder.name);
+      }
       open.pop_back();
       continue;
     }
     const os::DirEntry& entry = folder.entries[folder.next++];
+    const Text path = folder.pathBS + entry.name;
     if (!entry.info.IsDirectory()) {
-      if (IsWanted(entry)) AddFile(folder.pathBS, entry.name);
+      if (IsWanted(entry)) Report(filesOnDisk_, path, entry.name);
       continue;
     }
-    const Text path = folder.pathBS + entry.name;
-    const std::int32_t nextLevel = folder.level < 0 ? folder.level : folder.level - 1;
-    const bool mayEnter = MayEnter(entry, folder);
-    if (IncludeDirs) dirsOnDisk_.push_back(path);
-    if (mayEnter) enter(path, nextLevel);
+    const bool isLink = (entry.info.attributes & os::FileAttribute::kReparsePoint) != 0;
+    const bool mayEnter = MayEnter(entry, folder) && (!isLink || MayFollow(path, open));
+    std::optional<OpenFolder> inner;
+    if (mayEnter) inner = List(path, folder.level < 0 ? folder.level : folder.level - 1);
+    if (!inner) inner = OpenFolder{path + u"\\", {}};
+    inner->name = entry.name;
+    open.push_back(std::move(*inner));
   }
+}
+
+// The open folders, and those that the search path lies in.
+std::vector<Text> FS_DirList::FoldersAbove(const std::vector<OpenFolder>& open) {
+  std::vector<Text> folders;
+  for (const OpenFolder& folder : open) folders.push_back(folder.pathBS);
+  Text path = open.front().pathBS;
+  const std::size_t root = App_FilePath::RootLength(path);
+  while (path.size() > root) {
+    path.pop_back();
+    path = App_FilePath::FolderOf(path);
+    folders.push_back(path);
+  }
+  return folders;
+}
+
+// A folder that cannot be told from those it lies in is not entered: the way might never end.
+bool FS_DirList::MayFollow(const Text& link, const std::vector<OpenFolder>& open) {
+  Proc proc(kModule, u"MayFollow", ProcKind::Function);
+  proc.ByVal(u"sLink", link);
+  return proc.Run(false, [&] {
+    os::FileStamp target;
+    os::Error error = files_.FolderIdentity(App_FilePath::PortPath(link), target);
+    bool isNew = std::ranges::find(followed_, target) == followed_.end();
+    for (const Text& folder : FoldersAbove(open)) {
+      os::FileStamp above;
+      if (!isNew || error.Failed()) break;
+      error = files_.FolderIdentity(App_FilePath::PortPath(folder), above);
+      isNew = above != target;
+    }
+    if (error.Failed()) {
+      proc.Fail(error).Log(u"The folder could not be read whole!", EventType::ApiError, u"sLink=" + link);
+      return false;
+    }
+    if (isNew) followed_.push_back(target);
+    return isNew;
+  });
 }
 
 std::optional<FS_DirList::OpenFolder> FS_DirList::List(TextView sPath, std::int32_t lRecursionLevel) {
@@ -116,9 +158,11 @@ std::optional<FS_DirList::OpenFolder> FS_DirList::List(TextView sPath, std::int3
   proc.ByVal(u"lRecursionLevel", lRecursionLevel);
   std::optional<OpenFolder> folder;
   proc.Run([&] {
-    OpenFolder listed{App_FilePath::JoinPath(sPath, {}), {}, 0, lRecursionLevel};
-    if (const os::Error error = files_.List(listed.pathBS, listed.entries); error.Failed()) {
-      if (listed.entries.empty() && (error.IsNotFound() || error == SystemError::kNotADirectory)) {
+    OpenFolder listed{App_FilePath::JoinPath(sPath, {}), {}, 0, lRecursionLevel, {}};
+    if (const os::Error error = files_.List(App_FilePath::PortPath(listed.pathBS), listed.entries); error.Failed()) {
+      // The system calls a file's name with "\" behind it no name.
+      const bool isNoFolder = error == SystemError::kNotADirectory || error == SystemError::kInvalidName;
+      if (listed.entries.empty() && (error.IsNotFound() || isNoFolder)) {
         proc.Log(u"Path does not exist!", EventType::Normal, Text(u"sPath=").append(sPath));
         return;
       }
@@ -130,8 +174,8 @@ std::optional<FS_DirList::OpenFolder> FS_DirList::List(TextView sPath, std::int3
 }
 
 bool FS_DirList::MayEnter(const os::DirEntry& entry, const OpenFolder& parent) const {
-  return parent.level != 0 && (entry.info.attributes & os::FileAttribute::kReparsePoint) == 0 &&
-         parent.pathBS.size() + entry.name.size() < kLongestPath && !ContainsAny(entry.name, dirExclusions_);
+  return parent.level != 0 && parent.pathBS.size() + entry.name.size() < kLongestPath &&
+         !ContainsAny(entry.name, dirExclusions_);
 }
 
 bool FS_DirList::IsWanted(const os::DirEntry& file) const {
@@ -141,14 +185,14 @@ bool FS_DirList::IsWanted(const os::DirEntry& file) const {
   return MatchesMask(file.name, joinedMasks_) && !ContainsAny(file.name, fileExclusions_);
 }
 
-void FS_DirList::AddFile(const Text& pathBS, const Text& name) {
-  filesOnDisk_.push_back(pathBS + name);
+void FS_DirList::Report(std::vector<Text>& onDisk, const Text& path, const Text& name) {
+  onDisk.push_back(path);
   fileNames_.push_back(LowerCase(name));
-  filesFullPath_.push_back(LowerCase(filesOnDisk_.back()));
+  filesFullPath_.push_back(LowerCase(path));
 }
 
 Text FS_DirList::Chosen(std::size_t at) const {
-  return ReturnObjectType == DirListObject::PathOnDisk ? filesOnDisk_[at] : filesFullPath_[at];
+  return ReturnObjectType == DirListObject::PathOnDisk ? filesOnDisk_[at] : LowerCase(filesOnDisk_[at]);
 }
 
 template <class KeyOf>
@@ -179,7 +223,7 @@ Text FS_DirList::GetNewestFileByModifiedDate() {
   return proc.Run(Text(), [&] {
     const auto modified = [&](const Text& path) -> std::optional<os::FileTicks> {
       os::FileInfo info;
-      const os::Error error = files_.Info(path, info);
+      const os::Error error = files_.Info(App_FilePath::PortPath(path), info);
       if (error.Ok()) return info.modified;
       proc.Fail(error).Log(u"Cannot determine file date!", EventType::Normal, u"sFile=" + path);
       return std::nullopt;
@@ -195,7 +239,7 @@ Text FS_DirList::GetNewestFileByVersion() {
     // A file without a version is older than any with one.
     const auto version = [&](const Text& path) -> std::optional<std::array<std::uint16_t, 4>> {
       os::FileVersion found;
-      files_.Version(path, found).Ignore();
+      files_.Version(App_FilePath::PortPath(path), found).Ignore();
       return std::to_array(found.part);
     };
     const std::optional<std::size_t> at = Greatest(proc, version);

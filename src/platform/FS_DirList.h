@@ -27,13 +27,13 @@ class FS_DirList {
   void InitClassVars();
 
   bool IncludeFiles = true;
-  // Folders are reported whatever their names; masks and exclusions are for files.
+  // Folders are reported whatever their names, each behind what was found in it; masks and exclusions are for files.
   bool IncludeDirs = false;
   // Files with a read-only, hidden, system or archive attribute that is missing here are left out; with the initial value
   // none is.
   std::int32_t FileAttribs = 167;
-  // How many levels below a search path are searched; -1 all, 0 none. A reparse point (junction, symbolic link, mount
-  // point) is reported but never entered.
+  // How many levels below a search path are searched; -1 all, 0 none. A junction or symbolic link is a sub-folder too, but
+  // one that leads to a folder it lies in, or where another one has led, is not entered.
   std::int32_t RecursionLevel = -1;
   DirListObject ReturnObjectType = DirListObject::ReportedPath;
 
@@ -53,7 +53,7 @@ class FS_DirList {
   // Texts that a file's name, or the name of a sub-folder to be entered, must not contain; empty ones do not count.
   void AddFileInStrExclusion(TextView text) { fileExclusions_.emplace_back(text); }
   void AddRecursiveSubDirInStrExclusion(TextView text) { dirExclusions_.emplace_back(text); }
-  // Names and full paths in lower case, of the files found in the order of their paths on disk.
+  // Names and full paths in lower case, of files and reported folders in the order in which they were found.
   [[nodiscard]] const std::vector<Text>& MatchingFileNames() const { return fileNames_; }
   [[nodiscard]] const std::vector<Text>& MatchingFilesFullPath() const { return filesFullPath_; }
   [[nodiscard]] std::size_t MatchingFileCount() const { return filesOnDisk_.size(); }
@@ -68,15 +68,18 @@ class FS_DirList {
   struct OpenFolder {
     Text pathBS;  // ends in "\"
     std::vector<os::DirEntry> entries;
-    std::size_t next;
-    std::int32_t level;
+    std::size_t next = 0;
+    std::int32_t level = 0;
+    Text name = {};  // in its parent; empty of a search path
   };
 
   void SearchDir(TextView sPath);
   [[nodiscard]] std::optional<OpenFolder> List(TextView sPath, std::int32_t lRecursionLevel);
   [[nodiscard]] bool MayEnter(const os::DirEntry& entry, const OpenFolder& parent) const;
+  [[nodiscard]] static std::vector<Text> FoldersAbove(const std::vector<OpenFolder>& open);
+  [[nodiscard]] bool MayFollow(const Text& link, const std::vector<OpenFolder>& open);
   [[nodiscard]] bool IsWanted(const os::DirEntry& file) const;
-  void AddFile(const Text& pathBS, const Text& name);
+  void Report(std::vector<Text>& onDisk, const Text& path, const Text& name);
   [[nodiscard]] Text Chosen(std::size_t at) const;
   // The index of the file for which `key` gives the greatest value; none without files.
   template <class KeyOf>
@@ -87,6 +90,7 @@ class FS_DirList {
   std::vector<Text> masks_;
   std::vector<Text> fileExclusions_;
   std::vector<Text> dirExclusions_;
+  std::vector<os::FileStamp> followed_;  // where links have led, by identity
   Text joinedMasks_;
   std::vector<Text> fileNames_;
   std::vector<Text> filesFullPath_;

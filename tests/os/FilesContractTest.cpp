@@ -81,6 +81,7 @@ TEST_F(FilesContract, FailuresTellTheirNumber) {
   FileInfo info;
   os::FileVersion version;
   std::vector<DirEntry> entries;
+  FileStamp stamp;
   Text text;
   std::unique_ptr<os::ReadFile> read;
   std::unique_ptr<os::AppendFile> append;
@@ -119,6 +120,8 @@ TEST_F(FilesContract, FailuresTellTheirNumber) {
                      {"MakeSure long", 206, [&] { return files.MakeSureDirectoryPathExists(At(Text(250, u'x') + u"\\")); }},
                      {"List", 3, [&] { return files.List(At(u"no"), entries); }},
                      {"List file", kAnyNumber, [&] { return files.List(At(u"file"), entries); }},
+                     {"FolderIdentity", 3, [&] { return files.FolderIdentity(At(u"no\\no"), stamp); }},
+                     {"FolderIdentity file", kAnyNumber, [&] { return files.FolderIdentity(At(u"file"), stamp); }},
                      {"LongPathName", 2, [&] { return files.LongPathName(At(u"no"), text); }},
                      {"Version", 2, [&] { return files.Version(At(u"no"), version); }},
                      {"SetCurrentDir", 2, [&] { return files.SetCurrentDir(At(u"no")); }},
@@ -247,6 +250,12 @@ TEST_F(FilesContract, FoldersVersionsAndVolumes) {
   std::vector<DirEntry> entries(1);
   EXPECT_TRUE(files.List(At(u"a\\b"), entries).Ok() && entries.size() == 1);
   EXPECT_TRUE(files.List(At(u"a"), entries).Ok() && entries.size() == 2 && entries[1].info.IsDirectory());
+  FileStamp outer;
+  FileStamp inner;
+  FileStamp again;
+  EXPECT_TRUE(files.FolderIdentity(At(u"a"), outer).Ok() && files.FolderIdentity(At(u"a\\b"), inner).Ok() &&
+              files.FolderIdentity(At(u"A\\B\\"), again).Ok());
+  EXPECT_TRUE(inner == again && inner != outer);
   Text name;
   EXPECT_TRUE(files.FileSystemName(folder.substr(0, 3), name).Ok());
   EXPECT_FALSE(name.empty());

@@ -38,11 +38,8 @@ TEST(App_FilePath, FixPathFromAPIIsTheWayBack) {
   struct {
     Text given;
     TextView fixed;
-  } const cases[] = {{u"\\\\?\\C:\\x", u"C:\\x"},
-                     {u"\\\\?\\UNC\\server\\x", u"\\\\server\\x"},
-                     {u"\\??\\C:\\x", u"C:\\x"},
-                     {Text(u"C:\\x") + kNul + u"rubbish", u"C:\\x"},
-                     {u"", u""}};
+  } const cases[] = {{u"\\\\?\\C:\\x", u"C:\\x"}, {u"\\\\?\\UNC\\server\\x", u"\\\\server\\x"},   {u"\\??\\C:\\x", u"C:\\x"},
+                     {u"\\\\.\\C:\\x", u"C:\\x"}, {Text(u"C:\\x") + kNul + u"rubbish", u"C:\\x"}, {u"", u""}};
   for (const auto& each : cases) EXPECT_EQ(FixPathFromAPI(each.given), each.fixed) << ToUtf8(each.given);
 }
 
@@ -69,7 +66,25 @@ TEST(App_FilePath, Kinds) {
     EXPECT_EQ(RootLength(each.path), each.root) << ToUtf8(each.path);
   }
   EXPECT_FALSE(PathNeedsWideAPI(u"C:\\Größe €"));
-  EXPECT_TRUE(PathNeedsWideAPI(u"C:\\日本"));
+  for (const TextView wide : {u"C:\\日本", u"C:\\ovsdot.", u"C:\\a \\b"})
+    EXPECT_TRUE(PathNeedsWideAPI(wide)) << ToUtf8(wide);
+}
+
+TEST(App_FilePath, PortPathLeavesToTheSystemWhatItHasToResolve) {
+  struct {
+    TextView given, path;
+  } const cases[] = {{u"\"C:\\a b.\"", u"\\\\?\\C:\\a b."},
+                     {u"\\??\\C:\\x", u"\\\\?\\C:\\x"},
+                     {u"\\\\.\\C:\\x\\", u"\\\\?\\C:\\x\\"},
+                     {u"\\\\server\\share\\x", u"\\\\?\\UNC\\server\\share\\x"},
+                     {u"C:\\", u"\\\\?\\C:\\"},
+                     {u"C:\\a\\..\\b", u"C:\\a\\..\\b"},
+                     {u"C:\\a/b", u"C:\\a/b"},
+                     {u"C:\\a\\\\b", u"C:\\a\\\\b"},
+                     {u"\"a\\b\"", u"a\\b"},
+                     {u"\\\\.\\pipe\\x", u"\\\\.\\pipe\\x"},
+                     {u"name", u"name"}};
+  for (const auto& each : cases) EXPECT_EQ(PortPath(each.given), each.path) << ToUtf8(each.given);
 }
 
 TEST(App_FilePath, Parts) {

@@ -42,6 +42,7 @@ TEST_F(FileSystemTest, EnsureDirExistsPicksItsRoute) {
                      {u"C:\\" + Text(242, u'b'), false},
                      {u"C:\\" + Text(119, u'c') + u"\\" + Text(121, u'd'), true},
                      {u"C:\\\u0416", false},
+                     {u"C:\\ovsdot.", false},
                      {u"C:\\\u00E9", true}};
   for (const auto& each : cases) {
     // The third call is the one that creates; the second route looks at the first folder with it.
@@ -49,7 +50,7 @@ TEST_F(FileSystemTest, EnsureDirExistsPicksItsRoute) {
     EXPECT_TRUE(Ensure(each.folder)) << each.folder.size();
     EXPECT_EQ(Logged(kFirstRoute), each.allAtOnce) << each.folder.size();
     EXPECT_EQ(os::Error(reason), each.allAtOnce ? kAccessDenied : os::kSuccess);
-    EXPECT_TRUE(Exists(each.folder));
+    EXPECT_TRUE(Exists(App_FilePath::PortPath(each.folder)));
   }
 }
 
@@ -112,11 +113,13 @@ TEST_F(FileSystemTest, FileExistAndDelete) {
     bool nonZero, exists;
     TextView note;
   } const cases[] = {
-      {u"", false, false, u"Passed empty string!"},       {u"C:\\no\\a.txt", false, false, u"Path not found!"},
-      {u"C:\\no.txt", false, false, u"File not found!"},  {u"C:\\Folder", false, false, u"File not found!"},
-      {u"C:\\A.TXT", true, true, u"File exists!"},        {u"C:\\zero.txt", false, true, u"File exists!"},
-      {u"C:\\zero.txt", true, false, u"Zero Byte File!"}, {u"C:\\locked", false, false, u"API Error: [32="},
-      {u"\\\\?\\C:\\a.txt", false, true, u"File exists!"}};
+      {u"", false, false, u"Passed empty string!"},        {u"C:\\no\\a.txt", false, false, u"Path not found!"},
+      {u"C:\\no.txt", false, false, u"File not found!"},   {u"C:\\Folder", false, false, u"File not found!"},
+      {u"C:\\A.TXT", true, true, u"File exists!"},         {u"C:\\zero.txt", false, true, u"File exists!"},
+      {u"C:\\zero.txt", true, false, u"Zero Byte File!"},  {u"C:\\locked", false, false, u"API Error: [32="},
+      {u"\\\\?\\C:\\a.txt", false, true, u"File exists!"}, {u"\\??\\C:\\a.txt", false, true, u"File exists!"},
+      {u"\\\\.\\C:\\a.txt", false, true, u"File exists!"}, {u"\"C:\\a.txt\"", false, true, u"File exists!"},
+      {u"C:\\a.txt.", false, false, u"File not found!"}};
   for (const auto& each : cases) {
     EXPECT_EQ(fileSystem.FileExist(each.path, each.nonZero), each.exists) << ToUtf8(each.path);
     EXPECT_TRUE(Logged(each.note)) << ToUtf8(each.path);
@@ -158,6 +161,24 @@ TEST_F(FileSystemTest, Facts) {
   EXPECT_EQ(fileSystem.MakeLongPath(u"C:\\A.DLL"), u"C:\\a.dll");
   EXPECT_EQ(fileSystem.MakeLongPath(u"C:\\none"), u"C:\\none");
   EXPECT_TRUE(Logged(u"GetLongPathNameW failure!"));
+  ASSERT_TRUE(memory.CreateDir(u"C:\\Work").Ok());
+  Put(u"C:\\Work\\here.txt");
+  EXPECT_TRUE(fileSystem.SetCurrentDir(u"C:\\Work") && fileSystem.FileExist(u"here.txt"));
+  EXPECT_FALSE(fileSystem.SetCurrentDir(u"C:\\None"));
+  EXPECT_TRUE(Logged(u"SetCurrentDirectoryW failure!"));
+  struct {
+    TextView path, note;
+  } const drives[] = {{u"\"\"", u"Passed non-empty string with no characters!"},
+                      {u"c", u"Passed single letter; appending colon..."},
+                      {u"c:", u"Passed good 2 character drive string; No changes made!"}};
+  for (const auto& each : drives) {
+    static_cast<void>(App_FilePath::PathToDriveLetter(each.path, true));
+    EXPECT_TRUE(Logged(each.note)) << ToUtf8(each.path);
+  }
+  system.environment = {{u"LOCAL", u" \"C:\\a b\" "}, {u"SHARE", u"\\\\server\\x"}, {u"RELATIVE", u"a\\b"}};
+  EXPECT_EQ(App_FilePath::LocalPathFromEnvVar(system, u" %LOCAL% "), u"C:\\a b");
+  for (const TextView name : {u"SHARE", u"RELATIVE", u"NONE"})
+    EXPECT_EQ(App_FilePath::LocalPathFromEnvVar(system, name), u"");
 }
 
 TEST_F(FileSystemTest, TemporaryFilesAndWriteAccess) {
@@ -168,6 +189,8 @@ TEST_F(FileSystemTest, TemporaryFilesAndWriteAccess) {
   EXPECT_NE(first, second);
   EXPECT_TRUE(Exists(first));
   EXPECT_FALSE(Exists(second));
+  App_FileSystem sameNumbers(files, system);
+  EXPECT_EQ(sameNumbers.GetTempFile(u"C:\\Work", true), second) << "a name in use is passed over";
   EXPECT_TRUE(fileSystem.GetTempFile({}, false, true).starts_with(u"C:\\Temp\\vtt"));
   files.FailCall(1, kAccessDenied);
   system.environment[u"SystemRoot"] = u"C:\\Windows";

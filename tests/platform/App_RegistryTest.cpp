@@ -22,6 +22,10 @@ class RefusingRegistry final : public MemoryRegistry {
     lastAccess = access;
     return error.Failed() ? error : MemoryRegistry::Open(root, key, access, out);
   }
+  os::Error Create(os::RootKey root, TextView key, std::uint32_t access, std::unique_ptr<os::RegistryKey>& out) override {
+    lastAccess = access;
+    return MemoryRegistry::Create(root, key, access, out);
+  }
   os::Error error;
   Text lastKey;
   std::uint32_t lastAccess = 0;
@@ -50,7 +54,7 @@ TEST_F(RegistryTest, RegKeyExistByResult) {
     bool exists;
     TextView entry;
   } const cases[] = {{2, false, u"Registry key does not exist!"},
-
+                     {3, false, u"Registry key does not exist!"},
                      {5, true, u"Access Denied; Returning True!"},
                      {87, true, u"WARNING:  Registry key may or may not exist!"},
                      {1015, true, u"Unknown Return Value."}};
@@ -62,6 +66,32 @@ TEST_F(RegistryTest, RegKeyExistByResult) {
     EXPECT_TRUE(Logged(RegResultText(each.code))) << each.code;
     EXPECT_EQ(PendingSystemError(), 0u);
   }
+}
+
+TEST(App_Registry, NamesOfRootsAndResults) {
+  constexpr TextView kRoots[] = {u"HKEY_CLASSES_ROOT",     u"HKEY_CURRENT_USER",   u"HKEY_LOCAL_MACHINE", u"HKEY_USERS",
+                                 u"HKEY_PERFORMANCE_DATA", u"HKEY_CURRENT_CONFIG", u"HKEY_DYN_DATA",      u""};
+  for (std::uint32_t i = 0; i < std::size(kRoots); ++i) EXPECT_EQ(RootKeyLongName(os::RootKey{0x80000000 + i}), kRoots[i]);
+  const std::pair<std::uint32_t, TextView> results[] = {{0, u"API Success!"},
+                                                        {1, u"Incorrect function."},
+                                                        {2, u"The system cannot find the file specified. (key)"},
+                                                        {3, u"The system cannot find the path specified."},
+                                                        {4, u"The system cannot open the file. (ERROR_TOO_MANY_OPEN_FILES)"},
+                                                        {5, u"Access is denied."},
+                                                        {6, u"The handle is invalid."},
+                                                        {7, u"The storage control blocks were destroyed."},
+                                                        {8, u"Not enough storage is available to process this command."},
+                                                        {14, u"Not enough storage is available to complete this operation."},
+                                                        {87, u"The parameter is incorrect."},
+                                                        {234, u"More data is available."},
+                                                        {259, u"No more data is available."},
+                                                        {1009, u"The configuration registry database is corrupt."},
+                                                        {1010, u"The configuration registry key is invalid."},
+                                                        {1011, u"The configuration registry key could not be opened."},
+                                                        {1012, u"The configuration registry key could not be read."},
+                                                        {1013, u"The configuration registry key could not be written."},
+                                                        {1015, u"Unknown Return Value."}};
+  for (const auto& [code, text] : results) EXPECT_EQ(RegResultText(code), text) << code;
 }
 
 TEST_F(RegistryTest, ViewAdjustment) {
@@ -100,8 +130,16 @@ TEST_F(RegistryTest, ValuesComeBackAsWritten) {
                              std::uint32_t{0xFFEEDDCC}};
   for (const RegValue& value : values) {
     ASSERT_TRUE(helper.RegWriteValue(kMachine, u"SOFTWARE\\Orvanta\\New", u"name", value));
+    EXPECT_EQ(registry.lastAccess & os::RegAccess::kView64, os::RegAccess::kView64);
     EXPECT_EQ(helper.RegReadValue(kMachine, u"SOFTWARE\\Orvanta\\New", u"NAME"), value) << value.index();
   }
+  // Four bytes are two characters; a number has all four of its own.
+  ASSERT_TRUE(helper.RegWriteValue(kMachine, u"SYSTEM\\x", u"name", Text(u"abc"), 4, os::RegType::kString));
+  EXPECT_EQ(helper.RegReadString(kMachine, u"SYSTEM\\x", u"name"), u"ab");
+  EXPECT_FALSE(helper.RegWriteValue(kMachine, u"SYSTEM\\x", u"name", Text(u"abc"), 8, os::RegType::kDword));
+  debug.SetSwitches({.procDump = true});
+  helper.RegWriteValue(kMachine, u"SYSTEM\\x", u"name", Text(u"abc"));
+  EXPECT_NE(debug.ProcDump(false).find(u"<sep>vRegData=abc<sep>lDataLen=8<sep>"), Text::npos);
 }
 
 TEST_F(RegistryTest, WhatCannotBeWrittenIsRefused) {
@@ -138,6 +176,9 @@ TEST_F(RegistryTest, StoredFormsThatOtherProgramsLeave) {
   EXPECT_TRUE(Logged(u"RegQueryValueExW REG_SZ (Length)"));
   EXPECT_EQ(helper.RegReadString(kMachine, u"SYSTEM\\x", u"expand"), u"%x%");
   EXPECT_EQ(helper.RegReadString(kMachine, u"SYSTEM\\x", u"binary"), u"");
+  ASSERT_TRUE(key->SetData(u"large", os::RegType::kMultiString, std::string((1u << 20) + 2, 'x')).Ok());
+  EXPECT_EQ(read(u"large"), RegValue());
+  EXPECT_TRUE(Logged(u"RegQueryValueExW REG_MULTI_SZ (Length) 234 More data is available."));
 }
 
 }  // namespace

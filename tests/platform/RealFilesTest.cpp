@@ -25,8 +25,7 @@ class RealFilesTest : public ::testing::Test {
     all.AddFileMask(u"*");
     all.StartSearch();
     for (const Text& file : all.MatchingFilesOnDisk()) os::SystemFiles().Delete(file).Ignore();
-    const std::vector<Text>& folders = all.MatchingDirsOnDisk();
-    for (auto folder = folders.rbegin(); folder != folders.rend(); ++folder) os::SystemFiles().RemoveDir(*folder).Ignore();
+    for (const Text& folder : all.MatchingDirsOnDisk()) os::SystemFiles().RemoveDir(folder).Ignore();
     EXPECT_TRUE(os::SystemFiles().RemoveDir(root).Ok());
   }
 

@@ -50,6 +50,9 @@ class FaultyFiles final : public os::Files {
   os::Error List(TextView folder, std::vector<os::DirEntry>& out) override {
     return Call(folder, [&] { return inner_.List(folder, out); });
   }
+  os::Error FolderIdentity(TextView folder, os::FileStamp& out) override {
+    return Call(folder, [&] { return inner_.FolderIdentity(folder, out); });
+  }
   os::Error LongPathName(TextView path, Text& out) override {
     return Call(path, [&] { return inner_.LongPathName(path, out); });
   }

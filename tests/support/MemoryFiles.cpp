@@ -22,6 +22,7 @@ struct MemoryFiles::Node {
   std::string bytes;
   std::optional<os::FileVersion> version;
   std::vector<NodePtr> entries;
+  NodePtr target;  // of a link
 
   [[nodiscard]] os::FileInfo Info() const {
     os::FileInfo shown = info;
@@ -110,7 +111,7 @@ Error MemoryFiles::Find(TextView path, Place& out) {
   out.node = Root(split.root);
   for (Text& name : split.names) {
     if (!out.node || !out.node->info.IsDirectory()) return kPathNotFound;
-    out.folder = std::move(out.node);
+    out.folder = out.node->target ? out.node->target : out.node;
     out.name = name;
     out.node = EntryOf(*out.folder, name);
     if (out.node) name = out.node->name;
@@ -127,6 +128,7 @@ Error MemoryFiles::FindExisting(TextView path, Place& out) {
 
 Error MemoryFiles::FindFolder(TextView path, Place& out) {
   if (const Error error = FindExisting(path, out); error.Failed()) return error;
+  if (out.node->target) out.node = out.node->target;
   return out.node->info.IsDirectory() ? kSuccess : kNotADirectory;
 }
 
@@ -253,6 +255,22 @@ Error MemoryFiles::List(TextView folder, std::vector<os::DirEntry>& out) {
   Place place;
   if (const Error error = FindFolder(folder, place); error.Failed()) return error;
   for (const NodePtr& each : place.node->entries) out.push_back({each->name, each->Info(), StampOf(*each)});
+  return kSuccess;
+}
+
+Error MemoryFiles::FolderIdentity(TextView folder, os::FileStamp& out) {
+  Place place;
+  const Error error = FindFolder(folder, place);
+  if (error.Ok()) out = {.volume = place.node->volume, .index = place.node->index};
+  return error;
+}
+
+Error MemoryFiles::Link(TextView path, TextView target) {
+  Place to;
+  Place place;
+  if (const Error error = FindFolder(target, to); error.Failed()) return error;
+  if (const Error error = Find(path, place); error.Failed()) return error;
+  Add(place, kDirectory | kReparsePoint)->target = to.node;
   return kSuccess;
 }
 

@@ -28,6 +28,7 @@ class MemoryFiles final : public os::Files {
   // As the call of that name, it carries Windows-1252 characters only.
   os::Error MakeSureDirectoryPathExists(TextView path) override;
   os::Error List(TextView folder, std::vector<os::DirEntry>& out) override;
+  os::Error FolderIdentity(TextView folder, os::FileStamp& out) override;
   os::Error LongPathName(TextView path, Text& out) override;
   os::Error Version(TextView path, os::FileVersion& out) override;
   os::Error FileSystemName(TextView root, Text& out) override;
@@ -35,6 +36,8 @@ class MemoryFiles final : public os::Files {
   // "C:\Temp\", which does not exist at first.
   os::Error TempFolder(Text& out) override;
 
+  // Makes a link to a folder that exists.
+  os::Error Link(TextView path, TextView target);
   // These three fail when there is no such file. What is a folder stays one.
   os::Error SetAttributes(TextView path, std::uint32_t attributes);
   os::Error SetDates(TextView path, os::FileTicks created, os::FileTicks accessed, os::FileTicks modified);

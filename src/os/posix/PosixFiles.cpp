@@ -56,6 +56,7 @@ class PosixFiles : public Files {
   Error CreateDir(TextView path) override;
   Error MakeSureDirectoryPathExists(TextView path) override;
   Error List(TextView folder, std::vector<DirEntry>& out) override;
+  Error FolderIdentity(TextView folder, FileStamp& out) override;
   Error LongPathName(TextView path, Text& out) override;
   Error Version(TextView path, FileVersion& out) override;
   Error FileSystemName(TextView root, Text& out) override;
@@ -193,6 +194,17 @@ Error PosixFiles::List(TextView folder, std::vector<DirEntry>& out) {
   const Error error = ReadEntries(dir.get(), out);
   std::sort(out.begin() + before, out.end(), NamedBefore);
   return error;
+}
+
+Error PosixFiles::FolderIdentity(TextView folder, FileStamp& out) {
+  NativePath native;
+  if (const Error error = FindNative(folder, native); error.Failed()) return error;
+  struct statx status {};
+  if (!Look(AT_FDCWD, native.path.c_str(), 0, status)) return OfFolder(LookupError(errno, native.path));
+  if (!IsFolder(status)) return SystemError::kNotADirectory;
+  const FileStamp stamp = StampOf(status);
+  out = {.volume = stamp.volume, .index = stamp.index};
+  return kSuccess;
 }
 
 Error PosixFiles::LongPathName(TextView path, Text& out) {

@@ -78,6 +78,7 @@ class Win32Files : public Files {
   Error CreateDir(TextView path) override;
   Error MakeSureDirectoryPathExists(TextView path) override;
   Error List(TextView folder, std::vector<DirEntry>& out) override;
+  Error FolderIdentity(TextView folder, FileStamp& out) override;
   Error LongPathName(TextView path, Text& out) override;
   Error Version(TextView path, FileVersion& out) override;
   Error FileSystemName(TextView root, Text& out) override;
@@ -191,11 +192,14 @@ void AppendEntries(const std::byte* at, std::vector<DirEntry>& out) {
   }
 }
 
+Handle OpenFolder(const std::wstring& folder, DWORD access) {
+  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+  return Handle(CreateFileW(folder.c_str(), access, kShareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+}
+
 // Many entries at once, with what identifies each. 50 when the file system cannot; nothing is added then.
 Error ListWithIdentity(const std::wstring& folder, std::vector<DirEntry>& out) {
-  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-  const Handle open(CreateFileW(folder.c_str(), FILE_LIST_DIRECTORY, kShareAll, nullptr, OPEN_EXISTING,
-                                FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  const Handle open = OpenFolder(folder, FILE_LIST_DIRECTORY);
   if (!open) return SystemError::kNotSupported;
   alignas(FILE_ID_BOTH_DIR_INFO) std::array<std::byte, std::size_t{64} * 1024> buffer;
   const std::size_t before = out.size();
@@ -212,6 +216,18 @@ Error Win32Files::List(TextView folder, std::vector<DirEntry>& out) {
   if (const Error error = ExtendedPath(folder, path); error.Failed()) return error;
   const Error error = ListWithIdentity(path, out);
   return error == SystemError::kNotSupported ? ListByNames(path, out) : error;
+}
+
+Error Win32Files::FolderIdentity(TextView folder, FileStamp& out) {
+  std::wstring path;
+  if (const Error error = ExtendedPath(folder, path); error.Failed()) return error;
+  const Handle open = OpenFolder(path, FILE_READ_ATTRIBUTES);
+  BY_HANDLE_FILE_INFORMATION data = {};
+  if (!open || !GetFileInformationByHandle(open.Get(), &data)) return LastError();
+  if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) return SystemError::kNotADirectory;
+  out = {.volume = data.dwVolumeSerialNumber,
+         .index = (static_cast<std::uint64_t>(data.nFileIndexHigh) << 32) | data.nFileIndexLow};
+  return kSuccess;
 }
 
 Error Win32Files::LongPathName(TextView path, Text& out) {
