@@ -72,6 +72,20 @@ class StatusTest(OvsctlTest):
             self.assertEqual(self.facts()["lastAlerts"], last, encoding)
         self.assertIn("a\\u001b[2Jb", self.ovsctl().stdout)
 
+    def test_whoever_may_not_read_config_is_told_so(self):
+        self.settings()
+        self.records.write_text("{}")
+        for closed in (self.app / "Config", self.rules, self.ini):
+            mode = closed.stat().st_mode
+            closed.chmod(0)
+            for command, *options in (["status"], ["status", "--json"], ["check"], ["replay", self.records],
+                                      ["explain", self.records], ["test-mail"], ["set-password"]):
+                done = self.ovsctl(*options, code=2, command=command, rights=False)
+                self.assertEqual((done.stdout, "administrator's console" in done.stderr, closed.name in done.stderr),
+                                 ("", True, True), (command, done.stderr))
+            closed.chmod(mode)
+        self.assertEqual(self.ovsctl(self.rules / "Good.DAT", command="check", rights=False).stdout, "")
+
     def test_a_folder_that_is_not_there(self):
         self.refused(([], "no such folder"), app=self.app / "none")
 

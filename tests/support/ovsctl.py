@@ -50,20 +50,21 @@ class OvsctlTest(unittest.TestCase):
         path.write_bytes(content if isinstance(content, bytes) else content.replace("\n", "\r\n").encode())
         return path
 
-    def run_program(self, *arguments, typed=""):
-        """Bytes that are typed give bytes."""
+    def run_program(self, *arguments, typed="", rights=True):
+        """Bytes that are typed give bytes. Without `rights` root may open no more than its files' modes allow."""
         text = {} if isinstance(typed, bytes) else {"encoding": "utf-8"}
         # Not where a real installation keeps its debug logs.
         environment = {name: value for name, value in os.environ.items() if name.lower() != "programdata"}
-        done = subprocess.run([*PROGRAM, *arguments], input=typed, capture_output=True, timeout=120, env=environment, **text)
+        without = [] if rights or os.geteuid() else ["setpriv", "--bounding-set", "-dac_override,-dac_read_search"]
+        done = subprocess.run([*without, *PROGRAM, *arguments], input=typed, capture_output=True, timeout=120, env=environment, **text)
         if WINE:
             done.stdout = done.stdout.replace("\r", "")
         self.assertNotIn(SECRET.encode() if isinstance(typed, bytes) else SECRET, done.stdout + done.stderr)
         return done
 
-    def ovsctl(self, *options, code=0, app=None, typed="", command=None):
+    def ovsctl(self, *options, code=0, app=None, typed="", command=None, rights=True):
         """Runs the command over the application folder; `code` is what it must end with, None for whatever."""
-        done = self.run_program(command or self.command, "--app", shown_path(app or self.app), *options, typed=typed)
+        done = self.run_program(command or self.command, "--app", shown_path(app or self.app), *options, typed=typed, rights=rights)
         if code is not None:
             self.assertEqual(done.returncode, code, (options, done.stdout, done.stderr))
         return done

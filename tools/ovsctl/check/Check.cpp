@@ -56,7 +56,8 @@ void PrintJson(const Findings& findings) {
 
 // kDone when nothing is wrong, kFindings when something is, kFailed when nothing could be looked at.
 int RunCheck(const CheckOptions& options) {
-  const std::unique_ptr<Installation> installation = Installation::Open(options.applicationFolder);
+  const auto open = options.files.empty() ? Installation::OpenToRead : Installation::Open;
+  const std::unique_ptr<Installation> installation = open(options.applicationFolder);
   if (!installation) return kFailed;
   Findings findings;
   FilesCheck check(*installation, findings);

@@ -1,6 +1,7 @@
 #include "ovsctl/cli/Installation.h"
 
 #include <utility>
+#include <vector>
 
 #include "base/App_Strings.h"
 #include "diag/App_Debug.h"
@@ -73,6 +74,28 @@ std::unique_ptr<Installation> Installation::Open(const std::string& folder) {
   }
   auto system = std::make_unique<ServiceSystem>(path + Text(kServiceProgram));
   return std::unique_ptr<Installation>(new Installation(std::move(system), path));
+}
+
+std::unique_ptr<Installation> Installation::OpenToRead(const std::string& folder) {
+  std::unique_ptr<Installation> installation = Open(folder);
+  const std::optional<Text> closed = installation ? installation->ClosedPath() : std::nullopt;
+  if (!closed) return installation;
+  static_cast<void>(Console::Fail("this needs an administrator's console; " + Console::Shown(*closed) + " cannot be read",
+                                  SystemError::kAccessDenied));
+  return nullptr;
+}
+
+std::optional<Text> Installation::ClosedPath() {
+  os::Files& files = FileSystem().Files();
+  for (const Text& folder : {App_FilePath::ParentOf(settings_.configIniPath), settings_.rulesFolder}) {
+    std::vector<os::DirEntry> entries;
+    if (files.List(folder, entries) == SystemError::kAccessDenied) return folder;
+  }
+  std::unique_ptr<os::ReadFile> file;
+  os::FileInfo info;
+  const bool refused = files.OpenRead(settings_.configIniPath, file) == SystemError::kAccessDenied;
+  const bool isFolder = refused && files.Info(settings_.configIniPath, info).Ok() && info.IsDirectory();
+  return refused && !isFolder ? std::optional(settings_.configIniPath) : std::nullopt;
 }
 
 Installation::Installation(std::unique_ptr<ServiceSystem> system, TextView applicationFolder)

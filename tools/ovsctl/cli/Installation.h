@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -17,6 +18,9 @@ class Installation {
   // `folder` as it was typed; an empty one stands for the folder of this program. Null when there is no such folder; the
   // reason was said. Attaches the diagnostics of this program, which write no file.
   [[nodiscard]] static std::unique_ptr<Installation> Open(const std::string& folder);
+  // The same for a command that reads the settings or the rules: null as well when this user may not read them, which was
+  // said. They would look as if they were not there.
+  [[nodiscard]] static std::unique_ptr<Installation> OpenToRead(const std::string& folder);
   ~Installation();
   Installation(const Installation&) = delete;
   Installation& operator=(const Installation&) = delete;
@@ -33,6 +37,9 @@ class Installation {
 
  private:
   class ServiceSystem;
+
+  // The first of the settings file and the folders of settings and rules that the system refuses for want of rights.
+  [[nodiscard]] std::optional<Text> ClosedPath();
 
   Installation(std::unique_ptr<ServiceSystem> system, TextView applicationFolder);
 

@@ -122,7 +122,7 @@ int RunExplain(const ExplainOptions& options) {
   if (options.recordsFile.empty() == options.liveLog.empty()) {
     return Console::Fail("give either a file of records or --live LOG");
   }
-  const std::unique_ptr<Installation> installation = Installation::Open(options.applicationFolder);
+  const std::unique_ptr<Installation> installation = Installation::OpenToRead(options.applicationFolder);
   if (!installation) return kFailed;
   Console::ShowDebugEntries();
   return Explaining(*installation, options).Run();

@@ -119,7 +119,7 @@ void SayWhereAlertsGo(Installation& installation, modEmailSvc& module) {
 
 // kDone when the server took the mail for every recipient, kFindings when it did not, kFailed when nothing could be tried.
 int RunTestMail(const TestMailOptions& options) {
-  const std::unique_ptr<Installation> installation = Installation::Open(options.applicationFolder);
+  const std::unique_ptr<Installation> installation = Installation::OpenToRead(options.applicationFolder);
   if (!installation) return kFailed;
   ServiceMail mail(*installation);
   modEmailSvc::Copy copy = mail.Module().TechnicianCopy();

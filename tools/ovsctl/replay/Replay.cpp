@@ -263,7 +263,7 @@ void Print(const ReplayReport& report, ReplayForm form) {
 }  // namespace
 
 int RunReplay(const ReplayOptions& options) {
-  const std::unique_ptr<Installation> installation = Installation::Open(options.applicationFolder);
+  const std::unique_ptr<Installation> installation = Installation::OpenToRead(options.applicationFolder);
   if (!installation) return kFailed;
   const std::optional<Input> input = InputOf(options);
   if (!input) return kFailed;

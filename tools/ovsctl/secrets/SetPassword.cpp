@@ -73,7 +73,7 @@ int Put(Installation& installation, const Text& stored) {
 int RunSetPassword(const SetPasswordOptions& options) {
   std::unique_ptr<Installation> installation;
   if (!options.print) {
-    installation = Installation::Open(options.applicationFolder);
+    installation = Installation::OpenToRead(options.applicationFolder);
     if (!installation) return kFailed;
   }
   std::optional<Text> stored = AskForStoredForm();

@@ -197,7 +197,7 @@ int ExitCodeOf(const StatusFacts& facts) {
 // kDone when the service runs and nothing is wrong, kFindings when it does not run or something is wrong, kFailed when it is
 // not installed. Where there is no service control manager, the service itself does not count.
 int RunStatus(const StatusOptions& options) {
-  const std::unique_ptr<Installation> installation = Installation::Open(options.applicationFolder);
+  const std::unique_ptr<Installation> installation = Installation::OpenToRead(options.applicationFolder);
   if (!installation) return kFailed;
   const StatusFacts facts = GatherStatus(*installation);
   const MonitorSettings& settings = installation->Settings();

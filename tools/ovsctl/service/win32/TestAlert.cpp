@@ -188,7 +188,7 @@ int RunTestAlert(const TestAlertOptions& options) {
   if (const int result = CheckService(service)) return result;
   const std::string folder =
       options.applicationFolder.empty() ? ToUtf8(App_FilePath::FolderOf(service.programPath)) : options.applicationFolder;
-  const std::unique_ptr<Installation> installation = Installation::Open(folder);
+  const std::unique_ptr<Installation> installation = Installation::OpenToRead(folder);
   if (!installation) return kFailed;
   const Text mark = NewMark();
   const Text text = Text(Phrases::kFakeDisk) + u" by ovsctl test-alert, number " + mark;
