@@ -15,11 +15,15 @@ void LoadAll(Config_Class& config, const App_Env& environment, bool singleFile) 
   if (!config.HasTried(config.DefaultConfigFile)) config.LoadFile({config.DefaultConfigFile});
 }
 
-void EncryptPasswords(Config_Class& config) {
-  config.Ensure_Encrypted(ProgramSettings::kSmtpPassword.key);
+// True when there was one in plain text.
+bool EncryptPasswords(Config_Class& config) {
+  bool any = false;
   for (const Config_KVP& entry : config.NewEnum()) {
-    if (Config_Class::IsSecretKey(entry.Key())) config.Ensure_Encrypted(entry.Key());
+    if (entry.Encrypted() || !Config_Class::IsSecretKey(entry.Key())) continue;
+    config.Ensure_Encrypted(entry.Key());
+    any = any || entry.Encrypted();
   }
+  return any;
 }
 
 void SwitchOn(const Config_Class& config, const SettingName& setting, bool& feature) {
@@ -63,10 +67,12 @@ std::unique_ptr<Config_Class> Config_Init(App_FileSystem& fileSystem, App_Env& e
   proc.Run([&] {
     config->DefaultConfigFile = App_FilePath::JoinPath(environment.ApplicationFolder(), environment.ProgramName() + u".cfg");
     LoadAll(*config, environment, options.bSingleFile);
-    EncryptPasswords(*config);
+    const bool wasPlain = EncryptPasswords(*config);
     if (const Text address = config->GetString(ProgramSettings::kWanAddress); !address.empty())
       environment.SetWanAddress(address);
     config->SaveOnRelease = !options.bNoReleaseSave && options.bStartedAsService;
+    // Not only at the end, which may be months away, or none that is orderly.
+    if (wasPlain && config->SaveOnRelease) config->SaveConfig();
     if (options.bLoadDebugSettings) LoadDebugSettings(config.get(), true);
   });
   return config;

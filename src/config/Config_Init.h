@@ -17,8 +17,8 @@ struct ConfigInitOptions {
 
 // Makes and fills the store; never null. Its default configuration file is the program's, "<program>.cfg" in its folder;
 // every ".cfg" file below that folder is loaded. Passwords, "Email.SMTP.Password" and all keys that end in ".Password",
-// are then kept encrypted, and "Env.WANAddress", when set, becomes the environment's. `fileSystem` and `crypt` must outlive
-// the store.
+// are then kept encrypted; one that stood there in plain text is saved at once where the store saves when it is released.
+// "Env.WANAddress", when set, becomes the environment's. `fileSystem` and `crypt` must outlive the store.
 [[nodiscard]] std::unique_ptr<Config_Class> Config_Init(App_FileSystem& fileSystem, App_Env& environment,
                                                         const ckCrypt_Config& crypt, const ConfigInitOptions& options = {});
 

@@ -29,6 +29,9 @@ TEST_F(ConfigInitTest, FillsTheStoreFromTheProgramsFolder) {
   EXPECT_EQ(config->Count(), 3u);
   config = Init({.bStartedAsService = true});
   EXPECT_EQ(config->Count(), 5u);
+  for (const TextView path : {kDefault, TextView(u"C:\\App\\Sub\\More.cfg")}) {
+    EXPECT_NE(Content(path).find("assword=<ev~>"), std::string::npos) << "encrypted on disk from now on";
+  }
   EXPECT_EQ(environment.WanAddress(), u"192.0.2.1");
   EXPECT_EQ(log.find(u"geheim"), Text::npos);
   config->SetString(u"b", u"3");
@@ -57,9 +60,9 @@ TEST_F(ConfigInitTest, AnEmptyFolderGivesAnEmptyStoreAndTheDefaultFileOnSaving) 
 TEST_F(ConfigInitTest, NoFailingCallLosesASetting) {
   const auto run = [&] {
     Put(kDefault, "a=1\r\nx=1");
-    Put(u"C:\\App\\Mail.cfg", "b=1\r\ny=1");
+    Put(u"C:\\App\\Mail.cfg", "b=1\r\ny=1\r\nx.Password=geheim");
     const std::uint64_t before = files.Calls();
-    const auto config = Init({.bLoadDebugSettings = true});
+    const auto config = Init({.bLoadDebugSettings = true, .bStartedAsService = true});
     config->SetString(u"a", u"2");
     config->SetString(u"b", u"2");
     const bool saved = config->SaveConfig();
@@ -77,6 +80,7 @@ TEST_F(ConfigInitTest, NoFailingCallLosesASetting) {
       const auto config = Init();
       for (const TextView key : {u"a", u"b"}) EXPECT_TRUE(config->GetLong(key) == 1 || config->GetLong(key) == 2);
       for (const TextView key : {u"x", u"y"}) EXPECT_EQ(config->GetLong(key), 1);
+      EXPECT_EQ(config->GetString(u"x.Password"), u"geheim");
       config->SetString(u"a", u"2");
       EXPECT_TRUE(config->SaveConfig());
       EXPECT_EQ(Init()->GetLong(u"a"), 2);
