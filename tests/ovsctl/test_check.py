@@ -171,11 +171,12 @@ class CheckTest(OvsctlTest):
         self.refused(([], "no such folder"), app=self.app / "none")
 
     def test_texts_are_safe_and_secrets_stay_secret(self):
-        self.lay_out({R: DETAIL + "Event\x1b[2JDesc=x\n", INI: MAIL_ON + f"SMTPPasswort={SECRET}\nSMTPPassword {SECRET}\nSMTPPassword={SECRET}\n",
+        self.lay_out({R: DETAIL + "Event\x1b[2JDesc\x7f\x9b\u202e=x\n", INI: MAIL_ON + f"SMTPPasswort={SECRET}\nSMTPPassword {SECRET}\nSMTPPassword={SECRET}\n",
                       CFG: f"Email.SMTP.Passwort={SECRET}\n"})
         done = self.ovsctl(code=1)
         self.assertNotIn("\x1b", done.stdout)
-        self.assertIn("\\u001b", done.stdout)
+        self.assertIn("\\u001b[2JDesc\\u007f\\u009b\\u202e", done.stdout)
+        self.assertIn(done.stdout.split(chr(10))[0].split(": ")[2], self.json(code=1)["findings"][0]["what"])
 
 
 if __name__ == "__main__":

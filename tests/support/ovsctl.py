@@ -67,6 +67,8 @@ class OvsctlTest(unittest.TestCase):
         done = self.run_program(command or self.command, "--app", shown_path(app or self.app), *options, typed=typed, rights=rights)
         if code is not None:
             self.assertEqual(done.returncode, code, (options, done.stdout, done.stderr))
+        if "--json" in options:
+            self.assertNotRegex(done.stdout, "[^\n -~]")
         return done
 
     def json(self, *options, **how):

@@ -90,7 +90,8 @@ std::string RecordJson(const EventRecord& record) {
                                          {"Message", ToUtf8(record.message)},
                                          {"Logfile", ToUtf8(record.logfile)},
                                          {"TimeGenerated", ToUtf8(record.timeGenerated)}};
-  return object.dump();
+  // Pure ASCII: what a terminal must not see is escaped with everything else.
+  return object.dump(-1, ' ', /*ensure_ascii=*/true);
 }
 
 }  // namespace ovs

@@ -1,13 +1,13 @@
 // `ovsctl check`: tells what is wrong with rules, lists and settings, and how to mend it.
 #include <CLI/CLI.hpp>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "ovsctl/check/CheckFiles.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
+#include "ovsctl/cli/Json.h"
 
 namespace ovs {
 
@@ -51,7 +51,7 @@ void PrintJson(const Findings& findings) {
                                          {"errors", findings.Count(Severity::Error)},
                                          {"warnings", findings.Count(Severity::Warning)},
                                          {"findings", std::move(all)}};
-  Console::Print(report.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+  Console::PrintJson(report);
 }
 
 // kDone when nothing is wrong, kFindings when something is, kFailed when nothing could be looked at.

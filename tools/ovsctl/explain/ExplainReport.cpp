@@ -1,13 +1,13 @@
 #include "ovsctl/explain/ExplainReport.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 
 #include "base/App_Strings.h"
 #include "base/Encoding.h"
 #include "events/files/Records.h"
 #include "monitor/RecordKind.h"
 #include "ovsctl/cli/Console.h"
+#include "ovsctl/cli/Json.h"
 
 namespace ovs {
 
@@ -184,7 +184,7 @@ std::string ExplanationJson(const ExplainedRecord& explained) {
   if (const auto& line = explanation.hiddenBy) {
     json["excludedBy"] = {{"list", ToUtf8(line->file)}, {"line", line->number}, {"text", ToUtf8(line->text)}};
   }
-  return json.dump();
+  return Console::JsonText(json, -1);
 }
 
 }  // namespace ovs

@@ -2,7 +2,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,6 +10,7 @@
 #include "base/Encoding.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
+#include "ovsctl/cli/Json.h"
 #include "ovsctl/mail/ServiceMail.h"
 
 namespace ovs {
@@ -98,8 +98,7 @@ void PrintJson(const std::vector<MailOutcome>& mails, bool session) {
     if (session) one["session"] = ToUtf8(mail.report.session);
     all.push_back(std::move(one));
   }
-  Console::Print(
-      nlohmann::ordered_json({{"mails", std::move(all)}}).dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+  Console::PrintJson(nlohmann::ordered_json({{"mails", std::move(all)}}));
 }
 
 // The alerts themselves may go elsewhere, or nowhere.

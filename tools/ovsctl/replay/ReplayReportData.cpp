@@ -1,10 +1,10 @@
 // The forms of the report that programs read.
 #include <cmath>
 #include <cstdio>
-#include <nlohmann/json.hpp>
 
 #include "base/Encoding.h"
 #include "ovsctl/cli/Console.h"
+#include "ovsctl/cli/Json.h"
 #include "ovsctl/replay/ReplayReport.h"
 
 namespace ovs {
@@ -106,10 +106,7 @@ std::string CsvLine(const ReplayReport::Rule& rule, const ReplayReport& report) 
 
 }  // namespace
 
-// Pure ASCII: what a terminal must not see is escaped with everything else.
-void PrintReplayJson(const ReplayReport& report) {
-  Console::Print(ReportJson(report).dump(2, ' ', /*ensure_ascii=*/true, Json::error_handler_t::replace));
-}
+void PrintReplayJson(const ReplayReport& report) { Console::PrintJson(ReportJson(report)); }
 
 void PrintReplayCsv(const ReplayReport& report) {
   Console::PrintCrLf(

@@ -2,7 +2,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "base/Encoding.h"
@@ -11,6 +10,7 @@
 #include "mail/engines/SmtpServer.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
+#include "ovsctl/cli/Json.h"
 #include "ovsctl/status/StatusFacts.h"
 #include "platform/App_FilePath.h"
 
@@ -176,7 +176,7 @@ void PrintJson(const StatusFacts& facts, const MonitorSettings& settings) {
       {"debugLogs", {{"folder", ToUtf8(facts.debugFolder)}, {"files", facts.debugFiles}, {"bytes", facts.debugBytes}}},
       {"lastAlerts", ListOf(facts.lastAlerts)},
       {"problems", ListOf(facts.problems)}};
-  Console::Print(all.dump(2, ' ', false, Json::error_handler_t::replace));
+  Console::PrintJson(all);
 }
 
 int ExitCodeOf(const StatusFacts& facts) {
