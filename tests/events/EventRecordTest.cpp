@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "base/Encoding.h"
+#include "events/files/RecordPieces.h"
+#include "support/AllocationCount.h"
 #include "support/FakeClock.h"
 #include "support/MemoryFiles.h"
 
@@ -111,6 +113,27 @@ TEST(RecordTimeText, ChangesOfDaylightSaving) {
                                      {u"20241027003000", u"10/27/2024 02:30:00 AM"},
                                      {u"20241027013000", u"10/27/2024 02:30:00 AM"}}) {
     EXPECT_EQ(RecordTimeText(time, given, {}), shown);
+  }
+}
+
+TEST(JsonRecord, TheSevenValuesAreKeptAndTheRestCostsNoMemory) {
+  std::string zeros = "0";
+  for (int i = 0; i < 200'000; ++i) zeros += ",0";
+  const std::string line = R"({"EventCode": 6, "Message": ["a"], "x": {"EventCode": 8, "y": [)" + zeros +
+                           R"(]}, "EventCode": 7, "Type": "\u00fc\u001b\u007f\u0085\u202e"})";
+  RawRecord record;
+  std::string reason;
+  const std::uint64_t before = AllocatedBytes();
+  ASSERT_TRUE(ParseJsonRecord(line, record, reason));
+  EXPECT_LT(AllocatedBytes() - before, 10'000u);
+  EXPECT_EQ(RawText(record.eventCode), u"7") << "the last one, and of the outermost object";
+  EXPECT_EQ(RawText(record.message), u"Object");
+  const std::string again = RecordJson(ToEventRecord(record));
+  EXPECT_NE(again.find(R"("Type":"\u00fc\u001b\u007f\u0085\u202e")"), std::string::npos) << again;
+  for (const auto& [bad, why] :
+       {std::pair("[{}]", "not a JSON object"), {"{\"a\": 1", "not valid JSON"}, {"", "not valid JSON"}}) {
+    EXPECT_FALSE(ParseJsonRecord(bad, record, reason));
+    EXPECT_EQ(reason, why);
   }
 }
 

@@ -1,4 +1,7 @@
+#include <array>
+#include <cstdint>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "base/Encoding.h"
 #include "events/files/RecordPieces.h"
@@ -7,15 +10,67 @@ namespace ovs {
 
 namespace {
 
-RawValue ToRawValue(const nlohmann::json& object, const char* key) {
-  const auto found = object.find(key);
-  if (found == object.end() || found->is_null()) return std::monostate();
-  if (found->is_string()) return FromUtf8(found->get_ref<const std::string&>());
-  if (found->is_boolean()) return found->get<bool>();
-  if (found->is_number_integer()) return found->get<std::int64_t>();
-  if (found->is_number_float()) return found->get<double>();
-  return ObjectValue{u"Object"};
-}
+// Takes the seven values of the outermost object and forgets everything else as it is read: lines of any shape need memory
+// for their longest text alone.
+class RecordValues final : public nlohmann::json_sax<nlohmann::json> {
+ public:
+  explicit RecordValues(RawRecord& out)
+      : wanted_{{{"EventType", &out.eventType},
+                 {"Type", &out.type},
+                 {"EventCode", &out.eventCode},
+                 {"SourceName", &out.sourceName},
+                 {"Message", &out.message},
+                 {"Logfile", &out.logfile},
+                 {"TimeGenerated", &out.timeGenerated}}} {}
+
+  [[nodiscard]] bool IsObject() const { return isObject_; }
+
+  bool null() override { return Take(std::monostate()); }
+  bool boolean(bool value) override { return Take(value); }
+  bool number_integer(number_integer_t value) override { return Take(std::int64_t{value}); }
+  bool number_unsigned(number_unsigned_t value) override { return Take(static_cast<std::int64_t>(value)); }
+  bool number_float(number_float_t value, const string_t& /*text*/) override { return Take(value); }
+  bool string(string_t& value) override { return target_ == nullptr || Take(FromUtf8(value)); }
+  bool binary(binary_t& /*value*/) override { return false; }
+  bool key(string_t& name) override {
+    target_ = nullptr;
+    for (const auto& [wanted, value] : wanted_) {
+      if (depth_ == 1 && name == wanted) target_ = value;
+    }
+    return true;
+  }
+  bool start_object(std::size_t /*count*/) override {
+    isObject_ = isObject_ || depth_ == 0;
+    return Enter();
+  }
+  bool start_array(std::size_t /*count*/) override { return Enter(); }
+  bool end_object() override { return Leave(); }
+  bool end_array() override { return Leave(); }
+  bool parse_error(std::size_t /*place*/, const std::string& /*token*/,
+                   const nlohmann::detail::exception& /*error*/) override {
+    return false;
+  }
+
+ private:
+  bool Take(RawValue value) {
+    if (target_ != nullptr) *target_ = std::move(value);
+    target_ = nullptr;
+    return true;
+  }
+  bool Enter() {
+    ++depth_;
+    return Take(ObjectValue{u"Object"});
+  }
+  bool Leave() {
+    --depth_;
+    return true;
+  }
+
+  std::array<std::pair<std::string_view, RawValue*>, 7> wanted_;
+  RawValue* target_ = nullptr;  // of the next value; null when nobody wants it
+  std::size_t depth_ = 0;
+  bool isObject_ = false;
+};
 
 class JsonReader final : public PieceReader {
  public:
@@ -65,19 +120,14 @@ class JsonReader final : public PieceReader {
 }  // namespace
 
 bool ParseJsonRecord(std::string_view line, RawRecord& out, std::string& reason) {
-  const nlohmann::json object = nlohmann::json::parse(line, nullptr, /*allow_exceptions=*/false);
-  if (object.is_discarded()) {
+  out = {};
+  RecordValues values(out);
+  if (!nlohmann::json::sax_parse(line, &values)) {
     reason = "not valid JSON";
     return false;
   }
-  if (!object.is_object()) {
-    reason = "not a JSON object";
-    return false;
-  }
-  out = {ToRawValue(object, "EventType"),    ToRawValue(object, "Type"),    ToRawValue(object, "EventCode"),
-         ToRawValue(object, "SourceName"),   ToRawValue(object, "Message"), ToRawValue(object, "Logfile"),
-         ToRawValue(object, "TimeGenerated")};
-  return true;
+  if (!values.IsObject()) reason = "not a JSON object";
+  return values.IsObject();
 }
 
 std::unique_ptr<PieceReader> NewJsonReader(RecordTally& tally) { return std::make_unique<JsonReader>(tally); }
