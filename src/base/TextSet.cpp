@@ -23,6 +23,8 @@ constexpr std::uint32_t kShortWindow = 4;
 constexpr std::uint32_t kLongWindow = 8;
 constexpr std::size_t kLongText = 15;  // from here on a text takes part in the pass with the wide stride
 constexpr std::uint32_t kWidestStride = 16;
+constexpr unsigned kWordBits = 64;
+constexpr std::size_t kUnitValues = 0x10000;
 constexpr std::size_t kFewTexts = 64;  // up to here short windows are selective enough
 
 // Takes the case bit off each of four units. That makes letters equal to their capitals, and a few other units equal that
@@ -63,6 +65,10 @@ std::uint64_t KeyOf(std::uint32_t windowUnits, const char16_t* units) {
   return windowUnits == kLongWindow ? KeyOf<kLongWindow, false>(units) : KeyOf<kShortWindow, false>(units);
 }
 
+// The units behind one another, of a text shorter than a window; the first bit set tells how many they are.
+constexpr std::uint64_t kNoUnits = 1;
+constexpr std::uint64_t TinyKey(std::uint64_t before, char16_t folded) { return before << 16 | folded; }
+
 // Loops over a whole block without an early exit become vector code.
 bool IsAscii(TextView text) {
   constexpr std::size_t kBlock = 32;
@@ -90,7 +96,8 @@ TextSet::TextSet(const std::vector<Member>& members) {
     if (length == 0) {
       always_.push_back(number);
     } else if (length < kShortWindow) {
-      tiny_.push_back(number);
+      tiny_.push_back(
+          {std::accumulate(texts_[number].folded.begin(), texts_[number].folded.end(), kNoUnits, TinyKey), number});
     } else if (length < kLongText) {
       brief.push_back(number);
       briefest = std::min(briefest, length);
@@ -99,12 +106,17 @@ TextSet::TextSet(const std::vector<Member>& members) {
       shortestLong = std::min(shortestLong, length);
     }
   }
+  std::ranges::sort(tiny_, {}, &Tiny::key);
+  if (!tiny_.empty()) tinyFirst_.assign(kUnitValues / kWordBits, 0);
+  for (const Tiny& tiny : tiny_) {
+    const char16_t first = texts_[tiny.text].folded.front();
+    tinyFirst_[first / kWordBits] |= std::uint64_t{1} << (first % kWordBits);
+  }
   if (!longer.empty()) AddPass(longer, shortestLong);
   if (!brief.empty()) AddPass(brief, briefest);
 }
 
 void TextSet::AddPass(const std::vector<std::uint32_t>& texts, std::size_t shortest) {
-  constexpr unsigned kBits = 64;
   constexpr std::size_t kFilterBitsEach = 128;
   constexpr std::size_t kLeastFilterBits = 16384;
   constexpr std::size_t kMostFilterBits = std::size_t{1} << 20;  // stays in the cache
@@ -114,9 +126,9 @@ void TextSet::AddPass(const std::vector<std::uint32_t>& texts, std::size_t short
   const std::size_t windows = texts.size() * pass.stride;
   const std::size_t filterBits = std::bit_ceil(std::clamp(windows * kFilterBitsEach, kLeastFilterBits, kMostFilterBits));
   const std::size_t buckets = std::bit_ceil(windows * 2);
-  pass.filterShift = kBits - static_cast<unsigned>(std::countr_zero(filterBits));
-  pass.bucketShift = kBits - static_cast<unsigned>(std::countr_zero(buckets));
-  pass.filter.assign(filterBits / kBits, 0);
+  pass.filterShift = kWordBits - static_cast<unsigned>(std::countr_zero(filterBits));
+  pass.bucketShift = kWordBits - static_cast<unsigned>(std::countr_zero(buckets));
+  pass.filter.assign(filterBits / kWordBits, 0);
   pass.bucketStarts.assign(buckets + 1, 0);
   pass.entries.reserve(windows);
   Crowds crowds;
@@ -163,7 +175,7 @@ void TextSet::Finish(Pass& pass) {
   std::ranges::sort(pass.entries, {}, bucketOf);
   for (const Entry& entry : pass.entries) {
     const std::uint64_t bit = entry.key >> pass.filterShift;
-    pass.filter[bit / 64] |= std::uint64_t{1} << (bit % 64);
+    pass.filter[bit / kWordBits] |= std::uint64_t{1} << (bit % kWordBits);
     ++pass.bucketStarts[bucketOf(entry) + 1];
   }
   std::partial_sum(pass.bucketStarts.begin(), pass.bucketStarts.end(), pass.bucketStarts.begin());
@@ -181,9 +193,7 @@ void TextSet::Find(TextView haystack, std::uint32_t groups, Scratch& scratch) co
   for (const std::uint32_t text : always_) {
     if ((texts_[text].groups & groups) != 0) Hit(text, scratch);
   }
-  for (const std::uint32_t text : tiny_) {
-    if ((texts_[text].groups & groups) != 0 && ContainsFolded(haystack, texts_[text].folded)) Hit(text, scratch);
-  }
+  if (!tiny_.empty()) FindTiny(haystack, groups, scratch);
   const bool isAscii = IsAscii(haystack);
   for (const Pass& pass : passes_) {
     if ((pass.groups & groups) == 0) continue;
@@ -191,6 +201,21 @@ void TextSet::Find(TextView haystack, std::uint32_t groups, Scratch& scratch) co
     const auto run = isLong ? (isAscii ? &TextSet::Run<kLongWindow, true> : &TextSet::Run<kLongWindow, false>)
                             : (isAscii ? &TextSet::Run<kShortWindow, true> : &TextSet::Run<kShortWindow, false>);
     (this->*run)(pass, haystack, groups, scratch);
+  }
+}
+
+// Whatever their number: at each place the one text of each length that stands there is looked up.
+void TextSet::FindTiny(TextView haystack, std::uint32_t groups, Scratch& scratch) const {
+  for (std::size_t at = 0; at < haystack.size(); ++at) {
+    const char16_t first = FoldUnit(haystack[at]);
+    if ((tinyFirst_[first / kWordBits] >> (first % kWordBits) & 1) == 0) continue;
+    std::uint64_t key = kNoUnits;
+    for (const char16_t unit : haystack.substr(at, kShortWindow - 1)) {
+      key = TinyKey(key, FoldUnit(unit));
+      for (const Tiny& tiny : std::ranges::equal_range(tiny_, key, {}, &Tiny::key)) {
+        if (scratch.seenIn[tiny.text] != scratch.search && (texts_[tiny.text].groups & groups) != 0) Hit(tiny.text, scratch);
+      }
+    }
   }
 }
 
@@ -206,7 +231,7 @@ void TextSet::Run(const Pass& pass, TextView haystack, std::uint32_t groups, Scr
   for (std::size_t at = 0; at <= last; at += stride) {
     const std::uint64_t key = KeyOf<kUnits, kAscii>(units + at);
     const std::uint64_t bit = key >> shift;
-    if ((filter[bit / 64] >> (bit % 64) & 1) != 0) [[unlikely]] {
+    if ((filter[bit / kWordBits] >> (bit % kWordBits) & 1) != 0) [[unlikely]] {
       Examine(pass, key, at, haystack, groups, scratch);
     }
   }
@@ -235,7 +260,8 @@ void TextSet::Hit(std::uint32_t text, Scratch& scratch) const {
 }
 
 std::size_t TextSet::MemoryInUse() const {
-  std::size_t bytes = texts_.capacity() * sizeof(Known);
+  std::size_t bytes =
+      texts_.capacity() * sizeof(Known) + tiny_.capacity() * sizeof(Tiny) + tinyFirst_.capacity() * sizeof(std::uint64_t);
   for (const Known& known : texts_) bytes += known.folded.capacity() * sizeof(char16_t);
   for (const Pass& pass : passes_) {
     bytes += pass.filter.capacity() * sizeof(std::uint64_t) + pass.bucketStarts.capacity() * sizeof(std::uint32_t) +

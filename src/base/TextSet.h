@@ -52,6 +52,11 @@ class TextSet {
     std::int32_t checkAt;  // from the window to four more units of the text
     std::uint64_t check;   // those units without case; most false alarms end here
   };
+  // A text shorter than a window.
+  struct Tiny {
+    std::uint64_t key;  // see TinyKey
+    std::uint32_t text;
+  };
   // Texts of similar length, searched in one pass.
   struct Pass {
     std::uint32_t groups = 0;
@@ -72,11 +77,13 @@ class TextSet {
   void Run(const Pass& pass, TextView haystack, std::uint32_t groups, Scratch& scratch) const;
   void Examine(const Pass& pass, std::uint64_t key, std::size_t at, TextView haystack, std::uint32_t groups,
                Scratch& scratch) const;
+  void FindTiny(TextView haystack, std::uint32_t groups, Scratch& scratch) const;
   void Hit(std::uint32_t text, Scratch& scratch) const;
 
   std::vector<Known> texts_;
-  std::vector<std::uint32_t> always_;  // empty ones
-  std::vector<std::uint32_t> tiny_;    // shorter than a window
+  std::vector<std::uint32_t> always_;     // empty ones
+  std::vector<Tiny> tiny_;                // by key
+  std::vector<std::uint64_t> tinyFirst_;  // a bit for each unit that begins one
   std::vector<Pass> passes_;
 };
 

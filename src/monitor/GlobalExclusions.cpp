@@ -18,6 +18,13 @@ constexpr TextView kNames[] = {u"GlobalExclusion_EventID_List.txt", u"GlobalExcl
 
 Text KeyOf(TextView text) { return Fold(App_Strings::TrimBlanks(text)); }
 
+// A set of texts compares all that are the same wherever one of them occurs, and there may be millions.
+void KeepDistinct(std::vector<Text>& lines) {
+  for (Text& line : lines) line = Fold(line);
+  std::ranges::sort(lines);
+  lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
+}
+
 }  // namespace
 
 GlobalExclusions::GlobalExclusions(App_FileSystem& files, FileProblems& problems, TextView rulesFolder)
@@ -74,6 +81,7 @@ bool GlobalExclusions::AnyLineOccursIn(TextView message) {
     auto lines = ReadLines(kTexts);
     if (!lines) return false;
     std::vector<TextSet::Member> members;
+    KeepDistinct(*lines);
     for (Text& line : *lines) members.push_back({std::move(line)});
     occurs_.emplace(members);
   }
