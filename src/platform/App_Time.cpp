@@ -102,13 +102,16 @@ bool App_Time::StoresLocalTime(TextView sFile) {
   return App_Strings::StringStartsWith(name, u"FAT");
 }
 
+// Every file system's dates come as UTC. What stores local time is converted by the offset of this moment, whatever offset
+// held on that date; so that offset gives back what is stored.
 os::Error App_Time::FileDate(os::FileTicks ticks, bool isLocal, bool asUtc, DateTime& out) {
-  const DateTime stored = DateTimeFromTicks(ticks);
-  if (isLocal == !asUtc) {
-    out = stored;
-    return os::kSuccess;
-  }
-  return asUtc ? ToUtc(stored, out) : zone_.ToLocal(stored, out);
+  out = DateTimeFromTicks(ticks);
+  if (!isLocal) return asUtc ? os::kSuccess : zone_.ToLocal(DateTime(out), out);
+  const os::FileTicks now = clock_.UtcNow();
+  DateTime localNow;
+  if (const os::Error error = zone_.ToLocal(DateTimeFromTicks(now), localNow); error.Failed()) return error;
+  out = DateTimeFromTicks(ticks + TicksFromDateTime(localNow) - now);
+  return asUtc ? ToUtc(DateTime(out), out) : os::kSuccess;
 }
 
 std::optional<DateTime> App_Time::GetFileDate_FromWFAD_AsDate(FileDateType type, bool bReturnAsUTC, TextView sFile) {

@@ -50,8 +50,8 @@ class App_Time {
   // The present local time, or the date in sAltDate (see ParseDateText), in the display form. Empty when sAltDate is no
   // date.
   Text GetDateString(const DateStringOptions& options = {}, TextView sAltDate = {});
-  // A date of a file or folder. A "FAT" file system stores local time; what it has is taken as such. None when the date
-  // cannot be read.
+  // A date of a file or folder. A "FAT" file system stores local time, which is given as it is stored; its UTC is by the
+  // rules of that date. None when the date cannot be read.
   std::optional<SystemTime> GetFileDate_FromWFAD(FileDateType type, bool bReturnAsUTC, TextView sFile);
   std::optional<DateTime> GetFileDate_FromWFAD_AsDate(FileDateType type, bool bReturnAsUTC, TextView sFile);
   // All three dates of one moment.

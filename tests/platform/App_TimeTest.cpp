@@ -94,6 +94,8 @@ TEST_F(TimeTest, FileDatesByFileSystem) {
   const DateTime winter{2024, 1, 10, 12, 0, 0, 500};
   const DateTime summer{2024, 7, 10, 23, 30, 0, 0};
   const DateTime change{2024, 3, 31, 1, 0, 0, 0};
+  // It is summer, so what a FAT disk stores was turned into UTC by two hours, whatever the date.
+  clock.Set({2024, 7, 1, 12, 0, 0, 0});
   memory.SetDates(u"C:\\f", TicksFromDateTime(winter), TicksFromDateTime(summer), TicksFromDateTime(change)).Ignore();
   struct {
     TextView fileSystemName;
@@ -102,8 +104,8 @@ TEST_F(TimeTest, FileDatesByFileSystem) {
   } const cases[] = {{u"NTFS", true, winter, summer, change},
                      {u"NTFS", false, {2024, 1, 10, 13, 0, 0, 500}, {2024, 7, 11, 1, 30, 0, 0}, {2024, 3, 31, 3, 0, 0, 0}},
                      {u"exFAT", true, winter, summer, change},
-                     {u"FAT32", false, winter, summer, change},
-                     {u"FAT", true, {2024, 1, 10, 11, 0, 0, 500}, {2024, 7, 10, 21, 30, 0, 0}, {2024, 3, 31, 0, 0, 0, 0}}};
+                     {u"FAT32", false, {2024, 1, 10, 14, 0, 0, 500}, {2024, 7, 11, 1, 30, 0, 0}, {2024, 3, 31, 3, 0, 0, 0}},
+                     {u"FAT", true, {2024, 1, 10, 13, 0, 0, 500}, summer, change}};
   for (const auto& each : cases) {
     memory.SetFileSystemName(each.fileSystemName);
     DateTime created, accessed, modified;
@@ -115,7 +117,7 @@ TEST_F(TimeTest, FileDatesByFileSystem) {
   }
   // In the hour before summer ends and the one after, local time on a FAT disk is told apart as well as can be.
   for (const DateTime& local : {DateTime{2024, 10, 27, 1, 30, 0, 0}, DateTime{2024, 10, 27, 3, 30, 0, 0}}) {
-    memory.SetDates(u"C:\\f", 0, 0, TicksFromDateTime(local)).Ignore();
+    memory.SetDates(u"C:\\f", 0, 0, TicksFromDateTime(local) - 2 * 3600 * kTicksPerSecond).Ignore();
     const auto utc = time.GetFileDate_FromWFAD_AsDate(FileDateType::Modified, true, u"C:\\f");
     EXPECT_EQ(time.TimeUTCtoLocal(utc), local);
   }
