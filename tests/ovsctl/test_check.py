@@ -42,6 +42,8 @@ SEEDED = (
     ("key twice", {R: RULE + "Error=0\n"}, (R, 5, "only line 4 is read", "one of the two")),
     ("empty key", {R: RULE + "=1\n"}, (R, 5, 'no key before the "="', "Write the key")),
     ("text excludes itself", {R: DETAIL + "EventDesc=a disk\nEventDescEx=DISK\n"}, (R, 7, "part of EventDesc (line 6)", "occur")),
+    ("text hides a logon", {R: DETAIL.replace("System", "Security") + "EventDescEx=Name:  x\n"}, (R, 6, "warning: whoever can write", "Leave")),
+    ("text hides a service", {R: DETAIL + "EventID=7045\nEventDescEx=C:\\x\\\n"}, (R, 7, "warning: whoever installs", "File Name:")),
     ("stop phrase", {R: DETAIL + "EventDesc=Orvanta - stopping event service...\n"}, (R, 6, "stops the service", "another text")),
     ("ID is a word", {R: DETAIL + "EventID=any\n"}, (R, 6, "no event ID", "4625")),
     ("ID list", {R: DETAIL + "EventID=4625,4624\n"}, (R, 6, "more than one number", "one ID a rule")),

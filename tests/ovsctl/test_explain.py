@@ -77,6 +77,18 @@ class ExplainTest(OvsctlTest):
         self.assertEqual(alerts.total(), wanted["alerts"])
         self.assertEqual(hidden, {name: count for name, count in wanted["hiddenByList"].items() if count})
 
+    def test_rules_that_ship_are_not_hidden_by_what_an_outsider_writes(self):
+        caller, path = "Caller Process Name:\tC:\\Windows\\System32\\consent.exe", "\\Windows Defender\\Definition Updates\\x.exe"
+        logons = [{"EventType": 5, "EventCode": "4625", "Logfile": "Security", "Message": f"Account Name:\t\t{name}\r\n"}
+                  for name in ("consent.exe", caller)]
+        service = {"EventType": 3, "EventCode": "7045", "SourceName": "Service Control Manager"}
+        services = [service | {"Message": f"Service Name:  {name}\r\nService File Name:  {file}"}
+                    for name, file in (("x", "D:" + path), ("teamviewervpn.sys", path), ("y", "C:\\x\\OfficeClickToRun.exe"))]
+        self.records.write_text(lines_of(*logons, *services))
+        done = self.ovsctl("--json", self.records, app=DEMO)
+        self.assertEqual([json.loads(line)["alerts"] for line in done.stdout.splitlines()],
+                         [["Failed logon"]] * 2 + [["Service installed"]] * 3)
+
     def test_twenty_unless_all(self):
         done = self.ovsctl(DATA / "records.jsonl", "--json")
         self.assertEqual(len(done.stdout.splitlines()), 20)

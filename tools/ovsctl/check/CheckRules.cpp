@@ -6,6 +6,7 @@
 #include "base/App_Strings.h"
 #include "base/Fold.h"
 #include "monitor/RecordKind.h"
+#include "monitor/Rule.h"
 #include "ovsctl/check/CheckValue.h"
 #include "ovsctl/cli/Console.h"
 
@@ -87,6 +88,29 @@ void CheckContradictions(const CheckedRule& rule, Findings& findings) {
   }
 }
 
+// "Service File Name:  C:\\x": a field of the message and how its value begins.
+bool BeginsWithFieldName(TextView text) {
+  const std::size_t colon = text.find(u':');
+  return colon != TextView::npos && colon > 0 && text.substr(colon + 1, 1).find_first_of(u" \t") == 0;
+}
+
+// Texts by which whoever causes the record keeps it from alerting.
+void CheckHidingText(const CheckedRule& rule, Findings& findings) {
+  const Text& text = rule.conditions.eventDescEx;
+  if (text.empty()) return;
+  const std::size_t line = rule.LineOf(RuleSettings::kEventDescEx);
+  if (ValueOf(rule.content, RuleSettings::kLogs[LogNumber(u"Security").value_or(0)]) == u"1") {
+    findings.Warning(line,
+                     "whoever can write EventDescEx into a record of the log Security, as the user or computer name of a "
+                     "logon for instance, keeps it from alerting",
+                     "Leave EventDescEx out, and narrow the rule by EventID and EventDesc.");
+  } else if (StringsMatch(rule.conditions.eventID, u"7045") && !BeginsWithFieldName(text)) {
+    findings.Warning(line,
+                     "whoever installs a service chooses its names and its path, and hides it by a part that is EventDescEx",
+                     "Begin the text with the name of its field, such as \"Service File Name:  C:\\...\".");
+  }
+}
+
 bool Takes(const Text& wanted, const Text& narrower) { return wanted.empty() || StringsMatch(wanted, narrower); }
 
 // True when every record that `narrow` takes is taken by `wide`.
@@ -115,6 +139,7 @@ void CheckRule(os::Files& files, const CheckedRule& rule, Findings& findings) {
   CheckDescription(rule, RuleSettings::kEventDesc, rule.conditions.eventDesc, findings);
   CheckDescription(rule, RuleSettings::kEventDescEx, rule.conditions.eventDescEx, findings);
   CheckContradictions(rule, findings);
+  CheckHidingText(rule, findings);
 }
 
 void CheckRuleAgainstLists(const CheckedRule& rule, GlobalExclusions& lists, Findings& findings) {
