@@ -33,6 +33,28 @@ TEST(SmtpSessionTest, NoAuthExchangeIsKept) {
             u"***\r\n> ***\r\n< ***\r\n< 535-no\r\n< 535 c2Vj\r\n> auth plain ***\r\n< 235 ok\r\n> MAIL FROM:<a@b>\r\n< 250 "
             u"ok\r\n");
   EXPECT_TRUE(session.PasswordInClear());
+  // Lines that libcurl does not take for the end of a reply, each of which it waits past, and lines that it does.
+  for (const std::string_view odd : {"250_odd\r\n", "250\n", "250", "2501\r\n", "250-more\r\n", "535_\r\n", "034 \r\n"}) {
+    SmtpSession waiting;
+    waiting.Begin(false);
+    Play(waiting, {"AUTH LOGIN"});
+    waiting.Reply(odd);
+    Play(waiting, {"334 VXNlcm5hbWU6", "c2VjcmV0VXNlcg=="});
+    waiting.Reply(odd);
+    Play(waiting, {"334 UGFzc3dvcmQ6", "c2VjcmV0UGFzcw=="});
+    EXPECT_EQ(waiting.Transcript().find(u"c2Vjc"), Text::npos) << odd;
+    EXPECT_EQ(waiting.Exchanges().size(), 2u) << odd;
+    EXPECT_TRUE(waiting.PasswordInClear()) << odd;
+  }
+  for (const std::string_view end : {"535 no\r\n", "535\r\n", "535x\n", "535 \n"}) {
+    SmtpSession over;
+    over.Begin(false);
+    Play(over, {"AUTH PLAIN c2VjcmV0"});
+    over.Reply(end);
+    Play(over, {"NOOP"});
+    EXPECT_TRUE(over.Transcript().ends_with(u"> NOOP\r\n")) << end;
+    EXPECT_TRUE(over.LastReplyIsError()) << end;
+  }
 }
 
 TEST(SmtpSessionTest, APasswordIsInClearOnlyWhenItWasSentWithoutTls) {
@@ -62,10 +84,11 @@ TEST(SmtpSessionTest, APasswordIsInClearOnlyWhenItWasSentWithoutTls) {
 TEST(SmtpSessionTest, RefusedRecipientsAreNamedAndHostileRepliesBounded) {
   SmtpSession session;
   session.Begin(false);
-  Play(session, {"RCPT TO:<a@x>", "250 ok", "RCPT TO:<b@x>", "550-no", "550 such\x01user\t", "RCPT TO:<c@x>", "452 later"});
+  Play(session, {"RCPT TO:<a@x>", "250 ok", "RCPT TO:<b@x>", "550-no", "550 such\x01user\t\xC2\x9B\xC2\xA7", "RCPT TO:<c@x>",
+                 "452 later"});
   ASSERT_EQ(session.RefusedRecipients().size(), 2u);
   EXPECT_EQ(session.RefusedRecipients()[0].address, u"<b@x>");
-  EXPECT_EQ(session.RefusedRecipients()[0].reply, u"550 such?user?");
+  EXPECT_EQ(session.RefusedRecipients()[0].reply, u"550 such?user??\u00A7");
   EXPECT_EQ(session.RefusedRecipients()[1].address, u"<c@x>");
   EXPECT_TRUE(session.LastReplyIsError());
   for (int i = 0; i < 1000; ++i) session.Reply(std::string(100'000, 'x') + "\r\n");
@@ -78,6 +101,17 @@ TEST(SmtpSessionTest, ForeignSessionLogsAreMasked) {
   EXPECT_EQ(MaskSession(u"  SmtpCmdSent: AUTH PLAIN YWJj\n  SmtpCmdResp: 535 no\n  Elapsed: 5"),
             u"  SmtpCmdSent: AUTH PLAIN ***\n  SmtpCmdResp: 535 no\n  Elapsed: 5");
   EXPECT_EQ(MaskSession(u""), u"");
+}
+
+TEST(SmtpServerTest, TheDomainIsPartOfAnNtlmLoginAlone) {
+  SmtpServer server;
+  server.loginDomain = u"CORP";
+  EXPECT_EQ(LoginName(server), u"") << "no name, no login";
+  server.username = u"jane";
+  for (std::int32_t method = kAuthNone; method <= kAuthAutomatic; ++method) {
+    server.authMethod = method;
+    EXPECT_EQ(LoginName(server), method == kAuthNone ? u"" : method == kAuthNtlm ? u"CORP\\jane" : u"jane") << method;
+  }
 }
 
 TEST(SmtpPlanTest, SslTypePortAndAutoFix) {

@@ -35,12 +35,27 @@ int ReplyCode(std::string_view line) {
   return (digits[0] - '0') * 100 + (digits[1] - '0') * 10 + (digits[2] - '0');
 }
 
+// True when `bytes`, a line with a number and its line end, closes a reply, exactly as libcurl has it: only then does the
+// client send its next line.
+bool ClosesReply(std::string_view bytes) {
+  constexpr std::size_t kBareNumber = 5;
+  return bytes.size() > 3 && (bytes[3] == ' ' || bytes.size() == kBareNumber);
+}
+
 std::string_view FirstWord(std::string_view line) { return line.substr(0, line.find(' ')); }
 
+// Control characters as "?", those that UTF-8 spells with two bytes (0x80 to 0x9F) too.
 std::string Visible(std::string_view line) {
-  std::string visible(line.substr(0, kMostLine));
-  std::ranges::replace_if(
-      visible, [](char byte) { return (byte >= 0 && byte < 0x20) || byte == 0x7F; }, '?');
+  constexpr char kLeadOfC1 = '\xC2';
+  const std::string_view kept = line.substr(0, kMostLine);
+  std::string visible;
+  visible.reserve(kept.size());
+  for (std::size_t i = 0; i < kept.size(); ++i) {
+    const auto byte = static_cast<unsigned char>(kept[i]);
+    const bool isC1 = kept[i] == kLeadOfC1 && i + 1 < kept.size() && (kept[i + 1] & 0xE0) == 0x80;
+    visible += byte < 0x20 || byte == 0x7F || isC1 ? '?' : kept[i];
+    if (isC1) ++i;
+  }
   if (line.size() > kMostLine) visible += " ...";
   return visible;
 }
@@ -56,12 +71,13 @@ std::string AuthMask::Command(std::string_view line) {
   return end == std::string_view::npos ? std::string(line) : std::string(line.substr(0, end + 1)) + std::string(kHidden);
 }
 
-std::string AuthMask::Reply(std::string_view line) {
+std::string AuthMask::Reply(std::string_view bytes) {
+  const std::string_view line = WithoutLineEnd(bytes);
   const int code = ReplyCode(line);
   if (code == kChallenge) return std::to_string(code) + " " + std::string(kHidden);
   // A reply without a number may be anything, an echo of the secret too.
   if (inAuth_ && code == 0) return std::string(kHidden);
-  inAuth_ = inAuth_ && (code == 0 || (line.size() > 3 && line[3] == '-'));
+  inAuth_ = inAuth_ && (code == 0 || !ClosesReply(bytes));
   return std::string(line);
 }
 
@@ -77,7 +93,8 @@ Text MaskSession(TextView session) {
     const std::string utf8 = ToUtf8(TextView(line).substr(start));
     const std::string_view bytes = WithoutLineEnd(utf8);
     const bool ends = bytes.size() < utf8.size();
-    const std::string shown = isReply || ReplyCode(bytes) != 0 ? mask.Reply(bytes) : mask.Command(bytes);
+    const bool replies = isReply || ReplyCode(bytes) != 0;
+    const std::string shown = replies ? mask.Reply(std::string(bytes) + "\r\n") : mask.Command(bytes);
     line = line.substr(0, start) + FromUtf8(shown) + (ends ? u"\r" : u"");
   }
   return App_Strings::Join(lines, u"\n");
@@ -121,14 +138,12 @@ void SmtpSession::NoteAuth(std::string_view line) {
 }
 
 void SmtpSession::Reply(std::string_view bytes) {
-  const std::string_view line = WithoutLineEnd(bytes);
-  const std::string shown = mask_.Reply(line);
+  const std::string shown = mask_.Reply(bytes);
   Add("< ", shown);
   if (leaving_) return;
   lastReply_ = Visible(shown);
-  const int code = ReplyCode(line);
-  const bool isFinal = code != 0 && (line.size() == 3 || line[3] != '-');
-  if (isFinal) NoteFinalReply(code, shown);
+  const int code = ReplyCode(WithoutLineEnd(bytes));
+  if (code != 0 && ClosesReply(bytes)) NoteFinalReply(code, shown);
 }
 
 void SmtpSession::NoteFinalReply(int code, std::string_view line) {

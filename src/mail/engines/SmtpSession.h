@@ -13,11 +13,11 @@ namespace ovs {
 // Decides line by line how much of a session may be shown.
 class AuthMask {
  public:
-  // A command without its line end. Of AUTH only the mechanism is left; everything behind it is "***" until a reply other
-  // than 334.
+  // A command without its line end. Of AUTH only the mechanism is left; everything behind it is "***" until a line closes a
+  // reply other than 334.
   [[nodiscard]] std::string Command(std::string_view line);
-  // A reply line; of a 334 only the number is left.
-  [[nodiscard]] std::string Reply(std::string_view line);
+  // A reply line with its line end, which the result lacks; of a 334 only the number is left.
+  [[nodiscard]] std::string Reply(std::string_view bytes);
 
  private:
   bool inAuth_ = false;
