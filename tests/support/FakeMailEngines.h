@@ -47,6 +47,8 @@ class FakeMailEngines final : public MailEngines {
     explicit Engine(FakeMailEngines& owner) : owner_(owner), at_(owner.mails.size() - 1) {}
     TextView Name() const override { return u"fake engine"; }
     std::vector<std::int32_t> Configure(const SmtpServer& server) override {
+    // One that no settings would give.
+    SmtpPlan Plan(const SmtpServer& /*server*/) const override { return {true, StartTls::Required}; }
       Mine().server = server;
       SetAuthMethod(server.authMethod);
       return {0, 1, 2, 3, 4, 5, 6, 7};

@@ -64,6 +64,9 @@ class MailComponent {
   virtual std::vector<std::int32_t> Configure(const SmtpServer& server) = 0;
 
   // Builds the mail. False when the logo file could not be added; the mail is complete without it.
+  // The security of a connection to that server.
+  [[nodiscard]] virtual SmtpPlan Plan(const SmtpServer& server) const { return PlanConnection(server); }
+
   virtual bool Compose(const MailMessage& message) = 0;
 
   // The login method of the next Send; see SmtpServer::authMethod.

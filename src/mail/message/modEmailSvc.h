@@ -57,8 +57,8 @@ class modEmailSvc final : public AlertMailer {
     Text userName;
     bool hasPassword = false;
     std::int32_t sslType = 0;
-    std::int32_t autoFix = 1;
-    Text engine;
+    Text engine;  // and the security of its connection:
+    SmtpPlan plan;
   };
   [[nodiscard]] Route RouteOfMails();
 

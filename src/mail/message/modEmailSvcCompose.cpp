@@ -90,8 +90,9 @@ modEmailSvc::Route modEmailSvc::RouteOfMails() {
       vtxEmail mail(PartsOfMail());
       SetServer(mail.Smtp);
       route.sslType = mail.SmtpSSLType;
-      route.autoFix = mail.SmtpAutoFix;
-      route.engine = mail.EngineName();
+      vtxEmail::Engine engine = mail.EngineOfSend();
+      route.engine = std::move(engine.name);
+      route.plan = engine.plan;
     });
     route.usable = true;
   });

@@ -86,8 +86,12 @@ class vtxEmail {
   // True when a send has the settings that it needs: a host, and with RequireAllSettingsForSend user name, password, sender
   // and recipients too.
   [[nodiscard]] bool SendReady() const { return MissingSetting().empty(); }
-  // The engine that a send would use.
-  [[nodiscard]] Text EngineName() const;
+  // The engine that a send would use, and the security of its connection.
+  struct Engine {
+    Text name;
+    SmtpPlan plan;
+  };
+  [[nodiscard]] Engine EngineOfSend() const;
   // Sends the message; true when a server took it for one recipient at least.
   bool SendEmail(bool useChilkat = false);
   // Of the last send; once. Never throws: the mail may have been sent.

@@ -37,10 +37,10 @@ ClosedComponentOptions vtxEmail::ComponentOptions() const {
   return options;
 }
 
-Text vtxEmail::EngineName() const {
+vtxEmail::Engine vtxEmail::EngineOfSend() const {
   const std::unique_ptr<MailComponent> component =
       NeedsMailComponent(false) ? parts_.engines.NewComponent(ComponentOptions()) : parts_.engines.NewSystemMessage();
-  return Text(component->Name());
+  return {Text(component->Name()), component->Plan(Smtp)};
 }
 
 bool vtxEmail::cdoSendEmail() {

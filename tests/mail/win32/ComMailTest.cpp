@@ -241,6 +241,19 @@ TEST_F(ComMailTest, CdoWithoutTlsWithHtmlAndWithAnotherMethod) {
     EXPECT_EQ(mailer.Compose(HtmlMessage()), added);
     mailer.SetAuthMethod(kAuthNtlm);
     mailer.SetAuthMethod(kAuthNone);
+TEST_F(ComMailTest, CdoTakesTheKindOfTlsLiterallyAndKnowsNoStarttls) {
+  const CdoMailer cdo;
+  const ChilkatMailer chilkat(clock, options);
+  for (const std::int32_t port : {25, 465, 587}) {
+    for (const std::int32_t type : {0, 1}) {
+      server.port = port;
+      server.sslType = type;
+      EXPECT_EQ(cdo.Plan(server), (SmtpPlan{type == 1, StartTls::Never})) << port << " " << type;
+      EXPECT_EQ(chilkat.Plan(server), PlanConnection(server)) << port << " " << type;
+    }
+  }
+}
+
     EXPECT_EQ(com.TakeJournal(),
               "BodyPart.Charset='utf-8'; Message.To='a@example.com'; Message.From=''; Message.ReplyTo=''; "
               "Message.Subject=''; Message.HTMLBody='<img src=\"cid:My Logo.png\">'; HTMLBodyPart.Charset='utf-8'; "

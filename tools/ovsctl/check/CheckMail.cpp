@@ -39,13 +39,15 @@ class MailSettings {
     }
   }
 
-  void CheckConnection() {
+  // By the engine that will serve; by the built-in one while the settings are not complete.
+  void CheckConnection(const modEmailSvc::Route& route) {
     const std::int32_t port = Number(MainSettings::kSmtpPort, 0);
     const std::int32_t sslType = Number(MainSettings::kUseSsl, 0);
     const std::int32_t autoFix = Number(MainSettings::kAutoFix, 1);
     const bool sendsPassword = Number(MainSettings::kSmtpAuth, kAuthAutomatic) != kAuthNone;
     if (port == 0) return;
-    const SmtpPlan plan = PlanConnection(sslType, port, autoFix, sendsPassword);
+    const bool isKnown = route.usable && !route.userName.empty();
+    const SmtpPlan plan = isKnown ? route.plan : PlanConnection(sslType, port, autoFix, sendsPassword);
     const bool secured = plan.implicitTls || plan.startTls == StartTls::Required;
     const std::size_t line = Line(MainSettings::kUseSsl) != 0 ? Line(MainSettings::kUseSsl) : Line(MainSettings::kSmtpPort);
     if (sendsPassword && !secured) {
@@ -55,14 +57,15 @@ class MailSettings {
                                                            "mail server does not offer STARTTLS",
                         "Use SMTPPort=587 with UseSSL=2, or 465 with UseSSL=1.");
     }
-    CheckPort(port, sslType, autoFix, line);
+    CheckPort(port, sslType, plan, line);
   }
 
  private:
-  void CheckPort(std::int32_t port, std::int32_t sslType, std::int32_t autoFix, std::size_t line) {
-    const bool literally = autoFix == 0;
+  void CheckPort(std::int32_t port, std::int32_t sslType, const SmtpPlan& plan, std::size_t line) {
+    const SmtpPlan literal = PlanConnection(sslType, port, 0, true);
+    const bool literally = plan == literal;
     const bool typeGiven = sslType != 0;
-    const bool implicit = PlanConnection(sslType, port, 0, true).implicitTls;
+    const bool implicit = literal.implicitTls;
     const std::string fixed = literally ? "" : "; AutoFix corrects it";
     if (port == kImplicitPort && !implicit && (literally || typeGiven)) {
       findings_.Warning(
@@ -90,10 +93,12 @@ class MailSettings {
 
 void CheckMailSettings(Installation& installation, const PlainIni& ini, Findings& findings) {
   MailSettings settings(ini, findings);
-  settings.CheckConnection();
-  if (!IsOn(MonitorSwitch::EventEmails, installation.Ini(), installation.Settings(), ini)) return;
-  settings.CheckComplete();
+  if (!IsOn(MonitorSwitch::EventEmails, installation.Ini(), installation.Settings(), ini)) {
+    return settings.CheckConnection({});
+  }
   ServiceMail mail(installation);
+  settings.CheckConnection(mail.Module().RouteOfMails());
+  settings.CheckComplete();
   if (!mail.Module().AlertCopies().empty()) return;
   const std::vector<PlainIni::Line> lines = ini.Lines();
   findings.Error(LineOfKey(lines, MainSettings::kEventEmails), "alerts are mailed, but nobody would get one",

@@ -6,7 +6,6 @@
 
 #include "base/Encoding.h"
 #include "base/Fold.h"
-#include "base/Numbers.h"
 #include "mail/engines/SmtpServer.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
@@ -43,9 +42,7 @@ std::string Bytes(std::uint64_t bytes) {
   return digits + (bytes == 1 ? " byte" : " bytes");
 }
 
-// The security of the connection, by the engine's own rules.
-std::string SecurityOf(const modEmailSvc::Route& route) {
-  const SmtpPlan plan = PlanConnection(route.sslType, ParseInt32(route.port).value_or(0), route.autoFix, route.hasPassword);
+std::string SecurityOf(const SmtpPlan& plan) {
   if (plan.implicitTls) return "TLS from the first byte";
   switch (plan.startTls) {
     case StartTls::Required:
@@ -104,7 +101,7 @@ void PrintMail(const StatusFacts& facts) {
   }
   PrintLine("E-mail", OnOff(facts.eventEmails) + ", to " + (to.empty() ? "nobody" : to));
   if (!route.usable) return PrintLine("Server", "the settings are not complete");
-  PrintLine("Server", Shown(route.host) + ", port " + Shown(route.port) + ", " + SecurityOf(route));
+  PrintLine("Server", Shown(route.host) + ", port " + Shown(route.port) + ", " + SecurityOf(route.plan));
   PrintLine("Account", (route.userName.empty() ? "none" : Shown(route.userName)) + ", password " +
                            (route.hasPassword ? "set" : "not set"));
   PrintLine("Engine", Shown(route.engine));
@@ -144,7 +141,7 @@ Json MailOf(const StatusFacts& facts) {
                {"userName", ToUtf8(route.userName)},
                {"password", route.hasPassword ? "set" : "not set"}});
   if (route.usable) {
-    mail.update({{"sslType", route.sslType}, {"security", SecurityOf(route)}, {"engine", ToUtf8(route.engine)}});
+    mail.update({{"sslType", route.sslType}, {"security", SecurityOf(route.plan)}, {"engine", ToUtf8(route.engine)}});
   }
   return mail;
 }

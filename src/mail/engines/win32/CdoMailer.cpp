@@ -51,7 +51,7 @@ void CdoMailer::Set(TextView name, AutomationValue value) const { Field(name).Pu
 std::vector<std::int32_t> CdoMailer::Configure(const SmtpServer& server) {
   constexpr std::int64_t kBySmtp = 2;
   server_ = server;
-  const bool useSsl = server.sslType == kSslImplicit;
+  const bool useSsl = Plan(server).implicitTls;
   Set(u"smtpserver", server.host);
   Set(u"smtpserverport", std::int64_t{server.port});
   Set(kAuthenticate, std::int64_t{server.authMethod});

@@ -31,6 +31,10 @@ class CdoMailer final : public MailComponent {
   CdoMailer();
 
   [[nodiscard]] TextView Name() const override { return kProgId; }
+  // It knows no STARTTLS, and takes the SSL type literally.
+  [[nodiscard]] SmtpPlan Plan(const SmtpServer& server) const override {
+    return {server.sslType == kSslImplicit, StartTls::Never};
+  }
   std::vector<std::int32_t> Configure(const SmtpServer& server) override;
   bool Compose(const MailMessage& message) override;
   void SetAuthMethod(std::int32_t method) override;
