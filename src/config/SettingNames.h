@@ -141,6 +141,7 @@ inline constexpr SettingName kSmtpSendTimeout{{}, u"Email.SMTP.SendTimeout", Num
 
 // Defaults of a message object whose caller sets nothing.
 inline constexpr SettingName kSmtpSslType{{}, u"Email.SMTP.SSLType", Number, 0, 4};
+inline constexpr SettingName kSmtpSslProtocol{{}, u"Email.SMTP.SSLProtocol", Number, 0, 7};
 inline constexpr SettingName kSmtpHost{{}, u"Email.SMTP.Host"};
 inline constexpr SettingName kSmtpPort{{}, u"Email.SMTP.Port", Number, 1, 65535};
 inline constexpr SettingName kSmtpUsername{{}, u"Email.SMTP.Username"};
@@ -172,6 +173,7 @@ inline constexpr SettingName kAll[] = {
     kSmtpConnectTimeout,
     kSmtpSendTimeout,
     kSmtpSslType,
+    kSmtpSslProtocol,
     kSmtpHost,
     kSmtpPort,
     kSmtpUsername,

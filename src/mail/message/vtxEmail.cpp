@@ -101,6 +101,7 @@ bool vtxEmail::SetDefaultEmailConfig() {
       SmtpAuthMethod = parts_.store.GetLong(kSmtpAuthMethod);
     } else if (parts_.store.SettingExist(kSmtpPassword.key)) {
       SmtpAuthMethod = kAuthLogin;
+    SmtpSSLProtocol = NumberSetting(kSmtpSslProtocol, 0, u"a protocol choice");
     }
     EmailFrom = parts_.store.GetString(kEmailFrom);
     EmailReplyTo = parts_.store.GetString(kEmailReplyTo);

@@ -151,7 +151,8 @@ class vtxEmail {
   bool SendByMailComponent(class Proc& proc);
   [[nodiscard]] Text FailVariables() const;
   [[nodiscard]] SmtpServer Server() const;
-  [[nodiscard]] std::int32_t SecondsSetting(const SettingName& setting, std::int32_t initial) const;
+  // `initial` where the setting is missing, or out of its range, which the debug log then tells.
+  [[nodiscard]] std::int32_t NumberSetting(const SettingName& setting, std::int32_t initial, TextView what) const;
   [[nodiscard]] MailMessage Message();
   [[nodiscard]] Text Recipients(TextView addresses);
   void ComposeWith(class Proc& proc, MailComponent& component, TextView refusedText);

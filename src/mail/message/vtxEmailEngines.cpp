@@ -104,18 +104,19 @@ Text vtxEmail::FailVariables() const { return u"SmtpFailReason=" + failReason_ +
 SmtpServer vtxEmail::Server() const {
   SmtpServer server = Smtp;
   for (Text* const line : {&server.host, &server.username, &server.loginDomain}) *line = MailHeaders::OneLine(*line);
-  server.connectSeconds = SecondsSetting(ProgramSettings::kSmtpConnectTimeout, server.connectSeconds);
-  server.sendSeconds = SecondsSetting(ProgramSettings::kSmtpSendTimeout, server.sendSeconds);
+  constexpr TextView kSeconds = u"a number of seconds";
+  server.connectSeconds = NumberSetting(ProgramSettings::kSmtpConnectTimeout, server.connectSeconds, kSeconds);
+  server.sendSeconds = NumberSetting(ProgramSettings::kSmtpSendTimeout, server.sendSeconds, kSeconds);
   server.caFile = parts_.store.GetString(ProgramSettings::kSmtpCaFile);
   server.allowUntrusted = parts_.store.GetString(ProgramSettings::kSmtpAllowUntrusted) == u"1";
   return server;
 }
 
-std::int32_t vtxEmail::SecondsSetting(const SettingName& setting, std::int32_t initial) const {
+std::int32_t vtxEmail::NumberSetting(const SettingName& setting, std::int32_t initial, TextView what) const {
   if (!parts_.store.SettingExist(setting.key)) return initial;
-  const std::int32_t seconds = parts_.store.GetLong(setting);
-  if (seconds >= setting.least && seconds <= setting.most) return seconds;
-  Debug::dLog(kNoProc, u"Setting [" + Text(setting.key) + u"] is not a number of seconds from " + NumberText(setting.least) +
+  const std::int32_t number = parts_.store.GetLong(setting);
+  if (number >= setting.least && number <= setting.most) return number;
+  Debug::dLog(kNoProc, u"Setting [" + Text(setting.key) + u"] is not " + Text(what) + u" from " + NumberText(setting.least) +
                            u" to " + NumberText(setting.most) + u"; " + NumberText(initial) + u" is used");
   return initial;
 }

@@ -56,6 +56,7 @@ class OvsctlTest(unittest.TestCase):
             self.assertRegex(entry, rf"{name} +REG_\w+ +" + re.escape(value))
         self.assertIn(program, box.run("reg", "query", SOURCE_KEY, "/v", "EventMessageFile"))
         self.assertEqual((box.app / "Config" / "Orvanta.ini").read_bytes(), (DEFAULTS / "Orvanta.ini").read_bytes())
+        self.assertEqual((box.app / "OrvantaEventService.cfg").read_bytes(), b"Email.SMTP.SSLProtocol=2\r\n")
         self.assertEqual(self.rules(), RULES)
         self.assertIn(f"already installed, its program is {program}", self.with_app("install", expect=2))
         facts = self.status(1)

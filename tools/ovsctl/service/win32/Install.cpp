@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "base/App_Strings.h"
+#include "base/Encoding.h"
+#include "config/SettingNames.h"
 #include "os/win32/Win32Support.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
@@ -58,6 +60,7 @@ class Installer {
   [[nodiscard]] bool ProtectConfig();
   [[nodiscard]] bool ProtectData();
   [[nodiscard]] bool WriteDefaults();
+  [[nodiscard]] bool WriteProgramSettings();
   [[nodiscard]] bool WriteDefaultRules();
   [[nodiscard]] bool Fail(os::Error error);
   int FailInside(std::size_t step);
@@ -226,7 +229,18 @@ bool Installer::WriteDefaults() {
     if (error.Failed()) return Fail(error);
     Console::Print("Settings: Config\\Orvanta.ini written; nothing is mailed until it is filled in.");
   }
-  return WriteDefaultRules();
+  return WriteProgramSettings() && WriteDefaultRules();
+}
+
+// What a new installation shall do otherwise than one without this setting, which old mail servers may need.
+bool Installer::WriteProgramSettings() {
+  const Text path = folder_ + u"OrvantaEventService.cfg";
+  if (installation_.FileSystem().FileExist(path)) return true;
+  const std::string line = ToUtf8(ProgramSettings::kSmtpSslProtocol.key) + "=2\r\n";
+  const os::Error error = installation_.FileSystem().Files().Write(path, line);
+  if (error.Failed()) return Fail(error);
+  Console::Print("Program settings: OrvantaEventService.cfg written; mails ask for TLS 1.2 or higher.");
+  return true;
 }
 
 bool Installer::WriteDefaultRules() {
