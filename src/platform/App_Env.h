@@ -37,6 +37,9 @@ class App_Env {
   // The machine's addresses, joined with ", ".
   [[nodiscard]] Text LanAddress() const;
   [[nodiscard]] Text ComputerName() const { return system_.ComputerName(); }
+  // The environment variable of that name, which somebody may have set anew for this process alone; empty when it is not
+  // set.
+  [[nodiscard]] Text ComputerNameVariable() const { return system_.EnvironmentVariable(u"computername"); }
   [[nodiscard]] Text UserName() const { return system_.UserName(); }
   [[nodiscard]] Text OsVersion() const { return system_.OsVersion(); }
   [[nodiscard]] std::uint32_t ProcessId() const { return system_.ProcessId(); }

@@ -56,6 +56,23 @@ TEST(MailAddressTest, OnlyWhatACommandCanCarryIsUsable) {
   for (const Text& address : bad) EXPECT_FALSE(IsUsableAddress(address)) << ToUtf8(address);
 }
 
+TEST(MailAddressTest, ASenderIsTheFirstOfSeveral) {
+  const std::pair<TextView, TextView> cases[] = {
+      {u"a@x", u"a@x"},
+      {u"user&name", u"user&name"},
+      {u"a@x , b@x", u"a@x"},
+      {u"\"ID 7\" <a@x, b@x>", u"\"ID 7\" <a@x>"},
+      {u"\"Doe, Jane @ PC\" <a@x , b@x>", u"\"Doe, Jane @ PC\" <a@x>"},
+      {u" \"A\"<a@x>, \"B\" <b@x>", u"\"A\"<a@x>"},
+      {u"\"Doe, \"JD\" Jane\" <a@x>", u"\"Doe, \"JD\" Jane\" <a@x>"},
+      {u"Doe, Jane <a@x>", u"Doe, Jane <a@x>"},
+      {u"a@x, \"B\" <b@x>", u"a@x"},
+      {u"\"a@x, b@x", u"\"a@x"},
+      {u"", u""},
+  };
+  for (const auto& [text, first] : cases) EXPECT_EQ(FirstMailbox(text), first) << ToUtf8(text);
+}
+
 TEST(MailHeadersTest, DateIdentityAndFileNames) {
   EXPECT_EQ(MailHeaders::Date({2026, 11, 25, 8, 5, 9, 0}), "Date: Wed, 25 Nov 2026 08:05:09 +0000");
   EXPECT_EQ(MailHeaders::Date({2000, 2, 29, 23, 59, 59, 0}), "Date: Tue, 29 Feb 2000 23:59:59 +0000");

@@ -19,6 +19,7 @@ class modEmailSvcTest : public MailTest {
  protected:
   modEmailSvcTest() {
     environment.SetWanAddress(u"203.0.113.5");
+    system.environment[u"computername"] = u"ITSNAME";
     Settings(Complete());
   }
   // A complete file; `more` goes into its first section.
@@ -141,7 +142,7 @@ TEST_F(modEmailSvcTest, SubjectAndBodyOfBothKinds) {
     EXPECT_EQ(full.subject, u"Disk Alert! - ID7 (Jo's PC)");
     EXPECT_EQ(full.body, product +
                              u"-----Client Details-----\r\nID:  ID7\r\nName:  Jo's PC\r\nPhone:  555\r\nEmail:  jo@x\r\n"
-                             u"Computer Name:  TESTPC\r\nLAN IP:  192.0.2.7, 2001:db8::7\r\nWAN IP:  203.0.113.5\r\n"
+                             u"Computer Name:  ITSNAME\r\nLAN IP:  192.0.2.7, 2001:db8::7\r\nWAN IP:  203.0.113.5\r\n"
                              u"vt/vtII Name:  \r\n\r\n" +
                              (custom == u"1" ? u"Email sent" : u"Email NOT sent") + u" to client follows:\r\n\r\nline" +
                              Text(kTail));
@@ -158,6 +159,27 @@ TEST_F(modEmailSvcTest, SubjectAndBodyOfBothKinds) {
     Reg(u"Software\\Brindle Works\\vt", u"ClientNameForReports", Text(each.vt));
     service.SendEmail(u"tech@x", u"a@x", u"s", u"b", {});
     EXPECT_NE(engines.mails.back().message.body.find(u"vt/vtII Name:  " + Text(each.shown) + u"\r\n\r\n"), Text::npos);
+  }
+}
+
+TEST_F(modEmailSvcTest, EachOfTheClientsValuesHasASecondKey) {
+  modEmailSvc service = New();
+  const std::pair<TextView, std::function<Text()>> readers[] = {
+      {u"ClientEmail", [&] { return service.GetClientEmail(); }},
+      {u"ClientIdentifier", [&] { return service.GetClientIdentifier(); }},
+      {u"ClientPhone", [&] { return service.GetClientPhone(); }},
+      {u"ClientName", [&] { return service.GetClientName(); }},
+      {u"EmailClientCustomApp", [&] { return Text(service.EmailClientCustomApp() ? u"1" : u""); }},
+  };
+  for (const auto& [name, read] : readers) {
+    EXPECT_EQ(read(), u"") << ToUtf8(name);
+    Reg(kOldKey, name, Text(u"1"));
+    EXPECT_EQ(read(), u"1") << ToUtf8(name);
+    Reg(kNewKey, name, Text(u""));
+    EXPECT_EQ(read(), u"1") << ToUtf8(name);
+    Reg(kOldKey, name, Text(u"01"));
+    Reg(kNewKey, name, Text(u"1"));
+    EXPECT_EQ(read(), u"1") << ToUtf8(name);
   }
 }
 
@@ -220,6 +242,13 @@ TEST_F(modEmailSvcTest, SettingsThatReachTheEngine) {
     EXPECT_EQ(message.from, each.from);
     EXPECT_EQ(message.replyTo, u"a@x");
   }
+  Settings(Complete());
+  EXPECT_TRUE(New().SendEmail(u"c@x", u"\"ID\" <a@x, b@x>", u"s", u"b", {}));
+  EXPECT_EQ(engines.mails.back().message.from, u"\"ID\" <a@x>");
+  EXPECT_EQ(engines.mails.back().message.replyTo, u"\"ID\" <a@x>");
+  const modEmailSvc::Route route = New().RouteOfMails();
+  EXPECT_EQ(route.engine, u"fake engine");
+  EXPECT_EQ(route.plan, (SmtpPlan{true, StartTls::Required})) << "the engine's own, whatever the settings";
 }
 
 TEST_F(modEmailSvcTest, WhatStopsAMail) {

@@ -41,8 +41,31 @@ TEST_F(vtxEmailTest, DefaultsComeFromTheStore) {
   EXPECT_TRUE(full.SendReady());
   EXPECT_TRUE(full.HasSmtpPassword());
   EXPECT_FALSE(full.HasSmtpPassword(true));
+  Store(u"Test.Email.SMTP.Password=other");
+  EXPECT_TRUE(full.HasSmtpPassword(true));
   Store(u"Email.SMTP.AuthMethod=4");
   EXPECT_EQ(New().SmtpAuthMethodStr(), u"CRAM-MD5");
+}
+
+TEST_F(vtxEmailTest, NumbersOutOfTheirRangeCountForNothing) {
+  StoreComplete();
+  EXPECT_EQ(New().SmtpSSLProtocol, 0);
+  const struct {
+    TextView value;
+    std::int32_t connectSeconds, sendSeconds, sslProtocol;
+  } cases[] = {{u"2", 2, 2, 2},          {u"0", 60, 180, 0},    {u"-1", 60, 180, 0}, {u"8", 8, 8, 0},
+               {u"3600", 3600, 3600, 0}, {u"3601", 60, 180, 0}, {u"x", 60, 180, 0},  {u"7", 7, 7, 7}};
+  for (const auto& each : cases) {
+    for (const TextView key : {u"Email.SMTP.ConnectTimeout", u"Email.SMTP.SendTimeout", u"Email.SMTP.SSLProtocol"}) {
+      Store(Text(key) + u"=" + Text(each.value));
+    }
+    EXPECT_TRUE(New().SendEmail());
+    const SmtpServer& server = engines.mails.back().server;
+    EXPECT_EQ(server.connectSeconds, each.connectSeconds) << ToUtf8(each.value);
+    EXPECT_EQ(server.sendSeconds, each.sendSeconds) << ToUtf8(each.value);
+    EXPECT_EQ(server.sslProtocol, each.sslProtocol) << ToUtf8(each.value);
+  }
+  EXPECT_TRUE(Logged(u"Setting [Email.SMTP.SSLProtocol] is not a protocol choice from 0 to 7; 0 is used"));
 }
 
 TEST_F(vtxEmailTest, SendReadyAndTheMessageItGives) {
@@ -66,17 +89,34 @@ TEST_F(vtxEmailTest, SendReadyAndTheMessageItGives) {
   EXPECT_TRUE(engines.mails.empty());
   EXPECT_TRUE(user.shown.empty()) << "nobody is asked in automatic mode";
 
-  environment.SetAutomaticMode(false);
   vtxEmail mail = New();
   mail.SmtpHost.clear();
+  mail.ShowErrorMsgs = true;
+  EXPECT_FALSE(mail.SendEmail());
+  EXPECT_TRUE(user.boxes.empty()) << "nor when errors are to be shown";
+  environment.SetAutomaticMode(false);
+  mail.ShowErrorMsgs = false;
   user.answer = 7;
   EXPECT_FALSE(mail.SendEmail());
-  EXPECT_EQ(user.shown.back(), u"client|tech@example.com");
-  user.answer = 6;
+  const Text asked =
+      u"Orvanta Event Service|You must configure an SMTP server to send email!\r\n\r\nChoose 'Yes' to open the email "
+      u"config, "
+      u"'No' to start the system default mail client (you must attach any files manually), or 'Cancel' to skip this email.";
+  EXPECT_EQ(user.shown, (std::vector<Text>{asked, u"client|tech@example.com"}));
+  user.answer = 2;
   EXPECT_FALSE(mail.SendEmail());
-  EXPECT_EQ(user.shown.back(), u"Orvanta Event Service|Email configuration incomplete.");
+  EXPECT_EQ(user.shown.back(), asked);
+  user.answer = 6;
+  for (const bool edits : {false, true}) {
+    user.edit = [edits] { return edits; };
+    EXPECT_FALSE(mail.SendEmail()) << "what was edited may lack something still";
+    EXPECT_EQ(user.shown.back(), u"Orvanta Event Service|Email configuration incomplete.");
+  }
+  constexpr std::uint32_t kAsk = 0x10023, kTell = 0x10040;  // Yes, No, Cancel and a question; OK and a remark; in front
+  EXPECT_EQ(user.boxes, (std::vector<std::uint32_t>{kAsk, kAsk, kAsk, kTell, kAsk, kTell}));
   user.edit = [&] { return !(mail.SmtpHost = u"mail").empty(); };
   EXPECT_TRUE(mail.SendEmail());
+  EXPECT_EQ(mail.TakeOutcome().reason, u"");
 }
 
 TEST_F(vtxEmailTest, ShowCriticalUserMsgsIsOffOnlyWhenNobodyCouldWantIt) {
@@ -142,7 +182,8 @@ TEST_F(vtxEmailTest, AutomaticLoginGetsASecondAttempt) {
   StoreComplete();
   engines.report.failReason = u"refused";
   engines.report.session = u"password geheim99 in a transcript";
-  engines.report.notes = {u"a recipient was refused"};
+  engines.report.notes = {u"a recipient was refused: Z2VoZWltOTk="};
+  engines.report.steps = {{u"login", false, u"no: geheim99"}};
   for (const std::int32_t method : {3, 5}) {
     engines.results = {false, true};
     vtxEmail mail = New();
@@ -150,22 +191,47 @@ TEST_F(vtxEmailTest, AutomaticLoginGetsASecondAttempt) {
     EXPECT_EQ(mail.SendEmail(), method == 5);
     EXPECT_EQ(engines.mails.back().attempts, method == 5 ? (std::vector<Text>{u"", u"LOGIN"}) : std::vector<Text>{u"PLAIN"});
     EXPECT_EQ(mail.LogFullText(),
-              u"a recipient was refused\r\nLast Fail Reason [refused]\r\nSession [password *** in a transcript]\r\n"
+              u"a recipient was refused: ***\r\nLast Fail Reason [refused]\r\nSession [password *** in a transcript]\r\n"
               u"Last Error []\r\nLast Status []");
-    EXPECT_TRUE(Logged(u"a recipient was refused"));
+    EXPECT_TRUE(Logged(u"a recipient was refused: ***"));
+    EXPECT_EQ(mail.TakeOutcome().report.steps.front().detail, u"no: ***");
+    mail.ClearLogText();
+    EXPECT_EQ(mail.LogFullText() + mail.LogSmtpFailReason() + mail.LogSmtpSession(), u"");
+    EXPECT_FALSE(mail.UsedChilkatSendMethod);
   }
-  engines.throwOnSend = true;
-  vtxEmail mail = New();
-  EXPECT_FALSE(mail.SendEmail(true));
-  EXPECT_TRUE(Logged(u"ckSendEmail Result = False"));
+}
+
+TEST_F(vtxEmailTest, AFailureIsToldInTheSameWordsHoweverItCame) {
+  StoreComplete();
+  engines.report.failReason = u"the component broke";
+  engines.report.lastErrorText = u"details";
+  engines.report.lastStatus = u"535";
+  const Text engineNames[] = {u"cdoSendEmail", u"ckSendEmail"};
+  for (const bool byComponent : {false, true}) {
+    for (const int raises : {0, 1, 2}) {
+      engines.results = {false};
+      engines.throwOnCompose = raises == 1;
+      engines.throwOnSend = raises == 2;
+      vtxEmail mail = New();
+      log.clear();
+      EXPECT_FALSE(mail.SendEmail(byComponent));
+      const Text& name = engineNames[byComponent ? 1 : 0];
+      EXPECT_NE(log.find(name + u" Failure!"), Text::npos) << ToUtf8(log);
+      EXPECT_NE(log.find(u"SmtpFailReason=the component broke"), Text::npos) << ToUtf8(log);
+      EXPECT_TRUE(Logged(name + u" Result = False"));
+      EXPECT_EQ(mail.LogSmtpFailReason(), u"the component broke");
+      EXPECT_EQ(mail.TakeOutcome().reason, u"the component broke");
+      mail.ClearLogText();
+      EXPECT_EQ(mail.LogSmtpFailReason() + mail.LogSmtpLastErrorText() + mail.LogSmtpLastStatus(), u"");
+    }
+  }
 }
 
 TEST_F(vtxEmailTest, WhatTheEngineGets) {
   StoreComplete();
   Store(
-      u"Email.SMTP.ConnectTimeout=7\r\nEmail.SMTP.SendTimeout=0\r\nEmail.SMTP.CAFile=C:\\ca.pem\r\nEmail.SMTP."
-      u"AllowUntrusted=1\r\n"
-      u"Debug.Chilkat.WriteLogFiles=1\r\nEmail.Chilkat.UnlockCode=code");
+      u"Email.SMTP.CAFile=C:\\ca.pem\r\nEmail.SMTP.AllowUntrusted=1\r\n"
+      u"Debug.Chilkat.WriteLogFiles=1\r\nDebug.Chilkat.Verbose=1\r\nEmail.Chilkat.UnlockCode=code");
   Put(u"C:\\App\\a.txt");
   Put(u"C:\\App\\Config\\Logo.gif");
   vtxEmail mail = New();
@@ -182,8 +248,7 @@ TEST_F(vtxEmailTest, WhatTheEngineGets) {
   EXPECT_TRUE(mail.SendEmail());
   const auto& [bySystem, server, message, attempts] = engines.mails.back();
   EXPECT_EQ(engines.options.back().unlockCode, u"code");
-  EXPECT_EQ(server.connectSeconds, 7);
-  EXPECT_EQ(server.sendSeconds, 180) << "0 is no limit that anybody wants";
+  EXPECT_TRUE(engines.options.back().verboseLogging);
   EXPECT_EQ(server.caFile, u"C:\\ca.pem");
   EXPECT_TRUE(server.allowUntrusted);
   EXPECT_TRUE(engines.options.back().mailManDebugLog.ends_with(u"ckMailMan_Debug(4711).log"));
@@ -229,6 +294,9 @@ TEST_F(vtxEmailTest, BodyFileAndArchive) {
   EXPECT_TRUE(engines.mails.back().message.attachments.empty()) << "no files, no archive";
   zipped.AddFileAttachmentsFromPath(u"C:\\App", u"*.txt");
   zipped.AddFileAttachmentsFromPath(u"C:\\Nowhere");
+  EXPECT_TRUE(Logged(u"The folder of files to attach does not exist: C:\\Nowhere"));
+  zipped.AddFileAttachmentsFromPath(u"C:\\App", u"*.none");
+  EXPECT_TRUE(Logged(u"The folder holds no files to attach: C:\\App"));
   EXPECT_TRUE(zipped.SendEmail());
   EXPECT_EQ(engines.mails.back().message.attachments, std::vector<Text>{u"C:\\App\\Report.zip"});
   EXPECT_FALSE(Exists(u"C:\\App\\Report.zip")) << "removed after the send";
@@ -242,6 +310,58 @@ TEST_F(vtxEmailTest, BodyFileAndArchive) {
   EXPECT_TRUE(Logged(u"Failed to zip attachments!"));
 }
 
+// An archive that can be told what to do.
+class ScriptedZip final : public ZipArchive {
+ public:
+  explicit ScriptedZip(std::function<bool(TextView step, TextView path)> step) : step_(std::move(step)) {}
+  bool Create(TextView path) override { return step_(u"create", path_ = path); }
+  bool AppendFile(TextView path) override { return step_(u"append", path); }
+  bool Write() override { return step_(u"write", path_); }
+  Text LastErrorText() override { return u"no room"; }
+
+ private:
+  std::function<bool(TextView, TextView)> step_;
+  Text path_;
+};
+
+TEST_F(vtxEmailTest, OnlyTheArchiveOfThisSendIsAttachedAndDeleted) {
+  StoreComplete();
+  Put(u"C:\\App\\a.txt", "a");
+  const struct {
+    TextView title, failing;  // the step of the packing that fails
+    bool packs = true;        // there is a file to pack
+    bool locked = false;      // what lies at the path cannot be deleted
+    bool isAttached = false, stays = false;
+    TextView logged = {};
+  } cases[] = {{u"all well", u"", true, false, true, false, u"File=C:\\App\\a.txt"},
+               {u"nothing to pack", u"", false, false, false, true},
+               {u"no archive can be begun", u"create", true, false, false, false, u"CreateZipError=no room"},
+               {u"none can be written", u"write", true, false, false, false, u"ZipError=no room"},
+               {u"the old one cannot be deleted", u"create", true, true, false, true},
+               {u"but be written over", u"", true, true, true, true}};
+  for (const auto& each : cases) {
+    Put(u"C:\\App\\Attachment.zip", "old");
+    engines.newZip = [&] {
+      return std::make_unique<ScriptedZip>([&](TextView step, TextView path) {
+        EXPECT_TRUE(step != u"create" || Exists(path) == each.locked) << ToUtf8(each.title);
+        if (step == u"write") Put(path, "new");
+        return step != each.failing;
+      });
+    };
+    vtxEmail mail = New();
+    mail.ZipAttachments = true;
+    if (each.packs) mail.AddFileAttachment(u"C:\\App\\a.txt");
+    if (!each.packs) mail.ZipFile = u"C:\\App\\Attachment.zip";
+    files.refuseDeletes = each.locked;
+    EXPECT_TRUE(mail.SendEmail());
+    files.refuseDeletes = false;
+    const std::vector<Text> expected(each.isAttached ? 1 : 0, Text(u"C:\\App\\Attachment.zip"));
+    EXPECT_EQ(engines.mails.back().message.attachments, expected) << ToUtf8(each.title);
+    EXPECT_EQ(Exists(u"C:\\App\\Attachment.zip"), each.stays) << ToUtf8(each.title);
+    EXPECT_NE(mail.LogFullText().find(each.logged), Text::npos) << ToUtf8(mail.LogFullText());
+  }
+}
+
 TEST_F(vtxEmailTest, WhatTheUserIsShown) {
   StoreComplete();
   Store(u"Email.PromptForSubject=1");
@@ -249,6 +369,7 @@ TEST_F(vtxEmailTest, WhatTheUserIsShown) {
   for (const bool automatic : {true, false}) {
     environment.SetAutomaticMode(automatic);
     user.shown.clear();
+    user.boxes.clear();
     user.input = u"typed";
     user.answer = 6;
     engines.results = {true, false};
@@ -257,7 +378,9 @@ TEST_F(vtxEmailTest, WhatTheUserIsShown) {
     mail.ShowSuccessMsgs = mail.ShowErrorMsgs = true;
     EXPECT_TRUE(mail.SendEmail(true));
     EXPECT_EQ(engines.mails.back().message.subject, automatic ? u"given" : u"typed");
+    user.input = u"";
     EXPECT_FALSE(mail.SendEmail(true));
+    EXPECT_EQ(engines.mails.back().message.subject, automatic ? u"given" : u"typed") << "an empty reply changes nothing";
     if (automatic) {
       EXPECT_EQ(user.shown, (std::vector<Text>{u"notice|Email Sent!", u"notice|Failed to send email!"}));
       continue;
@@ -269,6 +392,7 @@ TEST_F(vtxEmailTest, WhatTheUserIsShown) {
               u"Fail result:|Failed to send test email, please check your settings.\r\n\r\n"
               u"Fail Reason:  no route\r\n\r\nView detailed log?");
     EXPECT_EQ(user.shown[4], u"log|Fail result:|" + mail.LogFullText());
+    EXPECT_EQ(user.boxes, (std::vector<std::uint32_t>{0x10040, 0x10014})) << "OK; Yes and No, with a stop sign";
   }
 }
 

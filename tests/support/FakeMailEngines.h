@@ -37,6 +37,7 @@ class FakeMailEngines final : public MailEngines {
   bool refuseLogo = false;
   bool failToCreate = false;
   bool throwOnSend = false;
+  bool throwOnCompose = false;
   std::function<void()> onSend;  // runs before each send
   std::function<std::unique_ptr<ZipArchive>()> newZip;
   int started = 0;
@@ -46,15 +47,16 @@ class FakeMailEngines final : public MailEngines {
    public:
     explicit Engine(FakeMailEngines& owner) : owner_(owner), at_(owner.mails.size() - 1) {}
     TextView Name() const override { return u"fake engine"; }
-    std::vector<std::int32_t> Configure(const SmtpServer& server) override {
     // One that no settings would give.
     SmtpPlan Plan(const SmtpServer& /*server*/) const override { return {true, StartTls::Required}; }
+    std::vector<std::int32_t> Configure(const SmtpServer& server) override {
       Mine().server = server;
       SetAuthMethod(server.authMethod);
       return {0, 1, 2, 3, 4, 5, 6, 7};
     }
     bool Compose(const MailMessage& message) override {
       Mine().message = message;
+      if (owner_.throwOnCompose) throw RuntimeError(RuntimeErrorNumber::kComponent, u"the component broke");
       return !owner_.refuseLogo;
     }
     void SetAuthMethod(std::int32_t method) override { method_ = ckSmtpAuthMethodStr(method); }

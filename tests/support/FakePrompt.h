@@ -30,8 +30,9 @@ class FakePrompt final : public os::Prompt {
 // A user who answers every box with the same button and notes everything shown.
 class FakeMailUser final : public MailUser {
  public:
-  int Box(TextView text, TextView caption, std::uint32_t /*flags*/) override {
+  int Box(TextView text, TextView caption, std::uint32_t flags) override {
     shown.push_back(Text(caption) + u"|" + Text(text));
+    boxes.push_back(flags);
     return answer;
   }
   void StatusNotice(TextView text) override { shown.push_back(u"notice|" + Text(text)); }
@@ -53,6 +54,7 @@ class FakeMailUser final : public MailUser {
   std::optional<Text> input;
   std::function<bool()> edit;
   std::vector<Text> shown;
+  std::vector<std::uint32_t> boxes;  // the flags of each
 };
 
 }  // namespace ovs::fakes

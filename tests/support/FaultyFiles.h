@@ -24,6 +24,7 @@ class FaultyFiles final : public os::Files {
   void FailCall(std::uint64_t nth, os::Error error) { badCalls_.insert_or_assign(calls_ + nth, error); }
   void Heal();
   [[nodiscard]] std::uint64_t Calls() const { return calls_; }
+  bool refuseDeletes = false;  // of files, as where somebody holds them open
 
   // Counts a call: the failure that it is to have, if any.
   os::Error Admit(TextView path);
@@ -36,7 +37,7 @@ class FaultyFiles final : public os::Files {
   os::Error Write(TextView path, std::string_view bytes) override;
   os::Error Rename(TextView from, TextView to) override;
   os::Error Delete(TextView path) override {
-    return Call(path, [&] { return inner_.Delete(path); });
+    return Call(path, [&] { return refuseDeletes ? os::Error(SystemError::kSharingViolation) : inner_.Delete(path); });
   }
   os::Error RemoveDir(TextView path) override {
     return Call(path, [&] { return inner_.RemoveDir(path); });

@@ -21,14 +21,6 @@ namespace {
 constexpr std::int32_t kSsl3 = 6;
 constexpr std::uint64_t kMaxCertificateBytes = 1u << 20;
 
-// The one mailbox that a sender can be; of several addresses the first.
-MailAddress OneMailbox(TextView text) {
-  MailAddress mailbox = ParseAddress(text);
-  mailbox.address.resize(std::min(mailbox.address.find(u','), mailbox.address.size()));
-  mailbox.address = App_Strings::TrimBlanks(mailbox.address);
-  return mailbox;
-}
-
 bool IsHost(TextView host) {
   constexpr TextView kMarks = u"-._:[]";
   const auto fits = [&](char16_t unit) {
@@ -91,7 +83,7 @@ bool CurlMailer::Compose(const MailMessage& message) {
 }
 
 bool CurlMailer::ComposeSender() {
-  sender_ = OneMailbox(message_.from);
+  sender_ = ParseAddress(message_.from);
   if (IsUsableAddress(sender_.address)) return true;
   senderProblem_ = u"The sender is no mail address: " + Shown(message_.from);
   return false;
@@ -114,7 +106,7 @@ void CurlMailer::ComposeHeaders(const std::vector<MailAddress>& to, const std::v
   };
   add(MailHeaders::Date(DateTimeFromTicks(machine_.clock.UtcNow())));
   add(MailHeaders::Addresses("From", {sender_}));
-  const MailAddress replyTo = OneMailbox(message_.replyTo);
+  const MailAddress replyTo = ParseAddress(message_.replyTo);
   if (IsUsableAddress(replyTo.address)) add(MailHeaders::Addresses("Reply-To", {replyTo}));
   add(MailHeaders::Addresses("To", to));
   add(MailHeaders::Addresses("Cc", cc));
@@ -136,7 +128,7 @@ bool CurlMailer::CanRead(TextView path) {
   std::unique_ptr<os::ReadFile> file;
   const os::Error error = machine_.files.OpenRead(path, file);
   if (error.Ok()) return true;
-  Note(u"Left out of the mail, it cannot be read: " + Shown(path) + u" " + Diagnostics().GetSystemMsg(error.Number(), true));
+  Note(LeftOut(path, Diagnostics().GetSystemMsg(error.Number(), true)));
   return false;
 }
 

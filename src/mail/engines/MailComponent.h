@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/Text.h"
+#include "mail/engines/MailHeaders.h"
 #include "mail/engines/SmtpServer.h"
 #include "os/Machine.h"
 
@@ -40,6 +41,11 @@ struct MailStep {
 inline constexpr TextView kPasswordInClear = u"The password was sent over a connection without TLS.";
 inline constexpr TextView kNotVerified = u"Certificate and host name of the mail server were not verified.";
 
+// The note on an attachment without which the mail goes.
+[[nodiscard]] inline Text LeftOut(TextView path, TextView reason) {
+  return u"Left out of the mail, it cannot be read: [" + MailHeaders::OneLine(path) + u"] " + Text(reason);
+}
+
 // The facts known after a send. No text holds a password or an AUTH exchange.
 struct MailReport {
   Text failReason;
@@ -58,15 +64,15 @@ class MailComponent {
   // For logs, such as "built-in engine".
   [[nodiscard]] virtual TextView Name() const = 0;
 
+  // The security of a connection to that server.
+  [[nodiscard]] virtual SmtpPlan Plan(const SmtpServer& server) const { return PlanConnection(server); }
+
   // Takes the server over. The result is the status of eight fields, 0 where all is well, in the order: server, port,
   // authentication, TLS, user name, password, connection limit, way of sending.
   static constexpr std::size_t kStatusFields = 8;
   virtual std::vector<std::int32_t> Configure(const SmtpServer& server) = 0;
 
   // Builds the mail. False when the logo file could not be added; the mail is complete without it.
-  // The security of a connection to that server.
-  [[nodiscard]] virtual SmtpPlan Plan(const SmtpServer& server) const { return PlanConnection(server); }
-
   virtual bool Compose(const MailMessage& message) = 0;
 
   // The login method of the next Send; see SmtpServer::authMethod.

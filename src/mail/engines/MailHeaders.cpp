@@ -46,6 +46,19 @@ MailAddress ParseAddress(TextView text) {
   return {Text(WithoutQuotes(text.substr(0, open))), Text(address)};
 }
 
+Text FirstMailbox(TextView text) {
+  // A quoted name may hold anything; of what precedes a bracket without quotes, "@" tells an address from a name.
+  const bool isQuoted = App_Strings::TrimBlanks(text).starts_with(u'"');
+  const std::size_t name = isQuoted ? std::min(text.find(u"\" <"), text.find(u"\"<")) : 0;
+  const std::size_t at = text.find(u'@', name == TextView::npos ? 0 : name);
+  const std::size_t comma = at == TextView::npos ? at : text.find(u',', at);
+  if (comma == TextView::npos) return Text(text);
+  const TextView first = App_Strings::TrimBlanks(text.substr(0, comma));
+  const std::size_t open = first.rfind(u'<');
+  const bool isOpen = open != TextView::npos && first.find(u'>', open) == TextView::npos;
+  return Text(first) + (isOpen ? u">" : u"");
+}
+
 std::vector<MailAddress> SplitAddresses(TextView text) {
   std::vector<MailAddress> addresses;
   for (const TextView piece : App_Strings::SplitViews(text, u",")) {

@@ -22,6 +22,10 @@ struct MailAddress {
 // double quotes around it; of any other text all is address. Outer blanks are removed everywhere.
 [[nodiscard]] MailAddress ParseAddress(TextView text);
 
+// The one mailbox that a sender can be: of a text with several addresses, behind one name or each behind its own, what
+// stands for the first. A text with one address is left as it is.
+[[nodiscard]] Text FirstMailbox(TextView text);
+
 // The pieces between commas, each parsed; blank ones are left out. A comma always divides, also within quotes.
 [[nodiscard]] std::vector<MailAddress> SplitAddresses(TextView text);
 

@@ -169,7 +169,7 @@ Text modEmailSvc::ClientDetails(const Client& client) {
   add(u"Name:  ", client.name);
   add(u"Phone:  ", client.phone);
   add(u"Email:  ", client.address);
-  add(u"Computer Name:  ", parts_.environment.ComputerName());
+  add(u"Computer Name:  ", parts_.environment.ComputerNameVariable());
   add(u"LAN IP:  ", parts_.environment.LanAddress());
   add(u"WAN IP:  ", parts_.environment.WanAddress());
   add(u"vt/vtII Name:  ", reportName);

@@ -37,10 +37,14 @@ Text vtxEmail::LogFullText() const {
 
 void vtxEmail::SetLogValue(Text& value, TextView label, TextView text) {
   value = text;
+  HidePassword(value);
+  log_.Add(Text(kCrLf).append(label).append(value).append(u"]"));
+}
+
+void vtxEmail::HidePassword(Text& text) const {
   SecretMask mask;
   mask.Add(SmtpPassword);
-  mask.Apply(value);
-  log_.Add(Text(kCrLf).append(label).append(value).append(u"]"));
+  mask.Apply(text);
 }
 
 // --- attachments
@@ -97,11 +101,11 @@ bool vtxEmail::SetDefaultEmailConfig() {
     SmtpHost = parts_.store.GetString(kSmtpHost);
     SmtpPort = parts_.store.GetLong(kSmtpPort);
     SmtpSSLType = parts_.store.GetLong(kSmtpSslType);
+    SmtpSSLProtocol = NumberSetting(kSmtpSslProtocol, 0, u"a protocol choice");
     if (parts_.store.SettingExist(kSmtpAuthMethod.key)) {
       SmtpAuthMethod = parts_.store.GetLong(kSmtpAuthMethod);
     } else if (parts_.store.SettingExist(kSmtpPassword.key)) {
       SmtpAuthMethod = kAuthLogin;
-    SmtpSSLProtocol = NumberSetting(kSmtpSslProtocol, 0, u"a protocol choice");
     }
     EmailFrom = parts_.store.GetString(kEmailFrom);
     EmailReplyTo = parts_.store.GetString(kEmailReplyTo);

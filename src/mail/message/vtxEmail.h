@@ -131,6 +131,8 @@ class vtxEmail {
 
  private:
   void SetLogValue(Text& value, TextView label, TextView text);
+  // Engines leave logins out of what they tell; this holds where one does not.
+  void HidePassword(Text& text) const;
   [[nodiscard]] TextView MissingSetting() const;
 
   // vtxEmailSend.cpp
@@ -149,7 +151,7 @@ class vtxEmail {
   bool SendBySystemMessage(class Proc& proc);
   bool ckSendEmail();
   bool SendByMailComponent(class Proc& proc);
-  [[nodiscard]] Text FailVariables() const;
+  [[nodiscard]] bool SendBy(class Proc& proc, bool (vtxEmail::*engine)(class Proc&), TextView failedEntry);
   [[nodiscard]] SmtpServer Server() const;
   // `initial` where the setting is missing, or out of its range, which the debug log then tells.
   [[nodiscard]] std::int32_t NumberSetting(const SettingName& setting, std::int32_t initial, TextView what) const;
@@ -163,6 +165,8 @@ class vtxEmail {
   MailParts parts_;
   MailOutcome outcome_;
   std::vector<Text> attachments_;
+  bool ownsArchive_ = false;  // what lies at ZipFile is of this send
+  bool packed_ = false;       // and whole
   Vell_String log_;
   Text failReason_;
   Text lastErrorText_;

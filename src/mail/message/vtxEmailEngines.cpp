@@ -43,9 +43,20 @@ vtxEmail::Engine vtxEmail::EngineOfSend() const {
   return {Text(component->Name()), component->Plan(Smtp)};
 }
 
+// A failure is told in the same words whether the engine says so or raises an error.
+bool vtxEmail::SendBy(Proc& proc, bool (vtxEmail::*engine)(Proc&), TextView failedEntry) {
+  const bool sent = proc.Run(false, [&] { return KeepingReason(outcome_.reason, [&] { return (this->*engine)(proc); }); });
+  if (sent) return true;
+  proc.Run([&] {
+    if (!outcome_.reason.empty()) SetLogSmtpFailReason(outcome_.reason);
+    proc.Log(failedEntry, EventType::Normal, u"SmtpFailReason=" + failReason_ + u"<sep>LastErrorText=" + lastErrorText_);
+  });
+  return false;
+}
+
 bool vtxEmail::cdoSendEmail() {
   Proc proc(kModule, u"cdoSendEmail", ProcKind::Function);
-  return proc.Run(false, [&] { return KeepingReason(outcome_.reason, [&] { return SendBySystemMessage(proc); }); });
+  return SendBy(proc, &vtxEmail::SendBySystemMessage, u"cdoSendEmail Failure!");
 }
 
 bool vtxEmail::SendBySystemMessage(Proc& proc) {
@@ -71,13 +82,12 @@ bool vtxEmail::SendBySystemMessage(Proc& proc) {
   const bool sent = component->Send();
   log_.AddLine(u"Send Email (cdo)");
   TakeReport(proc, *component);
-  if (!sent) proc.Log(u"cdoSendEmail Failure!", EventType::Normal, FailVariables());
   return sent;
 }
 
 bool vtxEmail::ckSendEmail() {
   Proc proc(kModule, u"ckSendEmail", ProcKind::Function);
-  return proc.Run(false, [&] { return KeepingReason(outcome_.reason, [&] { return SendByMailComponent(proc); }); });
+  return SendBy(proc, &vtxEmail::SendByMailComponent, u"ckSendEmail Failure!");
 }
 
 bool vtxEmail::SendByMailComponent(Proc& proc) {
@@ -91,15 +101,9 @@ bool vtxEmail::SendByMailComponent(Proc& proc) {
     sent = component->Send();
   }
   TakeReport(proc, *component);
-  if (sent) {
-    proc.Log(kComponentSentEntry);
-  } else {
-    proc.Log(u"ckSendEmail Failure!", EventType::Normal, FailVariables());
-  }
+  if (sent) proc.Log(kComponentSentEntry);
   return sent;
 }
-
-Text vtxEmail::FailVariables() const { return u"SmtpFailReason=" + failReason_ + u"<sep>LastErrorText=" + lastErrorText_; }
 
 SmtpServer vtxEmail::Server() const {
   SmtpServer server = Smtp;
@@ -141,8 +145,8 @@ Text vtxEmail::Recipients(TextView addresses) {
 
 MailMessage vtxEmail::Message() {
   MailMessage message;
-  message.from = MailHeaders::OneLine(EmailFrom);
-  message.replyTo = MailHeaders::OneLine(EmailReplyTo);
+  message.from = FirstMailbox(MailHeaders::OneLine(EmailFrom));
+  message.replyTo = FirstMailbox(MailHeaders::OneLine(EmailReplyTo));
   message.to = Recipients(EmailTo);
   message.cc = Recipients(EmailCC);
   message.bcc = Recipients(EmailBCC);
@@ -152,7 +156,7 @@ MailMessage vtxEmail::Message() {
   message.addPriorityHeader = AddPriorityHeader;
   if (!ZipAttachments) {
     message.attachments = attachments_;
-  } else if (!ZipFile.empty() && parts_.fileSystem.FileExist(ZipFile)) {
+  } else if (packed_) {
     message.attachments = {ZipFile};
   }
   return message;
@@ -182,7 +186,9 @@ Text vtxEmail::FindLogoFile() const {
 
 void vtxEmail::TakeReport(Proc& proc, MailComponent& component) {
   MailReport report = component.Report();
-  for (const Text& note : report.notes) {
+  for (MailStep& step : report.steps) HidePassword(step.detail);
+  for (Text& note : report.notes) {
+    HidePassword(note);
     log_.AddLine(note);
     proc.Log(note);
   }

@@ -33,7 +33,7 @@ bool vtxEmail::SendEmail(bool useChilkat) {
   });
   outcome_.sent = sent;
   proc.Run([&] {
-    if (ZipAttachments && !ZipFile.empty() && parts_.fileSystem.FileExist(ZipFile)) parts_.fileSystem.FileDelete(ZipFile);
+    if (ownsArchive_ && parts_.fileSystem.FileExist(ZipFile)) parts_.fileSystem.FileDelete(ZipFile);
   });
   proc.Result(sent);
   return sent;
@@ -49,6 +49,7 @@ bool vtxEmail::SendDebugEmail() {
 
 bool vtxEmail::Send(Proc& proc, bool useChilkat) {
   UsedChilkatSendMethod = false;
+  ownsArchive_ = packed_ = false;
   if (EmailBodyIsFile && !TakeBodyFromFile(proc)) return false;
   if (ZipAttachments && !attachments_.empty()) PackAttachments(proc);
   PromptForSubject();
@@ -82,8 +83,12 @@ void vtxEmail::PackAttachments(Proc& proc) {
   std::uint32_t reason = 0;
   parts_.fileSystem.EnsureDirExists(App_FilePath::FolderOf(ZipFile), reason);
   if (parts_.fileSystem.FileExist(ZipFile)) parts_.fileSystem.FileDelete(ZipFile);
-  if (!ckZipFileCollection(attachments_, ZipFile)) proc.Log(u"ckZipFileCollection = False!");
-  if (parts_.fileSystem.FileExist(ZipFile)) return;
+  const bool isFree = !parts_.fileSystem.FileExist(ZipFile);
+  const bool written = ckZipFileCollection(attachments_, ZipFile);
+  if (!written) proc.Log(u"ckZipFileCollection = False!");
+  ownsArchive_ = isFree || written;
+  packed_ = written && parts_.fileSystem.FileExist(ZipFile);
+  if (packed_) return;
   log_.AddLine(u"Failed to zip attachments!");
   proc.Log(u"Failed to zip attachments! The mail goes without them: " + ZipFile);
 }
@@ -110,7 +115,10 @@ bool vtxEmail::MakeReady(Proc& proc) {
       parts_.environment.Title(), kYesNoCancel);
   if (answer == kNo) parts_.user.StartMailClient(EmailTo, EmailSubject, EmailBody);
   if (answer != kYes) return false;
-  if (parts_.user.EditMailSettings() && SendReady()) return true;
+  if (parts_.user.EditMailSettings() && SendReady()) {
+    outcome_.reason.clear();
+    return true;
+  }
   proc.Log(u"Email configuration incomplete.");
   parts_.user.Box(u"Email configuration incomplete.", parts_.environment.Title(), kInformation);
   return false;

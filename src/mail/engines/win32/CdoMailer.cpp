@@ -82,8 +82,14 @@ bool CdoMailer::Compose(const MailMessage& message) {
   if (!message.bcc.empty()) message_.Put(u"BCC", message.bcc);
   SetBody(message);
   const bool complete = message.logoFile.empty() || AddLogo(message.logoFile);
-  for (const Text& path : message.attachments) message_.Call(u"AddAttachment", {path});
+  for (const Text& path : message.attachments) AddAttachment(path);
   return complete;
+}
+
+void CdoMailer::AddAttachment(const Text& path) try {
+  message_.Call(u"AddAttachment", {path});
+} catch (const RuntimeError& error) {
+  notes_.push_back(LeftOut(path, ErrorText(error)));
 }
 
 void CdoMailer::SetBody(const MailMessage& message) {
@@ -125,7 +131,8 @@ MailReport CdoMailer::Report() {
   MailReport report;
   report.failReason = failure_;
   report.lastErrorText = failure_;
-  const bool useSsl = server_.sslType == kSslImplicit;
+  report.notes = notes_;
+  const bool useSsl = Plan(server_).implicitTls;
   const bool sendsPassword = server_.authMethod == kAuthLogin && !server_.password.empty();
   if (sendsPassword && !useSsl && reachedServer_) report.notes.emplace_back(kPasswordInClear);
   if (useSsl && (server_.allowUntrusted || !server_.caFile.empty())) {

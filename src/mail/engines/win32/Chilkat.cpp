@@ -163,7 +163,7 @@ bool ChilkatMailer::SetHtml(const MailMessage& message) {
 
 void ChilkatMailer::AddAttachment(const Text& path) {
   if (!win32::TextOf(email_.Call(u"AddFileAttachment", {path})).empty()) return;
-  throw RuntimeError(RuntimeErrorNumber::kComponent, u"The mail component refused the attachment [" + path + u"]");
+  notes_.push_back(LeftOut(path, u"The mail component refused it."));
 }
 
 bool ChilkatMailer::Send() {

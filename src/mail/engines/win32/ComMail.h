@@ -46,12 +46,14 @@ class CdoMailer final : public MailComponent {
   void Set(TextView name, win32::AutomationValue value) const;
   void SetBody(const MailMessage& message);
   [[nodiscard]] bool AddLogo(const Text& path);
+  void AddAttachment(const Text& path);
 
   win32::AutomationObject message_;
   win32::AutomationObject fields_;
   SmtpServer server_;
   bool reachedServer_ = false;
   Text failure_;  // of the last send
+  std::vector<Text> notes_;
 };
 
 // Mail by the closed mail component, which speaks SMTP itself.
