@@ -8,6 +8,7 @@ import email
 import email.header
 import email.policy
 import email.utils
+import hashlib
 import io
 import json
 import os
@@ -15,11 +16,15 @@ import pathlib
 import queue
 import re
 import shutil
+import socket
+import ssl
+import struct
 import subprocess
 import sys
 import tempfile
 import threading
 import unittest
+import warnings
 import zipfile
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "support"))
@@ -42,6 +47,13 @@ def windows_path(path):
     return "Z:" + str(path).replace("/", "\\")
 
 
+def registry(test, key, *value):
+    """Sets a value in Wine's registry until the test ends."""
+    reg = lambda *arguments: subprocess.run(["wine", "reg", *arguments, "/f"], check=True, capture_output=True, timeout=CAP)  # noqa: E731
+    reg("add", key, *value)
+    test.addCleanup(reg, "delete", key)
+
+
 def base64_cores(secret):
     """What base64 makes of the bytes wherever they stand in a longer text."""
     for lead in range(3):
@@ -52,15 +64,15 @@ def base64_cores(secret):
 class Probe:
     """One process that sends the mails it is told to."""
 
-    def __init__(self):
-        self._process, self.output = None, []
+    def __init__(self, environment=None):
+        self._process, self.output, self._environment = None, [], environment or {}
 
     def _start(self):
         command = (["wine"] if WINE else []) + [os.environ["MAILPROBE"]]
         # Natively nothing else names a temporary folder in the form in which programs for Windows know it.
         self._process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                          stderr=subprocess.DEVNULL if WINE else None,
-                                         env=os.environ | {"TMP": windows_path(tempfile.gettempdir())})
+                                         env=os.environ | {"TMP": windows_path(tempfile.gettempdir())} | self._environment)
         self._answers = queue.Queue()
         threading.Thread(target=self._read, args=(self._process.stdout, self._answers), daemon=True).start()
 
@@ -338,10 +350,14 @@ class InjectionTest(MailTest):
 
 
 class TlsTest(MailTest):
+    def certificate(self, answer):
+        """What the steps say of the certificate."""
+        return [detail for step, _, detail in answer["steps"] if step == "certificate"][0]
+
     def test_untrusted_servers_get_nothing(self):
         cases = [("good", "other", "trust"), ("expired", "ca", "time_valid" if WINE else "expired"),
-                 ("wrong_name", "ca", "name"), ("self_signed", "ca", "trust")]
-        cases += [] if WINE else [("good", None, "trust"), ("self_signed", None, "trust")]
+                 ("wrong_name", "ca", "name"), ("self_signed", "ca", "trust"), ("good", None, "trust"),
+                 ("self_signed", None, "trust")]
         for pair, ca, word in cases:
             for tls, ssl_type in (("starttls", 2), ("starttls", 0), ("implicit", 1)):
                 with self.subTest(pair=pair, ca=ca, tls=tls), MailServer(tls, getattr(self.certificates, pair)) as server:
@@ -350,14 +366,20 @@ class TlsTest(MailTest):
                     answer = self.send(server, store={"Email.SMTP.AllowUntrusted": "1"}, ca=ca, SmtpSSLType=ssl_type)
                     self.assertTrue(answer["sent"], answer["log"])
                     self.assertEqual(self.entries(answer, UNTRUSTED), 1)
+                    self.assertRegex(self.certificate(answer), r"\(not verified\)$")
         with MailServer("implicit", self.certificates.self_signed) as server:
-            self.assertIsNotNone(self.sent(server, ca="self", SmtpSSLType=1).tls)
+            answer = self.send(server, ca="self", SmtpSSLType=1)
+            self.assertEqual((answer["sent"], answer["steps"][2][0]), (True, "TLS"), answer["log"])
+            self.assertRegex(self.certificate(answer), r"\(verified\)$")
         for content in (b"no certificate", b""):
             (self.folder / "broken.pem").write_bytes(content)
             with self.subTest(content=content), MailServer("implicit", self.certificates.good) as server:
-                answer = self.send(server, ca="broken", SmtpSSLType=1)
-                if not WINE or content:
-                    self.refused(answer, "certificate")
+                self.refused(self.send(server, ca="broken", SmtpSSLType=1), "certificate")
+        # Whoever says everything at once does not get a login before the certificate was looked at.
+        at_once = {"greeting": b"220 localhost\r\n250-localhost\r\n250 AUTH PLAIN\r\n"}
+        with ScriptedServer(at_once, self.certificates.good, implicit=True) as server:
+            self.refused(self.send(server, ca=None, SmtpSSLType=1, SmtpAuthMethod=3, SmtpAutoFix=0), "certificate")
+            self.assertEqual([line for line in server.secret_lines if not line.startswith((b"EHLO", b"QUIT"))], [])
 
     def test_tls_that_is_not_offered_is_not_done_without(self):
         for ssl_type in (2, 4):
@@ -369,6 +391,55 @@ class TlsTest(MailTest):
             answer = self.send(server, store={"Email.SMTP.SendTimeout": "3"}, SmtpSSLType=1)
             self.refused(answer, "in time" if WINE else "TLS")
             self.assertEqual(server.logins, [])
+
+    def other_probe(self, environment=None):
+        """From now on mails of this test are sent by a process of its own."""
+        self.probe = Probe(environment)
+        self.addCleanup(self.probe.end)
+
+    @unittest.skipUnless(WINE, "no authority can be added to the system's for a test")
+    def test_authorities_of_the_system(self):
+        content = ssl.PEM_cert_to_DER_cert(self.certificates.ca.read_text())
+        key = r"HKCU\Software\Microsoft\SystemCertificates\Root\Certificates" + "\\" + hashlib.sha1(content).hexdigest().upper()
+        registry(self, key, "/v", "Blob", "/t", "REG_BINARY", "/d", (struct.pack("<III", 32, 1, len(content)) + content).hex())
+        self.other_probe()
+        for pair, word in (("good", ""), ("expired", "time_valid"), ("wrong_name", "name localhost"), ("self_signed", "authority")):
+            for tls, ssl_type in (("starttls", 2), ("implicit", 1)):
+                with self.subTest(pair, tls=tls), MailServer(tls, getattr(self.certificates, pair)) as server:
+                    answer = self.send(server, ca=None, SmtpSSLType=ssl_type)
+                    if word:
+                        self.refused(answer, "certificate", word)
+                        self.assertEqual((server.mails, server.logins), ([], []))
+                    else:
+                        self.assertTrue(answer["sent"], answer["log"])
+                        self.assertRegex(self.certificate(answer), r"\(verified\)$")
+
+    def test_versions_that_the_system_has_off_are_used_only_when_named(self):
+        if WINE:
+            version, named, environment = ssl.TLSVersion.TLSv1_1, 1, {}
+        else:
+            version, named, environment = ssl.TLSVersion.TLSv1_2, 2, {"OPENSSL_CONF": str(self.folder / "openssl.cnf")}
+            (self.folder / "openssl.cnf").write_text(
+                "openssl_conf = a\n[a]\nssl_conf = b\n[b]\nsystem_default = c\n[c]\nMinProtocol = TLSv1.3\n")
+
+        def speak_only_that(context):
+            context.set_ciphers("DEFAULT@SECLEVEL=0")
+            with warnings.catch_warnings():  # of how old it is
+                warnings.simplefilter("ignore")
+                context.minimum_version = context.maximum_version = version
+
+        def ask(protocol):
+            with ScriptedServer({}, self.certificates.good, implicit=True, prepare=speak_only_that) as server:
+                return self.send(server, SmtpSSLType=1, SmtpSSLProtocol=protocol, SmtpAuthMethod=3, SmtpAutoFix=0)
+
+        self.assertTrue(ask(0)["sent"])
+        for name in ("TLS 1.0", "TLS 1.1") if WINE else ():
+            registry(self, rf"HKLM\SYSTEM\CurrentControlSet\Control\SecurityProviders\SCHANNEL\Protocols\{name}\Client",
+                     "/v", "DisabledByDefault", "/t", "REG_DWORD", "/d", "1")
+        self.other_probe(environment)
+        for protocol in (0, 7):
+            self.refused(ask(protocol), "TLS")
+        self.assertTrue(ask(named)["sent"])
 
     def test_tls_versions(self):
         with MailServer("starttls", self.certificates.good) as server:
@@ -384,18 +455,21 @@ class FaultTest(MailTest):
     STEPS = {"greeting": "before the first command", "EHLO": "EHLO", "STARTTLS": "STARTTLS", "TLS": "TLS", "AUTH": "AUTH",
              "password": "AUTH", "MAIL": "MAIL", "RCPT": "RCPT", "DATA": "DATA", "dot": "DATA"}
 
-    def fault(self, step, action, *words, sent=False, seconds=1):
-        """What one job does; sent=None when either result will do. The next job on the same probe succeeds."""
-        with self.subTest(step=step, action=action if isinstance(action, str) else action[:30]):
-            tls = step in ("STARTTLS", "TLS")
-            with ScriptedServer({step: action}, self.certificates.good if tls else None) as server:
-                answer = self.send(server, store={"Email.SMTP.SendTimeout": str(seconds)}, SmtpSSLType=2 if tls else 0,
-                                   SmtpAuthMethod=5 if action == STALL else 3)
+    def fault(self, step, action, *words, sent=False, seconds=1, ssl_type=None):
+        """What one job does; sent=None when either result will do. With an SSL type the fault comes under TLS. The next job on
+        the same probe succeeds."""
+        with self.subTest(step=step, action=action if isinstance(action, str) else action[:30], ssl_type=ssl_type):
+            tls = ssl_type is not None or step in ("STARTTLS", "TLS")
+            with ScriptedServer({step: action}, self.certificates.good if tls else None, implicit=ssl_type == 1,
+                                inside=ssl_type is not None) as server:
+                answer = self.send(server, store={"Email.SMTP.SendTimeout": str(seconds)}, SmtpSSLType=ssl_type or (2 if tls else 0),
+                                   SmtpAuthMethod=5 if action == STALL else 3, SmtpAutoFix=0)
                 if sent is False:
                     self.refused(answer, *words)
                 elif sent:
                     self.assertTrue(answer["sent"], answer["log"])
                 self.assertLess(len(answer["log"]), 200_000)
+                self.assertLess(answer["seconds"], 20)
                 if tls:
                     self.assertFalse([line for line in server.lines if line.startswith((b"AUTH", b"MAIL"))])
         with MailServer() as server:
@@ -405,14 +479,42 @@ class FaultTest(MailTest):
         for step, words in self.STEPS.items():
             self.fault(step, STALL, "did not answer in time", words, seconds=2)
             self.fault(step, DROP, words, seconds=CAP)
-        # Nothing matters after the mail was taken.
-        for action in (STALL, DROP, b"500 never\r\n", ENDLESS):
-            self.fault("QUIT", action, sent=True)
+        for step in ("EHLO", "password", "dot"):
+            self.fault(step, STALL, "did not answer in time", self.STEPS[step], seconds=2, ssl_type=2)
+        for ssl_type in (1, 2):
+            for step in ("greeting",) * (ssl_type == 1) + ("EHLO", "AUTH", "password", "MAIL", "RCPT", "DATA", "dot"):
+                self.fault(step, DROP, self.STEPS[step], seconds=CAP, ssl_type=ssl_type)
+        # Nothing matters after the mail was taken, and a server that keeps its goodbye to itself is not waited for.
+        for ssl_type in (None, 2):
+            self.fault("QUIT", STALL, sent=True, seconds=CAP, ssl_type=ssl_type)
+            for action in (DROP, b"500 never\r\n", ENDLESS):
+                self.fault("QUIT", action, sent=True, ssl_type=ssl_type)
+
+    def test_limits_of_connection_and_mail(self):
+        """Both attempts of an automatic login end at the limit for connections, the second one earlier: at the mail's."""
+        limits = {"Email.SMTP.ConnectTimeout": "3", "Email.SMTP.SendTimeout": "4"}
+        with ScriptedServer({"TLS": STALL}, self.certificates.good, implicit=True) as server:
+            answer = self.send(server, store=limits, SmtpSSLType=1)
+            self.refused(answer, "did not answer in time")
+            self.assertEqual(server.connections, 2)
+            self.assertLess(answer["seconds"], 5.5)
+
+    def test_the_greeting_names_this_machine(self):
+        name = socket.gethostname()
+        with ScriptedServer() as server:
+            self.send(server)
+            said = server.lines[0].decode().split()
+            self.assertEqual(said[0], "EHLO")
+            usual = re.fullmatch(r"[A-Za-z0-9.-]+", name)
+            # Windows names have 15 characters at most.
+            self.assertTrue(name.lower().startswith(said[1].lower()) if usual else said[1] == "localhost", said)
 
     def test_error_replies(self):
         for reply in (b"421 4.3.2 Come back later\r\n", b"554-5.7.1 Go\r\n554 5.7.1 away\r\n"):
             for step in ("greeting", "STARTTLS", "AUTH", "password", "MAIL", "RCPT", "DATA", "dot"):
-                self.fault(step, reply, "STARTTLS" if step == "STARTTLS" else reply.decode().split("\r\n")[-2], seconds=CAP)
+                for ssl_type in (None, 1) if step != "STARTTLS" else (None,):
+                    words = "STARTTLS" if step == "STARTTLS" else reply.decode().split("\r\n")[-2]
+                    self.fault(step, reply, words, seconds=CAP, ssl_type=ssl_type)
 
     def test_broken_replies(self):
         replies = [b"hello there\r\n", b"\0\0\0\r\n", bytes(range(128, 256)) + b"\r\n", b"25\r\n", b"999 what\r\n",
@@ -420,6 +522,7 @@ class FaultTest(MailTest):
         for reply in replies:
             for step in ("greeting", "MAIL", "dot"):
                 self.fault(step, reply, sent=None if reply[:3] == b"250" else False)
+            self.fault("MAIL", reply, sent=None if reply[:3] == b"250" else False, ssl_type=2)
         self.fault("TLS", b"this is no handshake\r\n" * 20, "TLS")
         # Bytes behind STARTTLS are no reply.
         self.fault("STARTTLS", b"220 go\r\n250-localhost\r\n250 AUTH PLAIN\r\n")
@@ -443,10 +546,19 @@ class FaultTest(MailTest):
         for method, mechanism in ((1, "LOGIN"), (3, "PLAIN")):
             plain = base64.b64encode(f"\0{USER}\0{PASSWORD}".encode() if method == 3 else PASSWORD.encode())
             reply = b"535 bad: " + plain + b"\r\n"
-            with self.subTest(mechanism), ScriptedServer({"password": reply}, mechanism=mechanism) as server:
-                answer = self.send(server, SmtpAuthMethod=method)
-                self.assertFalse(answer["sent"])
-                self.assertNotIn(plain.decode(), json.dumps(answer))
+            for inside in (False, True):
+                with self.subTest(mechanism, inside=inside), \
+                        ScriptedServer({"password": reply}, self.certificates.good if inside else None, mechanism) as server:
+                    answer = self.send(server, SmtpAuthMethod=method, SmtpSSLType=2 * inside)
+                    self.assertFalse(answer["sent"])
+                    self.assertNotIn(plain.decode(), json.dumps(answer))
+        # What looks like the end of the login and is none.
+        login = base64.b64encode(USER.encode()).decode()
+        odd = {"AUTH": b"250_odd\r\n250\n334 \r\n", "password": b"250_odd\r\n535 no\r\n"}
+        with ScriptedServer(odd, mechanism="LOGIN") as server:
+            answer = self.send(server, SmtpAuthMethod=1)
+            self.assertIn(login, b"".join(server.lines).decode())
+            self.assertNotIn(login, json.dumps(answer))
 
 
 @unittest.skipIf(eximserver.unavailable(), eximserver.unavailable())

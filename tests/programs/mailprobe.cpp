@@ -100,16 +100,21 @@ Text FolderOf(const json& request) {
   return app == request.end() ? Text() : PathOf(*app) + u"\\";
 }
 
-json Answer(const vtxEmail& mail, const fakes::FakeMailUser& user) {
+json Answer(vtxEmail& mail, const fakes::FakeMailUser& user) {
   std::vector<std::string> asked;
   for (const Text& each : user.shown) asked.push_back(ToUtf8(each));
+  json steps = json::array();
+  for (const MailStep& each : mail.TakeOutcome().report.steps) {
+    steps.push_back({ToUtf8(each.name), each.done, ToUtf8(each.detail)});
+  }
   return {{"log", ToUtf8(mail.LogFullText())},
           {"failReason", ToUtf8(mail.LogSmtpFailReason())},
           {"lastError", ToUtf8(mail.LogSmtpLastErrorText())},
           {"lastStatus", ToUtf8(mail.LogSmtpLastStatus())},
           {"session", ToUtf8(mail.LogSmtpSession())},
           {"usedComponent", mail.UsedChilkatSendMethod},
-          {"asked", asked}};
+          {"asked", asked},
+          {"steps", steps}};
 }
 
 json Send(MailEngines& engines, const json& request) {

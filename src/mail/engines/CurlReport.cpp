@@ -92,7 +92,7 @@ bool AddTls(Steps& steps, const CurlJob& job, const CurlResult& result, const Sm
   if (facts.subject.empty()) return true;
   return steps.Add(u"certificate", true,
                    FromUtf8(facts.subject + ", issued by " + facts.issuer + ", valid to " + facts.validTo + " UTC") +
-                       (job.server.allowUntrusted ? u" (not verified)" : u" (verified)"));
+                       (result.facts.verified ? u" (verified)" : u" (not verified)"));
 }
 
 bool AddLogin(Steps& steps, const CurlJob& job, const CurlResult& result, const SmtpSession& session) {

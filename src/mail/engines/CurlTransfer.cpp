@@ -33,26 +33,55 @@ void Set(CURL* easy, CURLoption option, Value value) {
 
 // The receiver of everything that libcurl tells about a transfer.
 struct Listener {
+  CURL* easy;
+  const CurlJob& job;
   SmtpSession& session;
-  ConnectionFacts facts;
+  ConnectionFacts facts = {};
+  bool judged = false;         // the connection is encrypted, and the server's certificate was looked at
+  std::string objection = {};  // to the certificate
 };
 
-// Known only while the connection lives.
-void NoteTls(CURL* easy, Listener& listener) {
+// The TLS library's object of the connection; null while that is not encrypted.
+void* TlsOf(CURL* easy) {
   curl_tlssessioninfo* tls = nullptr;
-  if (!listener.facts.tls.version.empty() || !listener.session.IsTls()) return;
-  if (curl_easy_getinfo(easy, CURLINFO_TLS_SSL_PTR, &tls) == CURLE_OK && tls != nullptr && tls->internals != nullptr) {
-    listener.facts.tls = TlsFactsOf(tls->internals);
+  const bool known = curl_easy_getinfo(easy, CURLINFO_TLS_SSL_PTR, &tls) == CURLE_OK && tls != nullptr;
+  return known ? tls->internals : nullptr;
+}
+
+std::string BareHost(const SmtpServer& server) {
+  const std::string host = ToUtf8(server.host);
+  return host.starts_with('[') && host.ends_with(']') ? host.substr(1, host.size() - 2) : host;
+}
+
+// libcurl has the TLS library verify the server in the handshake, or does so itself against authorities that it was given.
+// Whether the library did, as not every one does, is seen here.
+void Judge(Listener& listener) {
+  void* const tls = listener.judged ? nullptr : TlsOf(listener.easy);
+  if (tls == nullptr) return;
+  listener.facts.tls = TlsFactsOf(tls);
+  const SmtpServer& server = listener.job.server;
+  const bool byLibrary = !server.allowUntrusted && listener.job.certificateAuthorities.empty();
+  if (byLibrary) listener.objection = CertificateObjection(tls, BareHost(server));
+  listener.facts.verified = !server.allowUntrusted && listener.objection.empty();
+  listener.judged = true;
+}
+
+// Every line of the server comes by before libcurl acts on it, and the one before a login is long under TLS. A result of 0
+// ends the transfer.
+std::size_t OnLine(char* /*data*/, std::size_t size, std::size_t count, void* user) noexcept {
+  auto& listener = *static_cast<Listener*>(user);
+  try {
+    Judge(listener);
+    return listener.objection.empty() ? size * count : 0;
+  } catch (...) {  // what could not be looked at is not trusted
+    return 0;
   }
 }
 
-int OnDebug(CURL* easy, curl_infotype kind, char* data, std::size_t size, void* user) noexcept {
+int OnDebug(CURL* /*easy*/, curl_infotype kind, char* data, std::size_t size, void* user) noexcept {
   auto& listener = *static_cast<Listener*>(user);
   try {
-    if (kind == CURLINFO_HEADER_OUT) {
-      NoteTls(easy, listener);
-      listener.session.Command({data, size});
-    }
+    if (kind == CURLINFO_HEADER_OUT) listener.session.Command({data, size});
     if (kind == CURLINFO_HEADER_IN) listener.session.Reply({data, size});
     if (kind == CURLINFO_TEXT) listener.session.Info({data, size});
   } catch (...) {  // no memory for a line of the transcript is no reason not to send
@@ -96,13 +125,13 @@ class Deadline {
 // libcurl keeps the highest allowed version in the upper half of the number.
 constexpr long Only(long version) { return version | (version << 16); }
 
+// A version that is too old for the system is used when it is named, not when any from TLS 1.0 on would do.
 long TlsVersions(std::int32_t sslProtocol) {
-  static constexpr std::array<long, 8> kVersions = {
-      CURL_SSLVERSION_TLSv1_0,       CURL_SSLVERSION_TLSv1_1,       CURL_SSLVERSION_TLSv1_2, Only(CURL_SSLVERSION_TLSv1_2),
-      Only(CURL_SSLVERSION_TLSv1_1), Only(CURL_SSLVERSION_TLSv1_0), CURL_SSLVERSION_SSLv3,   CURL_SSLVERSION_DEFAULT,
-  };
-  const bool known = sslProtocol >= 0 && static_cast<std::size_t>(sslProtocol) < kVersions.size();
-  return known ? kVersions.at(static_cast<std::size_t>(sslProtocol)) : long{CURL_SSLVERSION_DEFAULT};
+  static constexpr std::array<long, 6> kNamed = {CURL_SSLVERSION_TLSv1_1,       CURL_SSLVERSION_TLSv1_2,
+                                                 Only(CURL_SSLVERSION_TLSv1_2), Only(CURL_SSLVERSION_TLSv1_1),
+                                                 Only(CURL_SSLVERSION_TLSv1_0), CURL_SSLVERSION_SSLv3};
+  const bool isNamed = sslProtocol >= 1 && static_cast<std::size_t>(sslProtocol) <= kNamed.size();
+  return isNamed ? kNamed.at(static_cast<std::size_t>(sslProtocol) - 1) : CURL_SSLVERSION_TLSv1_0 + LowestTlsVersion();
 }
 
 void SetConnection(CURL* easy, const CurlJob& job, const SmtpPlan& plan) {
@@ -165,6 +194,8 @@ void SetSession(CURL* easy, Listener& listener, char* error) {
   Set(easy, CURLOPT_VERBOSE, 1L);
   Set(easy, CURLOPT_DEBUGFUNCTION, &OnDebug);
   Set(easy, CURLOPT_DEBUGDATA, &listener);
+  Set(easy, CURLOPT_HEADERFUNCTION, &OnLine);
+  Set(easy, CURLOPT_HEADERDATA, &listener);
 }
 
 }  // namespace
@@ -185,7 +216,7 @@ CurlResult PerformTransfer(os::Files& files, os::Clock& clock, const CurlJob& jo
   std::array<char, CURL_ERROR_SIZE> error{};
   const SmtpPlan plan = PlanConnection(job.server);
   session.Begin(plan.implicitTls);
-  Listener listener{session, {}};
+  Listener listener{.easy = easy.get(), .job = job, .session = session};
   SetSession(easy.get(), listener, error.data());
   SetConnection(easy.get(), job, plan);
   SetTls(easy.get(), job, plan);
@@ -204,6 +235,9 @@ CurlResult PerformTransfer(os::Files& files, os::Clock& clock, const CurlJob& jo
 
   const CURLcode code = curl_easy_perform(easy.get());
   TakeAddress(easy.get(), listener.facts);
+  if (!listener.objection.empty()) {
+    return {CURLE_PEER_FAILED_VERIFICATION, std::move(listener.objection), std::move(listener.facts)};
+  }
   if (code == CURLE_OK) return {code, {}, std::move(listener.facts)};
   // The only other callback that breaks off is the one that reads attachments.
   const bool unread = code == CURLE_ABORTED_BY_CALLBACK && !deadline.Passed();

@@ -36,6 +36,7 @@ struct CurlJob {
 struct ConnectionFacts {
   std::string address;  // of the server, such as "192.0.2.1"
   TlsFacts tls;
+  bool verified = false;  // certificate and name of the server were, before a login could be sent
 };
 
 struct CurlResult {

@@ -29,6 +29,12 @@ std::unique_ptr<MailEngines> SystemMailEngines(const os::Machine& machine) {
 // OpenSSL goes on using the system's folder of authorities beside those that it is given.
 std::string TrustedRoots() { return {}; }
 
+int LowestTlsVersion() {
+  const std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> context(SSL_CTX_new(TLS_client_method()), &SSL_CTX_free);
+  const auto lowest = context ? SSL_CTX_get_min_proto_version(context.get()) : 0;
+  return lowest > TLS1_VERSION ? static_cast<int>(lowest - TLS1_VERSION) : 0;
+}
+
 TlsFacts TlsFactsOf(void* session) {
   const auto* const ssl = static_cast<const SSL*>(session);
   TlsFacts facts;
@@ -42,6 +48,12 @@ TlsFacts TlsFactsOf(void* session) {
   std::array<char, 32> text{};
   facts.validTo.assign(text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M", &time));
   return facts;
+}
+
+// libcurl has compared the name before.
+std::string CertificateObjection(void* session, const std::string& /*host*/) {
+  const auto result = SSL_get_verify_result(static_cast<const SSL*>(session));
+  return result == X509_V_OK ? std::string() : X509_verify_cert_error_string(result);
 }
 
 }  // namespace ovs
