@@ -4,6 +4,7 @@
 #include "ComStandIn.h"
 #include "base/RuntimeError.h"
 #include "mail/engines/win32/ComMail.h"
+#include "mail/engines/win32/ckZip.h"
 #include "support/MailTest.h"
 
 namespace ovs {
@@ -306,7 +307,7 @@ TEST_F(ComMailTest, Zip) {
   com.answers[u"Zip.LastErrorText"] = {Text(u"disk full")};
   com.answers[u"Zip.AppendOneFileOrDir"] = {1, 0, Raise{kFail, u"broken"}};
   com.answers[u"Zip.WriteZipAndClose"] = {0, 1};
-  ChilkatZip zip(u"code");
+  ckZip zip(u"code");
   EXPECT_TRUE(zip.Create(u"C:\\a.zip"));
   EXPECT_TRUE(zip.AppendFile(u"C:\\größe.txt"));
   EXPECT_FALSE(zip.AppendFile(u"C:\\b.txt"));

@@ -12,6 +12,7 @@
 
 #include "base/Encoding.h"
 #include "mail/engines/win32/ComMail.h"
+#include "mail/engines/win32/ckZip.h"
 #include "os/win32/Automation.h"
 #include "os/win32/Win32Support.h"
 #include "support/win32/CountedObject.h"
@@ -235,8 +236,7 @@ ComStandIn::~ComStandIn() {
 }
 
 void ComStandIn::RegisterMailComponents() {
-  for (const TextView each :
-       {ChilkatMailer::kProgId, ChilkatMailer::kEmailProgId, ChilkatZip::kProgId, CdoMailer::kProgId}) {
+  for (const TextView each : {ChilkatMailer::kProgId, ChilkatMailer::kEmailProgId, ckZip::kProgId, CdoMailer::kProgId}) {
     Register(each);
   }
 }

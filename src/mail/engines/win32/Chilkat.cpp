@@ -1,4 +1,4 @@
-// The classes of the closed component: mail and archive.
+// Mail by the closed component.
 #include <algorithm>
 #include <utility>
 
@@ -9,24 +9,19 @@
 #include "mail/engines/MailHeaders.h"
 #include "mail/engines/SmtpSession.h"
 #include "mail/engines/win32/ComMail.h"
+#include "mail/engines/win32/ckGlobalMod.h"
 #include "platform/App_FilePath.h"
 
 namespace ovs {
 
+using ckGlobalMod::NewUnlockedObject;
+using ckGlobalMod::TextProperty;
 using win32::AutomationObject;
 using win32::AutomationValue;
 
 namespace {
 
 constexpr std::int32_t kImplicitTlsPort = 465;
-
-// An object that has accepted the code; throws RuntimeError when there is none.
-AutomationObject NewUnlockedObject(TextView progId, TextView unlockCode) {
-  AutomationObject object = AutomationObject::FromProgId(progId);
-  // The component's own explanation shows a part of the code.
-  if (win32::TruthOf(object.Call(u"UnlockComponent", {Text(unlockCode)}))) return object;
-  throw RuntimeError(RuntimeErrorNumber::kComponent, Text(progId) + u" refused the unlock code");
-}
 
 // Puts a property that older builds of the component lack.
 void PutIfKnown(const AutomationObject& object, TextView property, AutomationValue value) {
@@ -35,16 +30,6 @@ void PutIfKnown(const AutomationObject& object, TextView property, AutomationVal
   } else {
     Debug::dLog(kNoProc, u"This build of the mail component has no " + Text(property) + u"; it is passed over");
   }
-}
-
-// A property for a report, which must not fail for it; empty when it cannot be read.
-Text TextProperty(const AutomationObject& object, TextView property) try {
-  const AutomationValue value = object.Get(property);
-  const auto* number = std::get_if<std::int64_t>(&value);
-  return number == nullptr ? win32::TextOf(value) : NumberText(*number);
-} catch (const RuntimeError& error) {
-  Debug::dLog(kNoProc, u"The mail component did not tell: " + error.Description());
-  return {};
 }
 
 // The component's properties are numbers: True would arrive as -1.
@@ -218,26 +203,5 @@ bool ChilkatMailer::PasswordWasInClear(TextView session) const {
     return !IsProofOnly(TextView(command).substr(start, command.find_first_of(u" \r", start) - start));
   });
 }
-
-// --- archive
-
-ChilkatZip::ChilkatZip(TextView unlockCode) : zip_(NewUnlockedObject(kProgId, unlockCode)) {}
-
-bool ChilkatZip::Create(TextView path) { return Succeeds(u"NewZip", {Text(path)}); }
-
-// 0: the entry is named as the file is, without its folders.
-bool ChilkatZip::AppendFile(TextView path) { return Succeeds(u"AppendOneFileOrDir", {Text(path), std::int64_t{0}}); }
-
-bool ChilkatZip::Write() { return Succeeds(u"WriteZipAndClose", {}); }
-
-bool ChilkatZip::Succeeds(TextView method, std::initializer_list<win32::AutomationValue> arguments) try {
-  raised_.clear();
-  return win32::TruthOf(zip_.Call(method, arguments));
-} catch (const RuntimeError& error) {
-  raised_ = error.Description();
-  return false;
-}
-
-Text ChilkatZip::LastErrorText() { return raised_.empty() ? TextProperty(zip_, u"LastErrorText") : raised_; }
 
 }  // namespace ovs

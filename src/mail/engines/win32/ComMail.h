@@ -1,4 +1,4 @@
-// The mail and archive components of the machine, through COM.
+// The mail components of the machine, through COM.
 //
 // All trust the certification authorities that the system trusts and no others. Their objects belong to the thread and the
 // COM apartment in which they were made.
@@ -92,26 +92,6 @@ class ChilkatMailer final : public MailComponent {
   bool sent_ = false;
   Text failure_;  // of the last send, when it is not the component that tells
   std::vector<Text> notes_;
-};
-
-// Archives by the closed archive component.
-class ChilkatZip final : public ZipArchive {
- public:
-  static constexpr TextView kProgId = u"Chilkat_9_5_0.Zip";
-
-  // Throws RuntimeError when the component cannot be made or refuses the code.
-  explicit ChilkatZip(TextView unlockCode);
-
-  bool Create(TextView path) override;
-  bool AppendFile(TextView path) override;
-  bool Write() override;
-  [[nodiscard]] Text LastErrorText() override;
-
- private:
-  bool Succeeds(TextView method, std::initializer_list<win32::AutomationValue> arguments);
-
-  win32::AutomationObject zip_;
-  Text raised_;  // by the last call
 };
 
 }  // namespace ovs

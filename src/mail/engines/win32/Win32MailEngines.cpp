@@ -8,6 +8,7 @@
 #include "diag/App_Debug.h"
 #include "mail/engines/CurlMailer.h"
 #include "mail/engines/win32/ComMail.h"
+#include "mail/engines/win32/ckZip.h"
 #include "os/win32/Automation.h"
 
 namespace ovs {
@@ -45,7 +46,7 @@ void Win32MailEngines::Start() {
     return AutomationObject::IsRegistered(progId) ? Text(progId) : Text(u"built-in engine");
   };
   Debug::dLog(kNoProc, u"Mail engines: " + serves(ChilkatMailer::kProgId) + u"; system message object " +
-                           serves(CdoMailer::kProgId) + u"; archives " + serves(ChilkatZip::kProgId));
+                           serves(CdoMailer::kProgId) + u"; archives " + serves(ckZip::kProgId));
 }
 
 // The apartment is that of the thread that sends. What is made in it must end before the engines do.
@@ -84,8 +85,7 @@ std::unique_ptr<MailComponent> Win32MailEngines::NewSystemMessage() {
 
 std::unique_ptr<ZipArchive> Win32MailEngines::NewZip(TextView unlockCode) {
   return Prefer<ZipArchive>(
-      ChilkatZip::kProgId, [&] { return std::make_unique<ChilkatZip>(unlockCode); },
-      [&] { return builtIn_.NewZip(unlockCode); });
+      ckZip::kProgId, [&] { return std::make_unique<ckZip>(unlockCode); }, [&] { return builtIn_.NewZip(unlockCode); });
 }
 
 }  // namespace
