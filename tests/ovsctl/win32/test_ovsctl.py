@@ -36,10 +36,14 @@ class OvsctlTest(unittest.TestCase):
     def stop_options(self):
         return "--wait", str(LIMIT), "--append-feed", self.box.windows(self.box.feed)
 
-    def status(self, expect):
+    def status(self, expect=None):
         done = self.box.run_command(self.box.command("ovsctl", "status", "--json", "--app", self.box.windows(self.box.app)))
-        self.assertEqual(done.returncode, expect, done.stdout + done.stderr)
+        self.assertEqual(done.returncode, done.returncode if expect is None else expect, done.stdout + done.stderr)
         return json.loads(done.stdout)
+
+    def data_folder(self):
+        folder = self.status()["debugLogs"]["folder"][3:].replace("\\", "/")
+        return (self.box.prefix / "drive_c" / folder).parents[1]
 
     def rules(self):
         return {path.name: path.read_bytes() for path in (self.box.app / "Config" / "Rules").iterdir()}
@@ -94,7 +98,7 @@ class OvsctlTest(unittest.TestCase):
         self.ovsctl("start")
         box.append(lines_of(RECORD))
         box.await_handled(1)
-        folder = pathlib.Path(self.box.prefix / "drive_c" / self.status(0)["debugLogs"]["folder"][3:].replace("\\", "/"))
+        folder = self.data_folder() / "Debug Logs" / "OrvantaEventService"
         folder.mkdir(parents=True, exist_ok=True)
         (folder / "OrvantaEventService (1).log").touch()
         (folder / "notes.txt").touch()
@@ -129,6 +133,19 @@ class OvsctlTest(unittest.TestCase):
         (self.box.app / "family.jpg").touch()
         self.assertIn("family.jpg; put the service into a folder of its own", self.with_app("install", expect=2))
         (self.box.app / "family.jpg").unlink()
+        other = self.box.app.with_name("other name")
+        other.unlink(missing_ok=True)
+        os.link(self.box.app / PROGRAM, other)
+        self.assertIn(f"{PROGRAM} is a file that has another name elsewhere", self.with_app("install", expect=2))
+        other.unlink()
+        if os.geteuid() == 0:  # a folder for the debug logs that somebody else has prepared
+            logs = self.data_folder() / "Debug Logs"
+            logs.mkdir(parents=True, exist_ok=True)
+            os.chown(logs, 65534, 65534)
+            said = self.with_app("install", expect=2)
+            os.chown(logs, 0, 0)
+            self.assertIn("Debug Logs belongs to somebody else than the administrators", said)
+            self.assertNotIn("Service entry", said)
         for arguments, reason in ((["start"], "not installed"), (["stop"], "not installed"), (["uninstall"], "not installed"),
                                   (["install", "--app", self.box.windows(no_program)], "there is no " + PROGRAM),
                                   (["install", "--app", "Z:\\no\\such"], "no such folder"),

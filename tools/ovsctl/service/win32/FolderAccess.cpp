@@ -7,7 +7,9 @@
 #include <memory>
 #include <vector>
 
+#include "base/Numbers.h"
 #include "os/Files.h"
+#include "os/win32/Win32Path.h"
 #include "os/win32/Win32Support.h"
 #include "platform/App_FilePath.h"
 
@@ -15,9 +17,12 @@ namespace ovs::win32 {
 
 namespace {
 
-// Owner: administrators. Full access for them and the system, read and execute for users, for all that is in the folder.
+// Owner: administrators. Full access for them and the system, for all that is in the folder. The users' entry is handed
+// down to folders and not to files.
 constexpr wchar_t kAdministratorsSddl[] = L"O:BAD:P(A;OICI;FA;;;BA)(A;OICI;FA;;;SY)";
-constexpr wchar_t kUsersReadSddl[] = L"O:BAD:P(A;OICI;FA;;;BA)(A;OICI;FA;;;SY)(A;OICI;FRFX;;;BU)";
+constexpr wchar_t kUsersEnterSddl[] = L"O:BAD:P(A;OICI;FA;;;BA)(A;OICI;FA;;;SY)(A;CI;FRFX;;;BU)";
+// In addition to what is handed down.
+constexpr wchar_t kUsersReadSddl[] = L"O:BAD:(A;OICI;FRFX;;;BU)";
 // Administrators, the system, Windows' installer; the creator of something new counts only where others can make it.
 constexpr const wchar_t* kTrusted[] = {L"S-1-5-32-544", L"S-1-5-18",
                                        L"S-1-5-80-956008885-3418522649-1831038044-1853292631-2271478464", L"S-1-3-0"};
@@ -68,6 +73,17 @@ os::Error Apply(TextView path, const OwnerAndList& what, SECURITY_INFORMATION in
                                          nullptr, what.list, nullptr));
 }
 
+// With User Account Control an administrator's files are often his own.
+bool IsOwnUser(PSID who) {
+  HANDLE opened = nullptr;
+  if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, &opened)) return false;
+  const Handle token(opened);
+  alignas(TOKEN_USER) char user[sizeof(TOKEN_USER) + SECURITY_MAX_SID_SIZE];
+  DWORD size = 0;
+  return GetTokenInformation(token.Get(), TokenUser, user, sizeof user, &size) != 0 &&
+         EqualSid(who, reinterpret_cast<TOKEN_USER*>(user)->User.Sid) != 0;
+}
+
 bool IsTrusted(PSID who) {
   for (const wchar_t* const text : kTrusted) {
     PSID known = nullptr;
@@ -110,14 +126,44 @@ os::Error ResetBelow(TextView folder, const OwnerAndList& nothing) {
   return last;
 }
 
-std::optional<Text> FindLinkBelow(TextView folder) {
+// The number of names that the file has.
+os::Error CountNames(TextView path, DWORD& count) {
+  std::wstring name;
+  if (const os::Error error = ExtendedPath(path, name); error.Failed()) return error;
+  const Handle file(CreateFileW(name.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                nullptr, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+  if (!file) return LastError();
+  BY_HANDLE_FILE_INFORMATION info;
+  if (!GetFileInformationByHandle(file.Get(), &info)) return LastError();
+  count = info.nNumberOfLinks;
+  return os::kSuccess;
+}
+
+bool HasTrustedOwner(const OwnerAndList& access) {
+  return access.owner != nullptr && (IsTrusted(access.owner) || IsOwnUser(access.owner));
+}
+
+// What makes this file or folder a trap, as the end of a sentence; none when nothing does.
+std::optional<Text> TrapIn(TextView path, const os::FileInfo& info, Owners owners) {
+  if (IsLink(info)) return u" is a link to another place";
+  DWORD names = 1;
+  OwnerAndList access;
+  os::Error error = info.IsDirectory() ? os::kSuccess : CountNames(path, names);
+  if (error.Ok() && owners == Owners::Trusted) error = Of(path, access);
+  if (error.Failed()) return u" cannot be looked at (error " + NumberText(std::int64_t{error.Number()}) + u")";
+  if (names > 1) return u" is a file that has another name elsewhere (a hard link)";
+  if (owners == Owners::Trusted && !HasTrustedOwner(access)) return u" belongs to somebody else than the administrators";
+  return std::nullopt;
+}
+
+std::optional<Text> FindTrapBelow(TextView folder, Owners owners) {
   std::vector<os::DirEntry> entries;
-  os::SystemFiles().List(folder, entries).Ignore();
+  if (os::SystemFiles().List(folder, entries).Failed()) return Text(folder) + u" cannot be listed";
   for (const os::DirEntry& entry : entries) {
     const Text path = App_FilePath::JoinPath(folder, entry.name);
-    if (IsLink(entry.info)) return path;
+    if (const auto trap = TrapIn(path, entry.info, owners)) return path + *trap;
     if (!entry.info.IsDirectory()) continue;
-    if (std::optional<Text> found = FindLinkBelow(path)) return found;
+    if (std::optional<Text> found = FindTrapBelow(path, owners)) return found;
   }
   return std::nullopt;
 }
@@ -130,7 +176,7 @@ bool OthersMay(TextView path, DWORD rights, bool inheritedToo) {
 }  // namespace
 
 Text ListOf(FolderAccess access) {
-  return FromWide(access == FolderAccess::Administrators ? kAdministratorsSddl : kUsersReadSddl);
+  return FromWide(access == FolderAccess::Administrators ? kAdministratorsSddl : kUsersEnterSddl);
 }
 
 os::Error ProtectFolder(TextView folder, FolderAccess access) {
@@ -142,10 +188,19 @@ os::Error ProtectFolder(TextView folder, FolderAccess access) {
   return error.Failed() ? error : ResetBelow(folder, nothing);
 }
 
-std::optional<Text> FindLink(TextView folder) {
+os::Error LetUsersRead(TextView path) {
+  OwnerAndList list;
+  if (const os::Error error = FromSddl(kUsersReadSddl, list); error.Failed()) return error;
+  return Apply(path, list, UNPROTECTED_DACL_SECURITY_INFORMATION);
+}
+
+std::optional<Text> FindTrap(TextView folder, Owners owners) {
   os::FileInfo info;
-  if (os::SystemFiles().Info(folder, info).Ok() && IsLink(info)) return Text(folder);
-  return FindLinkBelow(folder);
+  const os::Error error = os::SystemFiles().Info(folder, info);
+  if (error.IsNotFound()) return std::nullopt;
+  if (error.Failed()) return Text(folder) + u" cannot be looked at";
+  if (const auto trap = TrapIn(folder, info, owners)) return Text(folder) + *trap;
+  return FindTrapBelow(folder, owners);
 }
 
 bool ListLetsOthersChange(TextView sddl) {
@@ -155,6 +210,10 @@ bool ListLetsOthersChange(TextView sddl) {
 bool ListLetsOthersReplace(TextView sddl) {
   OwnerAndList access;
   return FromSddl(ToWide(sddl).c_str(), access).Failed() || OthersHave(access, kReplacing, false);
+}
+bool ListHasTrustedOwner(TextView sddl) {
+  OwnerAndList access;
+  return FromSddl(ToWide(sddl).c_str(), access).Ok() && HasTrustedOwner(access);
 }
 bool OthersMayChange(TextView path) { return OthersMay(path, kChanging, true); }
 bool OthersMayReplaceIn(TextView folder) { return OthersMay(folder, kReplacing, false); }

@@ -37,7 +37,9 @@ constexpr DWORD kDay = 24 * 60 * 60;
 class Installer {
  public:
   explicit Installer(Installation& installation)
-      : installation_(installation), folder_(installation.Environment().ApplicationFolder()) {}
+      : installation_(installation),
+        folder_(installation.Environment().ApplicationFolder()),
+        dataFolder_(App_Strings::StripTrailingBackslash(installation.Environment().DataFolder())) {}
 
   int Run();
 
@@ -51,11 +53,13 @@ class Installer {
 
   [[nodiscard]] bool MayBegin();
   [[nodiscard]] bool IsOwnFolder();
+  [[nodiscard]] static bool HoldsNoTrap(TextView folder, Owners owners);
   void LookAtEventLog();
   void LookAtFoldersAbove();
   [[nodiscard]] bool MakeEntry();
   [[nodiscard]] bool DescribeEntry();
   [[nodiscard]] bool MakeEventSource();
+  [[nodiscard]] bool Protect(TextView folder, FolderAccess access);
   [[nodiscard]] bool ProtectApplication();
   [[nodiscard]] bool ProtectConfig();
   [[nodiscard]] bool ProtectData();
@@ -68,6 +72,7 @@ class Installer {
 
   Installation& installation_;
   Text folder_;
+  Text dataFolder_;
   ServiceHandle manager_;
   ServiceHandle service_;
   bool othersCouldWrite_ = false;
@@ -101,13 +106,9 @@ bool Installer::MayBegin() {
                                     "; put ovsctl beside it, or name its folder with --app"));
     return false;
   }
-  if (const std::optional<Text> link = FindLink(folder_)) {
-    static_cast<void>(Console::Fail(Shown(*link) + " is a link to another place, which cannot be protected; remove it"));
-    return false;
-  }
-  othersCouldWrite_ =
-      OthersMayChange(App_Strings::StripTrailingBackslash(folder_)) || OthersMayChange(folder_ + Text(kServiceProgram));
-  if (othersCouldWrite_ && !IsOwnFolder()) return false;
+  const Text folder = App_Strings::StripTrailingBackslash(folder_);
+  if (!HoldsNoTrap(folder, Owners::Anybody) || !HoldsNoTrap(dataFolder_, Owners::Trusted) || !IsOwnFolder()) return false;
+  othersCouldWrite_ = OthersMayChange(folder) || OthersMayChange(folder_ + Text(kServiceProgram));
   const os::Error error = OpenManager(SC_MANAGER_CONNECT | SC_MANAGER_CREATE_SERVICE, manager_);
   if (error.Failed()) static_cast<void>(FailAt("the service cannot be installed", error));
   return error.Ok();
@@ -126,10 +127,17 @@ bool Installer::IsOwnFolder() {
     return std::ranges::none_of(kOwn, [&](TextView mask) { return MatchesMask(entry.name, mask); });
   });
   if (foreign == entries.end()) return true;
-  static_cast<void>(Console::Fail("others may change " + Shown(folder_) + ", and it holds more than the service, such as " +
-                                  Shown(foreign->name) +
+  static_cast<void>(Console::Fail(Shown(folder_) + " holds more than the service, such as " + Shown(foreign->name) +
                                   "; put the service into a folder of its own, such as C:\\Program Files\\Orvanta"));
   return false;
+}
+
+// A link or a second name of a file would lead permissions and writing somewhere else. The data folder is to be made by
+// whoever is trusted: its maker keeps what he opened.
+bool Installer::HoldsNoTrap(TextView folder, Owners owners) {
+  const std::optional<Text> trap = FindTrap(folder, owners);
+  if (trap) static_cast<void>(Console::Fail(Shown(*trap) + "; it cannot be protected, remove it and install again"));
+  return !trap;
 }
 
 // The service waits for that one when the machine starts; installing does not need it.
@@ -181,16 +189,24 @@ bool Installer::MakeEventSource() {
   return true;
 }
 
+// Looked through once more when nobody can add anything.
+bool Installer::Protect(TextView folder, FolderAccess access) {
+  if (const os::Error error = ProtectFolder(folder, access); error.Failed()) return Fail(error);
+  return HoldsNoTrap(folder, Owners::Anybody) || Fail(os::Error(ERROR_CANT_ACCESS_FILE));
+}
+
+// Logs and settings hold what is not for everybody, so files are closed unless they are named here.
 bool Installer::ProtectApplication() {
-  const Text folder = App_Strings::StripTrailingBackslash(folder_);
-  if (!othersCouldWrite_) {
-    Console::Print("Application folder: only administrators can change it already.");
-    return true;
+  if (!Protect(App_Strings::StripTrailingBackslash(folder_), FolderAccess::AdministratorsUsersEnter)) return false;
+  std::vector<os::DirEntry> entries;
+  os::Error error = installation_.FileSystem().Files().List(folder_, entries);
+  for (const os::DirEntry& entry : entries) {
+    const bool isForUsers = MatchesMask(entry.name, u"*.exe;*.md;LICENSE*;docs");
+    if (error.Ok() && isForUsers) error = LetUsersRead(folder_ + entry.name);
   }
-  const os::Error error = ProtectFolder(folder, FolderAccess::AdministratorsUsersRead);
   if (error.Failed()) return Fail(error);
-  Console::Print(
-      "Application folder: others could change it; now administrators and the system can, users may read and run.");
+  Console::Print(std::string("Application folder: ") + (othersCouldWrite_ ? "others could change it; now " : "") +
+                 "administrators and the system can change it, users may run its programs.");
   return true;
 }
 
@@ -200,7 +216,7 @@ bool Installer::ProtectConfig() {
   if (!installation_.FileSystem().EnsureDirExists(settings.rulesFolder, reason)) return Fail(os::Error(reason));
   // Set on both, so that it holds for the rules wherever they are moved.
   for (const Text& folder : {folder_ + u"Config", settings.rulesFolder}) {
-    if (const os::Error error = ProtectFolder(folder, FolderAccess::Administrators); error.Failed()) return Fail(error);
+    if (!Protect(folder, FolderAccess::Administrators)) return false;
   }
   Console::Print("Config and Config\\Rules: open to administrators and the system alone.");
   return true;
@@ -208,15 +224,10 @@ bool Installer::ProtectConfig() {
 
 // Everybody may make folders in the machine's data folder, and lead what the service writes somewhere else by a link.
 bool Installer::ProtectData() {
-  const Text folder = App_Strings::StripTrailingBackslash(installation_.Environment().DataFolder());
   std::uint32_t reason = 0;
-  if (!installation_.FileSystem().EnsureDirExists(folder, reason)) return Fail(os::Error(reason));
-  if (const std::optional<Text> link = FindLink(folder)) {
-    Console::Say("Remove " + Shown(*link) + ", which is a link to another place, and install again.");
-    return Fail(os::Error(ERROR_CANT_ACCESS_FILE));
-  }
-  if (const os::Error error = ProtectFolder(folder, FolderAccess::Administrators); error.Failed()) return Fail(error);
-  Console::Print("Debug logs: " + Shown(folder) + ", open to administrators and the system alone.");
+  if (!installation_.FileSystem().EnsureDirExists(dataFolder_, reason)) return Fail(os::Error(reason));
+  if (!Protect(dataFolder_, FolderAccess::Administrators)) return false;
+  Console::Print("Debug logs: " + Shown(dataFolder_) + ", open to administrators and the system alone.");
   return true;
 }
 
