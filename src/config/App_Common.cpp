@@ -12,6 +12,8 @@ namespace {
 // The limit and the number in the message differ on purpose: the message is the known one.
 constexpr std::size_t kLongestNarrowPath = 259;
 constexpr std::size_t kMaxNotedPaths = 4096;
+// The service reads one file by its keys; the bound is for tools.
+constexpr std::size_t kMaxLast = 16;
 
 }  // namespace
 
@@ -38,7 +40,7 @@ Text App_Common::ReadINI(TextView sFile, TextView sSection, TextView sKey) {
   return proc.Run(Text(), [&] {
     NoteWideFormat(proc, sFile);
     PlainIni content;
-    if (LoadIni(sFile, content) != IniLoad::Ok) return Text();
+    LoadIniOrLast(sFile, content);
     return ProfileValue(content.RawValue(sSection, sKey).value_or(TextView()));
   });
 }
@@ -58,7 +60,7 @@ IniLoad App_Common::LoadIni(TextView sFile, PlainIni& out) {
   std::string bytes;
   const ReadOutcome outcome = ReadFileBytes(files_, sFile, bytes);
   if (outcome == ReadOutcome::Missing) {
-    problems_.Clear(sFile);
+    problems_.Gone(sFile);
     return IniLoad::Missing;
   }
   if (outcome != ReadOutcome::Ok) {
@@ -70,9 +72,37 @@ IniLoad App_Common::LoadIni(TextView sFile, PlainIni& out) {
     problems_.Report(FileKind::SettingsFile, sFile, u"it is not text (it holds NUL characters)");
     return IniLoad::Unusable;
   }
-  problems_.Clear(sFile);
+  problems_.Usable(sFile);
   out = PlainIni(std::move(text));
   return IniLoad::Ok;
+}
+
+IniLoad App_Common::LoadIniOrLast(TextView sFile, PlainIni& out) {
+  PlainIni content;
+  const IniLoad load = LoadIni(sFile, content);
+  if (load != IniLoad::Refused) {
+    KeepLast(sFile, load, content);
+  } else if (const auto last = last_.find(sFile); last != last_.end()) {
+    content = last->second;
+  }
+  out = std::move(content);
+  return load;
+}
+
+void App_Common::KeepLast(TextView sFile, IniLoad load, const PlainIni& content) {
+  const auto last = last_.find(sFile);
+  if (load != IniLoad::Ok) {
+    if (last != last_.end()) last_.erase(last);
+    return;
+  }
+  // Taken over whole or not at all, whatever memory there is.
+  PlainIni copy = content;
+  if (last != last_.end()) {
+    last->second = std::move(copy);
+    return;
+  }
+  if (last_.size() >= kMaxLast) last_.clear();
+  last_.emplace(sFile, std::move(copy));
 }
 
 }  // namespace ovs

@@ -1,6 +1,7 @@
 // The plain INI reader: one key of an ordinary section-and-key file, read anew on every use.
 #pragma once
 
+#include <map>
 #include <set>
 
 #include "base/Text.h"
@@ -24,7 +25,8 @@ class App_Common {
   explicit App_Common(os::Files& files) : files_(files) {}
 
   // The value of the key, or an empty text when the file, the section or the key is missing, the value is empty or the
-  // file is unusable. Outer blanks and quotes around the whole value are removed. Never fails to the caller.
+  // file is unusable. Outer blanks and quotes around the whole value are removed. Never fails to the caller. The file is
+  // read by LoadIniOrLast.
   Text ReadINI(TextView sFile, TextView sSection, TextView sKey);
 
   // The same out of a file that LoadIni has read; `sFile` is only named in traces.
@@ -42,16 +44,23 @@ class App_Common {
 
   // Reads a file once for many keys. An unusable file is reported once, until it can be used again or its reason changes.
   IniLoad LoadIni(TextView sFile, PlainIni& out);
+  // The same; a failed read is no edit: when the system refuses, `out` becomes what this function read of the file last, if
+  // it ever did. A file that is missing or unusable leaves `out` without keys.
+  IniLoad LoadIniOrLast(TextView sFile, PlainIni& out);
+  // A file that was read here is gone from its folder, so that nobody will ask for it again.
+  void Gone(TextView sFile) { problems_.Gone(sFile); }
 
   // Of the files that were read here.
   [[nodiscard]] const FileProblems& Problems() const { return problems_; }
 
  private:
   void NoteWideFormat(class Proc& proc, TextView sFile);
+  void KeepLast(TextView sFile, IniLoad load, const PlainIni& content);
 
   os::Files& files_;
   FileProblems problems_;
-  std::set<Text, std::less<>> notedPaths_;  // whose wide-format note was written
+  std::map<Text, PlainIni, std::less<>> last_;  // what LoadIniOrLast read
+  std::set<Text, std::less<>> notedPaths_;      // whose wide-format note was written
 };
 
 }  // namespace ovs

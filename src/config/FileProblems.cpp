@@ -6,23 +6,23 @@ namespace ovs {
 
 namespace {
 
-TextView Complaint(FileKind kind) {
+TextView ActionOn(FileKind kind) {
   switch (kind) {
     case FileKind::SettingsFile:
-      return u"Cannot use settings file";
+      return u"use settings file";
     case FileKind::RuleFile:
-      return u"Cannot use rule file";
+      return u"use rule file";
     case FileKind::ExclusionList:
-      return u"Cannot use exclusion list";
+      return u"use exclusion list";
     case FileKind::RulesFolder:
-      return u"Cannot list rules folder";
+      return u"list rules folder";
   }
   return {};
 }
 
 }  // namespace
 
-Text FileProblem::Sentence() const { return Text(Complaint(kind)) + u" [" + path + u"]: " + reason; }
+Text FileProblem::Sentence() const { return u"Cannot " + Text(ActionOn(kind)) + u" [" + path + u"]: " + reason; }
 
 void FileProblems::Report(FileKind kind, TextView path, TextView reason) {
   const auto known = byPath_.find(path);
@@ -32,10 +32,22 @@ void FileProblems::Report(FileKind kind, TextView path, TextView reason) {
   Debug::dLog(kNoProc, FileProblem{kind, Text(path), Text(reason)}.Sentence());
 }
 
-void FileProblems::Clear(TextView path) {
-  if (byPath_.empty()) return;
-  const auto known = byPath_.find(path);
-  if (known != byPath_.end()) byPath_.erase(known);
+std::optional<FileProblems::Known> FileProblems::Take(TextView path) {
+  const auto found = byPath_.find(path);
+  if (found == byPath_.end()) return std::nullopt;
+  Known known = std::move(found->second);
+  byPath_.erase(found);
+  return known;
+}
+
+void FileProblems::Usable(TextView path) {
+  const std::optional<Known> known = Take(path);
+  if (known) Debug::dLog(kNoProc, u"Can " + Text(ActionOn(known->kind)).append(u" [").append(path).append(u"] again"));
+}
+
+void FileProblems::Gone(TextView path) {
+  const std::optional<Known> known = Take(path);
+  if (known) Debug::dLog(kNoProc, FileProblem{known->kind, Text(path), u"it is gone"}.Sentence());
 }
 
 std::vector<FileProblem> FileProblems::Current() const {

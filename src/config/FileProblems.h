@@ -3,6 +3,7 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <vector>
 
 #include "base/Text.h"
@@ -26,9 +27,10 @@ class FileProblems {
  public:
   // Writes the problem's sentence to the debug log unless the same reason was the last one reported for this path.
   void Report(FileKind kind, TextView path, TextView reason);
-  // The file was usable, or is gone.
-  void Clear(TextView path);
-  // In the order of their paths: those that were reported and not cleared since.
+  // These two end what was reported, if anything was, and say so to the debug log: the file can be used again; it is gone.
+  void Usable(TextView path);
+  void Gone(TextView path);
+  // In the order of their paths: those that were reported and have not ended since.
   [[nodiscard]] std::vector<FileProblem> Current() const;
 
  private:
@@ -36,6 +38,9 @@ class FileProblems {
     FileKind kind;
     Text reason;
   };
+  // Takes the path out; none when nothing was reported for it.
+  [[nodiscard]] std::optional<Known> Take(TextView path);
+
   // Bounds the memory against a folder whose files come and go under new names for months.
   static constexpr std::size_t kMaxRemembered = 4096;
   std::map<Text, Known, std::less<>> byPath_;

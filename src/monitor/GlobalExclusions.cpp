@@ -36,17 +36,16 @@ bool GlobalExclusions::IsListName(TextView name) {
   return std::ranges::any_of(kNames, [&](TextView known) { return EqualsFolded(known, name); });
 }
 
-void GlobalExclusions::Forget() {
-  equals_ = {};
-  occurs_.reset();
-}
-
 std::optional<std::vector<Text>> GlobalExclusions::Lines(List list) {
   const Text& path = paths_[list];
   std::vector<Text> lines;
   std::string bytes;
   const ReadOutcome outcome = ReadFileBytes(files_.Files(), path, bytes);
-  if (outcome != ReadOutcome::Ok && outcome != ReadOutcome::Missing) {
+  if (outcome == ReadOutcome::Missing) {
+    problems_.Gone(path);
+    return lines;
+  }
+  if (outcome != ReadOutcome::Ok) {
     problems_.Report(FileKind::ExclusionList, path, DescribeReadOutcome(outcome));
     return outcome == ReadOutcome::Failed ? std::nullopt : std::optional(lines);
   }
@@ -55,37 +54,36 @@ std::optional<std::vector<Text>> GlobalExclusions::Lines(List list) {
     problems_.Report(FileKind::ExclusionList, path, u"it is not text (it holds NUL characters)");
     return lines;
   }
-  problems_.Clear(path);
+  problems_.Usable(path);
   return App_Strings::Split(text, u"\r\n");
 }
 
-std::optional<std::vector<Text>> GlobalExclusions::ReadLines(List list) {
+std::optional<std::vector<Text>> GlobalExclusions::ReadWhenDue(List list) {
+  if (isRead_[list]) return std::nullopt;
   auto lines = Lines(list);
   if (lines) std::erase(*lines, Text());
   return lines;
 }
 
 bool GlobalExclusions::AnyLineEquals(List list, TextView value) {
-  auto& known = equals_[list];
-  if (!known) {
-    const auto lines = ReadLines(list);
-    if (!lines) return false;
-    known.emplace();
-    for (const Text& line : *lines) known->insert(KeyOf(line));
+  if (const auto lines = ReadWhenDue(list)) {
+    std::unordered_set<Text> keys;
+    for (const Text& line : *lines) keys.insert(KeyOf(line));
+    equals_[list] = std::move(keys);
+    isRead_[list] = true;
   }
-  return known->contains(KeyOf(value));
+  return equals_[list].contains(KeyOf(value));
 }
 
 bool GlobalExclusions::AnyLineOccursIn(TextView message) {
-  if (!occurs_) {
-    auto lines = ReadLines(kTexts);
-    if (!lines) return false;
+  if (auto lines = ReadWhenDue(kTexts)) {
     std::vector<TextSet::Member> members;
     KeepDistinct(*lines);
     for (Text& line : *lines) members.push_back({std::move(line)});
-    occurs_.emplace(members);
+    occurs_ = TextSet(members);
+    isRead_[kTexts] = true;
   }
-  occurs_->Find(message, 1, scratch_);
+  occurs_.Find(message, 1, scratch_);
   return !scratch_.found.empty();
 }
 

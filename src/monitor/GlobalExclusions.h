@@ -1,7 +1,8 @@
 // The three lists beside the rule files that suppress alerts for all rules at once.
 //
 // Each check is true when the record is excluded. Lines end in CR LF, empty lines are skipped, there are no comments and
-// no wildcards. A list that cannot be read excludes nothing and is reported.
+// no wildcards. A list that the system refuses to read is reported and goes on excluding by the lines that were read last;
+// one that was never read excludes nothing.
 #pragma once
 
 #include <array>
@@ -25,8 +26,9 @@ class GlobalExclusions {
 
   // A file of this name, in any case, is one of the three.
   [[nodiscard]] static bool IsListName(TextView name);
-  // Each list is read when it is needed for the first time after this call, and kept.
-  void Forget();
+  // Each list is read when it is needed for the first time after this call, and kept; one that is refused is tried each
+  // time.
+  void LookAgain() { isRead_ = {}; }
 
   // A line equals the event code, trimmed and without regard to case.
   [[nodiscard]] bool CheckGlobalEventIDEx(TextView eventCode);
@@ -51,16 +53,17 @@ class GlobalExclusions {
   [[nodiscard]] std::optional<Line> LineThatExcludes(List list, TextView value);
 
  private:
-  // The lines that count.
-  [[nodiscard]] std::optional<std::vector<Text>> ReadLines(List list);
+  // The lines that count; none when what is known of the list is to go on serving.
+  [[nodiscard]] std::optional<std::vector<Text>> ReadWhenDue(List list);
   [[nodiscard]] bool AnyLineEquals(List list, TextView value);
   [[nodiscard]] bool AnyLineOccursIn(TextView message);
 
   App_FileSystem& files_;
   FileProblems& problems_;
   std::array<Text, kListCount> paths_;
-  std::array<std::optional<std::unordered_set<Text>>, 2> equals_;  // folded and trimmed
-  std::optional<TextSet> occurs_;
+  std::array<bool, kListCount> isRead_{};
+  std::array<std::unordered_set<Text>, 2> equals_;  // folded and trimmed
+  TextSet occurs_;
   TextSet::Scratch scratch_;
 };
 

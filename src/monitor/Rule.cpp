@@ -63,15 +63,17 @@ std::optional<RuleCondition> FirstFailedCondition(RuleReader& rule, const EventR
 }
 
 IniLoad LoadRuleFile(App_Common& ini, FileProblems& problems, TextView path, PlainIni& out) {
-  out = {};
-  const IniLoad outcome = ini.LoadIni(path, out);
+  PlainIni content;
+  const IniLoad outcome = ini.LoadIni(path, content);
+  if (outcome == IniLoad::Refused) return outcome;
+  out = std::move(content);
   if (outcome == IniLoad::Missing) problems.Report(FileKind::RuleFile, path, u"it disappeared before it could be read");
   if (outcome != IniLoad::Ok) return outcome;
   if (!out.HasSection(RuleSettings::kLogs[0].section)) {
     problems.Report(FileKind::RuleFile, path, u"it has no section [LogFile], so it can never match");
     return IniLoad::Unusable;
   }
-  problems.Clear(path);
+  problems.Usable(path);
   return IniLoad::Ok;
 }
 

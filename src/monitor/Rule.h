@@ -42,8 +42,9 @@ enum class RuleCondition { Log, Type, EventID, EventSource, EventDesc, EventDesc
   return !FirstFailedCondition(rule, record);
 }
 
-// Reads a rule file; replaces `out`. A file that cannot be used is reported once, either to `problems` or to those of `ini`.
-// Ok only when a record can match: a file without a section [LogFile] counts as unusable.
+// Reads a rule file; replaces `out`, which a refusal of the system leaves as it was. A file that cannot be used is reported
+// once, either to `problems` or to those of `ini`. Ok only when a record can match: a file without a section [LogFile]
+// counts as unusable.
 [[nodiscard]] IniLoad LoadRuleFile(App_Common& ini, FileProblems& problems, TextView path, PlainIni& out);
 
 // A rule file that was read: all its keys are of one moment. What it is made of must outlive it.

@@ -47,7 +47,7 @@ void RuleBook::Refresh() {
   const RuleTiming::Step step = timing_.Next(now, News());
   const bool hasNews = step == RuleTiming::Step::AskForNews && watch_->Take() != os::FolderNews::None;
   if (step == RuleTiming::Step::LookAtAll || hasNews) LookAtAll();
-  if (timing_.RetryIsDue(now, anyRefused_)) RetryRefused();
+  if (timing_.RetryIsDue(now, mustRead_)) RetryRefused();
 }
 
 void RuleBook::LookAtAll() {
@@ -79,24 +79,27 @@ bool RuleBook::LookAtSettings() {
   bool changed = false;
   const os::Error error = configFolder_.Look(changed);
   if (error.Ok() && !changed) return true;
-  PlainIni content;
-  const IniLoad load = parts_.ini.LoadIni(settings_.configIniPath, content);
-  mainSettings_ = std::move(content);
+  const IniLoad load = parts_.ini.LoadIniOrLast(settings_.configIniPath, mainSettings_);
+  // A file that was there when the folder was looked at and is not now may be back as it was.
+  const bool isRead = load != IniLoad::Refused && (load != IniLoad::Missing || configFolder_.Entries().empty());
   // The next look has to find the file new, though it may not have changed by then.
-  if (load == IniLoad::Refused) configFolder_.Forget();
-  return error.Ok() && load != IniLoad::Refused;
+  if (!isRead) configFolder_.Forget();
+  return error.Ok() && isRead;
 }
 
 bool RuleBook::LookAtRules() {
   bool changed = false;
   if (const os::Error error = rulesFolder_.Look(changed); error.Failed()) {
-    // The rules that are known go on serving.
     problems_.Report(FileKind::RulesFolder, settings_.rulesFolder, DescribeReadOutcome({ReadOutcome::Failed, error}));
     return false;
   }
-  problems_.Clear(settings_.rulesFolder);
+  if (rulesFolder_.FolderExists()) {
+    problems_.Usable(settings_.rulesFolder);
+  } else {
+    problems_.Report(FileKind::RulesFolder, settings_.rulesFolder, u"Path does not exist!");
+  }
   if (changed) {
-    exclusions_.Forget();
+    exclusions_.LookAgain();
     ReadChangedRules();
   }
   return true;
@@ -107,30 +110,35 @@ void RuleBook::ReadChangedRules() {
   for (Known& known : rules_) before.emplace(TextView(known.rule.path).substr(settings_.rulesFolder.size() + 1), &known);
   std::vector<Known> now;
   bool changed = mustBuild_;
-  bool anyRefused = false;
+  bool mustRead = false;
   for (const FolderLook::Entry& entry : rulesFolder_.Entries()) {
     if (!IsRuleFile(entry.name)) continue;
     const auto found = before.extract(entry.name);
     const bool isKnown = !found.empty();
-    Known known = isKnown ? *found.mapped() : Known{{settings_.rulesFolder + u"\\" + entry.name, {}, true}, {}, false};
-    if (entry.isNew || known.refused) changed = Load(known) || changed;
+    Known known = isKnown ? *found.mapped() : Known{{settings_.rulesFolder + u"\\" + entry.name, {}}, {}};
+    if (entry.isNew || known.mustRead) changed = Load(known) || changed;
     changed = changed || !isKnown || now.size() >= rules_.size() || rules_[now.size()].rule.path != known.rule.path;
-    anyRefused = anyRefused || known.refused;
+    mustRead = mustRead || known.mustRead;
     now.push_back(std::move(known));
   }
   changed = changed || now.size() != rules_.size();
-  for (const auto& [name, known] : before) problems_.Clear(known->rule.path);
+  for (const auto& [name, known] : before) {
+    problems_.Gone(known->rule.path);
+    parts_.ini.Gone(known->rule.path);
+  }
   // Both change or none does: the index knows the rules by their numbers.
   if (changed) index_ = IndexOf(now);
   rules_ = std::move(now);
-  anyRefused_ = anyRefused;
+  mustRead_ = mustRead;
   mustBuild_ = false;
 }
 
-// Reads the file; true when the rule means something else than before. A file that cannot be used matches nothing.
+// Reads the file; true when the rule means something else than before. A file that cannot be used matches nothing; one that
+// has just gone may be back as it was.
 bool RuleBook::Load(Known& known) {
   const IniLoad outcome = LoadRuleFile(parts_.ini, problems_, known.rule.path, known.rule.content);
-  known.refused = outcome == IniLoad::Refused;
+  known.mustRead = outcome == IniLoad::Refused || outcome == IniLoad::Missing;
+  if (outcome == IniLoad::Refused) return false;
   known.rule.usable = outcome == IniLoad::Ok;
   RuleConditions conditions = outcome == IniLoad::Ok ? ConditionsOf(known.rule.content) : RuleConditions();
   const bool changed = conditions != known.conditions;
@@ -140,18 +148,20 @@ bool RuleBook::Load(Known& known) {
 
 void RuleBook::RetryRefused() {
   Proc proc(u"RuleBook", u"RetryRefused", ProcKind::Sub);
+  const std::uint64_t start = parts_.clock.Milliseconds();
   bool finished = false;
   proc.Run([&] {
-    bool anyRefused = false;
+    bool mustRead = false;
     for (Known& known : rules_) {
-      if (known.refused) mustBuild_ = Load(known) || mustBuild_;
-      anyRefused = anyRefused || known.refused;
+      if (known.mustRead) mustBuild_ = Load(known) || mustBuild_;
+      mustRead = mustRead || known.mustRead;
     }
     if (mustBuild_) index_ = IndexOf(rules_);
     mustBuild_ = false;
-    anyRefused_ = anyRefused;
+    mustRead_ = mustRead;
     finished = true;
   });
+  timing_.Retried(start, parts_.clock.Milliseconds());
   if (finished) return;
   ForgetLooks();
   timing_.LookAgain();

@@ -39,12 +39,13 @@ class RuleBook {
   struct Rule {
     Text path;  // as it is spelled on disk
     PlainIni content;
-    bool usable = true;  // false: the file was reported and matches nothing
+    bool usable = false;  // false: the file was reported and matches nothing
   };
 
   RuleBook(const RuleBookParts& parts, const MonitorSettings& settings);
 
-  // Errors are reported; what was known before them goes on serving.
+  // Errors are reported. A failed read is no edit: what the system refuses to show or to read goes on serving as it was read
+  // last, and is tried again. A file that is gone is gone, and an empty file is empty.
   void Refresh();
 
   // Fills scratch.rules with the numbers of the rules that may match (see RuleIndex) and tells which kinds the record may be
@@ -67,7 +68,7 @@ class RuleBook {
   struct Known {
     Rule rule;
     RuleConditions conditions;
-    bool refused = false;  // the system would not let it be read; tried again
+    bool mustRead = false;  // the file is there, but the last try to read it failed; the rule is what was read before
   };
 
   [[nodiscard]] RuleTiming::News News() const;
@@ -92,7 +93,7 @@ class RuleBook {
   std::vector<Known> rules_;  // in the order of the folder
   RuleIndex index_;
   bool mustBuild_ = false;  // a rule has changed and the index does not know
-  bool anyRefused_ = false;
+  bool mustRead_ = false;   // some rule is to be read again
 };
 
 }  // namespace ovs

@@ -10,7 +10,8 @@ namespace ovs {
 // look, so that looking takes no more than a tenth of the time, but at least 50 ms and never more than a second. Between the
 // looks the folders' news are asked for. A look or a file that the system refused may be a moment's trouble and is tried
 // again with the next records; but trouble that lasts, such as a share that is away, must not cost every record its time, so
-// after three tries it is tried once a window.
+// after three tries it is tried once a window, which for single files is that of their last try. A window begins when what
+// it follows has ended.
 class RuleTiming {
  public:
   static constexpr std::uint64_t kShortestWindow = 50;  // milliseconds
@@ -28,7 +29,7 @@ class RuleTiming {
 
   // The step to take before a record is handled.
   [[nodiscard]] Step Next(std::uint64_t now, News news) {
-    if (mustLook_ ? looks_.MayTry(now, window_) : now - looks_.last >= window_) return Step::LookAtAll;
+    if (mustLook_ ? looks_.MayTry(now) : looks_.WindowIsOver(now)) return Step::LookAtAll;
     if (news == News::None || (news == News::Slow && now == lastAsked_)) return Step::Nothing;
     lastAsked_ = now;
     return Step::AskForNews;
@@ -36,39 +37,42 @@ class RuleTiming {
 
   // Everything was looked at; `complete` unless part of it was refused.
   void Looked(std::uint64_t start, std::uint64_t end, bool complete) {
-    looks_.failed = complete ? 0 : looks_.failed + 1;
-    looks_.last = end;
+    looks_.Tried(start, end, complete);
     mustLook_ = !complete;
-    const std::uint64_t cost = std::min(end - start, kLongestWindow);
-    window_ = std::clamp(cost * kWindowPerCost, kShortestWindow, kLongestWindow);
   }
 
   // The last look counts no longer.
   void LookAgain() { mustLook_ = true; }
 
-  // Whether single files that were refused are to be tried before this record. The caller tries them when told so.
+  // Whether single files that were refused are to be tried before this record.
   [[nodiscard]] bool RetryIsDue(std::uint64_t now, bool anyRefused) {
-    if (!anyRefused) retries_.failed = 0;
-    if (!anyRefused || !retries_.MayTry(now, window_)) return false;
-    ++retries_.failed;
-    retries_.last = now;
-    return true;
+    if (!anyRefused) retries_ = {};
+    return anyRefused && retries_.MayTry(now);
   }
+  // They were tried, with whatever success.
+  void Retried(std::uint64_t start, std::uint64_t end) { retries_.Tried(start, end, false); }
 
  private:
-  struct Tries {
-    int failed = 0;  // in a row
-    std::uint64_t last = 0;
-
-    [[nodiscard]] bool MayTry(std::uint64_t now, std::uint64_t window) const {
-      return failed < kTriesAtOnce || now - last >= window;
+  class Tries {
+   public:
+    void Tried(std::uint64_t start, std::uint64_t end, bool worked) {
+      failed_ = worked ? 0 : std::min(failed_ + 1, kTriesAtOnce);
+      last_ = end;
+      const std::uint64_t cost = std::min(end - start, kLongestWindow);
+      window_ = std::clamp(cost * kWindowPerCost, kShortestWindow, kLongestWindow);
     }
+    [[nodiscard]] bool WindowIsOver(std::uint64_t now) const { return now - last_ >= window_; }
+    [[nodiscard]] bool MayTry(std::uint64_t now) const { return failed_ < kTriesAtOnce || WindowIsOver(now); }
+
+   private:
+    int failed_ = 0;  // in a row
+    std::uint64_t last_ = 0;
+    std::uint64_t window_ = 0;
   };
 
   Tries looks_;
   Tries retries_;
   std::uint64_t lastAsked_ = 0;
-  std::uint64_t window_ = 0;
   bool mustLook_ = true;
 };
 

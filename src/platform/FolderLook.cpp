@@ -27,9 +27,11 @@ bool FolderLook::IsYoung(const os::FileStamp& stamp) const {
   return isNear(stamp.modified) || isNear(stamp.changed);
 }
 
-os::Error FolderLook::List(std::vector<Entry>& out) {
+os::Error FolderLook::List(std::vector<Entry>& out, bool& exists) {
   std::vector<os::DirEntry> entries;
-  if (const os::Error error = files_.List(folder_, entries); error.Failed()) {
+  const os::Error error = files_.List(folder_, entries);
+  exists = error.Ok();
+  if (error.Failed()) {
     if (!error.IsNotFound() && error != SystemError::kNotADirectory) return error;
     entries.clear();
   }
@@ -44,7 +46,8 @@ os::Error FolderLook::List(std::vector<Entry>& out) {
 
 os::Error FolderLook::Look(bool& changed) {
   std::vector<Entry> found;
-  if (const os::Error error = List(found); error.Failed()) return error;
+  bool exists = false;
+  if (const os::Error error = List(found, exists); error.Failed()) return error;
   std::unordered_map<TextView, const Entry*> before;
   const bool sameOrder = std::ranges::equal(found, entries_, {}, &Entry::name, &Entry::name);
   if (!sameOrder) {
@@ -62,6 +65,7 @@ os::Error FolderLook::Look(bool& changed) {
     changed = changed || found[i].isNew;
   }
   looked_ = true;
+  exists_ = exists;
   entries_ = std::move(found);
   return os::kSuccess;
 }

@@ -32,11 +32,13 @@ class FolderLook {
   }
 
   [[nodiscard]] const Text& Folder() const { return folder_; }
+  // As the last look that did not fail found it.
+  [[nodiscard]] bool FolderExists() const { return exists_; }
   [[nodiscard]] const std::vector<Entry>& Entries() const { return entries_; }
 
  private:
   [[nodiscard]] bool IsYoung(const os::FileStamp& stamp) const;
-  os::Error List(std::vector<Entry>& out);
+  os::Error List(std::vector<Entry>& out, bool& exists);
 
   os::Files& files_;
   os::Clock& clock_;
@@ -44,6 +46,7 @@ class FolderLook {
   std::function<bool(TextView name)> isWanted_;
   std::vector<Entry> entries_;
   bool looked_ = false;
+  bool exists_ = false;
 };
 
 }  // namespace ovs

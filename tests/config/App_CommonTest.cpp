@@ -96,13 +96,15 @@ TEST_F(AppCommonTest, AnUnusableFileIsReportedOnceForEachReason) {
   EXPECT_EQ(EntriesWith(u"too large"), 1u);
   EXPECT_EQ(Read("[s]\nk=v\n"s + std::string(kMaxTextFileBytes - 8, ' ')), u"v");
   files.FailPath(u"orvanta", os::Error(5));
-  EXPECT_EQ(ReadFrom(kFile), u"");
-  EXPECT_EQ(ReadFrom(kFile), u"");
+  EXPECT_EQ(Read("[s]\nk=w"), u"v") << "a failed read is no edit";
+  EXPECT_EQ(ReadFrom(kFile), u"v");
   EXPECT_EQ(EntriesWith(u"refuses to read it [5="), 1u);
   files.Heal();
-  EXPECT_EQ(ReadFrom(kFile), u"v");
+  EXPECT_EQ(ReadFrom(kFile), u"w");
+  EXPECT_EQ(EntriesWith(u"Can use settings file [C:\\App\\Orvanta.ini] again"), 2u);
+  EXPECT_EQ(Read(""), u"");
   files.FailPath(u"orvanta", os::Error(5));
-  EXPECT_EQ(ReadFrom(kFile), u"");
+  EXPECT_EQ(ReadFrom(kFile), u"") << "an empty file is empty";
   EXPECT_EQ(EntriesWith(u"refuses to read it [5="), 2u);
   files.Heal();
   memory.Delete(kFile).Ignore();
@@ -118,6 +120,9 @@ TEST_F(AppCommonTest, NoCallThatFailsEscapes) {
   const std::uint64_t callsOfOneRead = files.Calls();
   ASSERT_GE(callsOfOneRead, 3u);
   for (std::uint64_t nth = 1; nth <= callsOfOneRead; ++nth) {
+    memory.Delete(kFile).Ignore();
+    EXPECT_EQ(ReadFrom(kFile), u"") << "a file that is gone is gone";
+    Put(kFile, "[s]\nk=v");
     files.FailCall(nth, os::Error(32));
     EXPECT_EQ(ReadFrom(kFile), u"") << nth;
     files.Heal();

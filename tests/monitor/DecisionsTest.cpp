@@ -2,6 +2,7 @@
 // come to the same alerts.
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <random>
 
 #include "base/App_Strings.h"
@@ -58,8 +59,9 @@ struct Case {
   const char* name;
   EventRecord record;
   Names alerts;
-  Change change = [](MonitorFolder&) {};   // after another record was handled
-  Change prepare = [](MonitorFolder&) {};  // before the first look at the files
+  Change change = {};                // after another record was handled
+  Change prepare = {};               // before the first look at the files
+  std::optional<Names> healed = {};  // of the same record when nothing is refused any more; as before unless given
 };
 
 Change Refuse(TextView part) {
@@ -83,9 +85,20 @@ void RemoveRulesFolder(MonitorFolder& folder) {
   EXPECT_TRUE(folder.disk.RemoveDir(u"C:\\App\\Config\\Rules").Ok());
 }
 
-void EditAndRefuse(MonitorFolder& folder) {
-  folder.Rule(u"A.DAT", kOpenRule);
-  Refuse(u"A.DAT")(folder);
+// Empties a rule, the list and the settings, and lets nobody see any of it.
+Change EditAndRefuse(TextView part) {
+  return [part](MonitorFolder& folder) {
+    folder.Rule(u"A.DAT", "");
+    folder.Rule(u"GlobalExclusion_EventDesc_List.txt", "");
+    folder.Monitoring("");
+    Refuse(part)(folder);
+  };
+}
+
+void Disappear(MonitorFolder& folder) {
+  folder.DeleteRule(u"A.DAT");
+  folder.DeleteRule(u"GlobalExclusion_EventDesc_List.txt");
+  folder.disk.Delete(u"C:\\App\\Config\\Orvanta.ini").Ignore();
 }
 
 std::vector<Case> Cases() {
@@ -113,7 +126,14 @@ std::vector<Case> Cases() {
       {"rules folder gone, disk event", fakeDisk, disk, RemoveRulesFolder},
       {"rules folder that cannot be listed", error, both, Refuse(u"Config\\Rules")},
       {"rule refused after it was read", error, both, Refuse(u"A.DAT")},
-      {"rule refused since an edit", error, {u"B"}, EditAndRefuse},
+      {"rule refused since an edit", error, both, EditAndRefuse(u"A.DAT"), {}, Names{u"B"}},
+      {"list refused since an edit", ErrorRecord(u"a bad block"), {}, EditAndRefuse(u"EventDesc"), Exclude, Names{u"B"}},
+      {"settings refused since an edit", fakeDisk, disk, EditAndRefuse(u"Orvanta.ini"), {}, Names{u"B"}},
+      {"folders refused since an edit", error, both, EditAndRefuse(u"App\\Config"), {}, Names{u"B"}},
+      {"the same, disk event", fakeDisk, disk, EditAndRefuse(u"App\\Config"), {}, Names{u"B"}},
+      {"the same, excluded", ErrorRecord(u"a bad block"), {}, EditAndRefuse(u"App\\Config"), Exclude, Names{u"B"}},
+      {"all emptied", ErrorRecord(u"a bad block", u"Disk"), {u"B"}, EditAndRefuse(u"nothing"), Exclude},
+      {"all gone", ErrorRecord(u"Harddisk0: a bad block", u"Disk"), {u"B"}, Disappear, Exclude},
       {"rule deleted while the record is handled", ErrorRecord(u"delete B"), both},
       {"list refused after it was read", ErrorRecord(u"a bad block"), {}, Refuse(u"EventDesc"), Exclude},
       {"settings refused after they were read", fakeDisk, disk, Refuse(u"Orvanta.ini")},
@@ -131,12 +151,15 @@ TEST(Decisions, AllWaysAgree) {
       Subject subject(way, [&](MonitorFolder& folder) {
         folder.Monitoring("DiskEvents=1\r\nDiskEventsRuleName=Platte\r\n");
         for (const TextView name : {u"A.DAT", u"B.DAT", u"notes.txt"}) folder.Rule(name, kOpenRule);
-        each.prepare(folder);
+        if (each.prepare) each.prepare(folder);
       });
       static_cast<void>(subject.Handle(ErrorRecord(u"before")));
-      each.change(subject.folder);
+      if (each.change) each.change(subject.folder);
       if (each.record.message == u"delete B") subject.sink.onAlert = [&] { subject.folder.DeleteRule(u"B.DAT"); };
       EXPECT_EQ(subject.Handle(each.record), each.alerts) << each.name << ", way " << static_cast<int>(way);
+      if (subject.sink.onAlert) continue;
+      subject.folder.files.Heal();
+      EXPECT_EQ(subject.Handle(each.record), each.healed.value_or(each.alerts)) << each.name << ", healed";
     }
   }
 }

@@ -22,7 +22,8 @@ class MemoryTest : public ::testing::TestWithParam<std::tuple<bool, bool>> {
         "SMTPPort=587\r\nSMTPUserName=user\r\nSMTPPassword=75565C58525B5B0D0843\r\n[EmailOptions]\r\nEmailAdminEvents="
         "1\r\n");
     folder.Rule(u"A.DAT", "[LogFile]\r\nSystem=1\r\n[EventType]\r\nError=1\r\n[EventDetail]\r\nEventDesc=bad\r\n");
-    folder.Rule(u"GlobalExclusion_EventDesc_List.txt", "never to be found\r\n");
+    folder.Rule(u"GlobalExclusion_EventDesc_List.txt", "never to be found\r\nhidden\r\n");
+    folder.Rule(u"GlobalExclusion_EventID_List.txt", "1\r\n2\r\n3\r\n99\r\n");
   }
 
   // A fresh engine handles a record whose nth allocation fails, then another. Gives whether an allocation failed.
@@ -50,6 +51,10 @@ class MemoryTest : public ::testing::TestWithParam<std::tuple<bool, bool>> {
     EXPECT_TRUE(folder.Content(u"C:\\App\\EventLogs.txt").ends_with("Message: bad block, again\r\n"))
         << "allocation " << nth;
     EXPECT_FALSE(engines.mails.empty()) << "allocation " << nth;
+    const std::string log = folder.Content(u"C:\\App\\EventLogs.txt");
+    engine.Handle(hiddenById);
+    engine.Handle(hiddenByText);
+    EXPECT_EQ(folder.Content(u"C:\\App\\EventLogs.txt"), log) << "half a list, allocation " << nth;
     EXPECT_EQ(debug.Counters().errorHandler, errors) << "the second record met an error, allocation " << nth;
     return failed;
   }
@@ -57,6 +62,8 @@ class MemoryTest : public ::testing::TestWithParam<std::tuple<bool, bool>> {
   // Made beforehand: only the engine's own allocations are to fail.
   const EventRecord record{1, u"Error", u"7", u"src", u"bad block", u"System", u"20240307130509.000000-000"};
   const EventRecord next{1, u"Error", u"7", u"src", u"bad block, again", u"System", u"20240307130509.000000-000"};
+  const EventRecord hiddenById{1, u"Error", u"99", u"src", u"bad block", u"System", u"20240307130509.000000-000"};
+  const EventRecord hiddenByText{1, u"Error", u"7", u"src", u"bad, hidden", u"System", u"20240307130509.000000-000"};
   App_Debug debug;
   ScopedDiagnostics scoped_;
   MonitorFolder folder;

@@ -140,11 +140,17 @@ TEST(RuleTiming, LooksNewsAndRetries) {
     std::uint64_t now;
     bool anyRefused;
     bool due;
-  } const retries[] = {{1, false, false}, {1, true, true},  {1, true, true},   {2, true, true},    {3, true, false},
-                       {51, true, false}, {52, true, true}, {53, true, false}, {54, false, false}, {54, true, true}};
-  for (const auto& each : retries) EXPECT_EQ(timing.RetryIsDue(each.now, each.anyRefused), each.due) << each.now;
+    std::uint64_t cost = 0;
+  } const retries[] = {{1, false, false},     {1, true, true},      {1, true, true},          {2, true, true, 20},
+                       {22, true, false},     {221, true, false},   {222, true, true, 90000}, {91221, true, false},
+                       {91222, true, true},   {91271, true, false}, {91272, true, true},      {91273, true, false},
+                       {91274, false, false}, {91274, true, true}};
+  for (const auto& each : retries) {
+    EXPECT_EQ(timing.RetryIsDue(each.now, each.anyRefused), each.due) << each.now;
+    if (each.due) timing.Retried(each.now, each.now + each.cost);
+  }
   timing.LookAgain();
-  EXPECT_EQ(timing.Next(55, RuleTiming::News::None), RuleTiming::Step::LookAtAll);
+  EXPECT_EQ(timing.Next(91275, RuleTiming::News::None), RuleTiming::Step::LookAtAll);
 }
 
 // Real time for the files' ages, a clock of the test's own for the window.

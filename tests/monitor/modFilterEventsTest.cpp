@@ -160,6 +160,7 @@ TEST_F(FilterTest, AnUnusableRuleFileIsReportedOnceAndTheOthersGoOn) {
   folder.files.FailPath(u"Locked.DAT", SystemError::kSharingViolation);
   for (int i = 0; i < 3; ++i) Handle(ErrorRecord());
   EXPECT_EQ(mailer.mails.size(), 3u);
+  mailer.mails.clear();
   for (const TextView name : {u"Empty.DAT", u"Binary.DAT", u"Huge.DAT", u"Locked.DAT", u"Folder.DAT"}) {
     EXPECT_EQ(EntriesWith(name), 1u) << ToUtf8(name);
   }
@@ -170,6 +171,13 @@ TEST_F(FilterTest, AnUnusableRuleFileIsReportedOnceAndTheOthersGoOn) {
   folder.files.Heal();
   for (const TextView name : {u"Empty.DAT", u"Binary.DAT", u"Huge.DAT"}) folder.DeleteRule(name);
   EXPECT_EQ(engine().Filter().Problems().size(), 1u) << "the folder is left";
+  EXPECT_EQ(EntriesWith(u"Can use settings file [C:\\App\\Config\\Rules\\Locked.DAT] again"), 1u);
+  folder.files.FailPath(u"Config\\Rules", SystemError::kPathNotFound);
+  for (int i = 0; i < 3; ++i) Handle(ErrorRecord());
+  EXPECT_EQ(EntriesWith(u"Path does not exist!"), 1u);
+  folder.files.Heal();
+  for (int i = 0; i < 3; ++i) Handle(ErrorRecord());
+  EXPECT_EQ(EntriesWith(u"Can list rules folder"), 1u);
 }
 
 TEST_F(FilterTest, AFailingLogFileDoesNotStopTheOtherNorTheMail) {

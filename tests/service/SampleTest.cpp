@@ -66,6 +66,22 @@ TEST_F(SampleTest, DebugSettingsFromAFileGiveLogAndDumpsWithoutSecrets) {
   for (const std::string* text : {&log, &environment, &dump}) EXPECT_EQ(text->find("geheim"), std::string::npos);
 }
 
+// Somebody keeps the settings file, and all beside it, to himself from the second record on.
+TEST_F(SampleTest, WhatCannotBeReadGoesOnServingAlertsAndMails) {
+  Put(u"Config\\Orvanta.ini",
+      "[Monitoring]\r\nEventEmails=1\r\n[EmailConfig]\r\nAdminEmail=tech@x\r\nSMTPServer=mail\r\nSMTPPort=587\r\n"
+      "SMTPUserName=user\r\nSMTPPassword=75565C58525B5B0D0843\r\n"
+      "[EmailOptions]\r\nEmailAdminEvents=1\r\n");
+  Put(u"Config\\Rules\\A.DAT", "[LogFile]\r\nSystem=1\r\n[EventType]\r\nInfo=1\r\n");
+  source.records = {Raw(u"one"), Raw(u"two"), Raw(u"three"), Raw(u"orvanta - stopping event service...")};
+  source.onNext = [&] {
+    if (source.records.size() == 3) machine.files.FailPath(u"\\Config", SystemError::kSharingViolation);
+  };
+  RunMain();
+  EXPECT_EQ(engines.mails.size(), 3u);
+  EXPECT_TRUE(machine.Content(u"C:\\Orvanta\\EventLogs.txt").ends_with("Message: three\r\n"));
+}
+
 TEST_F(SampleTest, SecondInstanceDoesNothing) {
   host.anotherInstance = true;
   RunMain();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -54,6 +55,7 @@ class JournalSource final : public EventSource {
   }
   RawRecord NextEvent() override {
     journal_.emplace_back("next");
+    if (onNext) onNext();
     if (records.empty()) throw RuntimeError(RuntimeErrorNumber::kComponent, u"source ended", u"SWbemEventSource");
     RawRecord record = records.front();
     records.pop_front();
@@ -61,6 +63,7 @@ class JournalSource final : public EventSource {
   }
   std::deque<RawRecord> records;
   bool failConnect = false;
+  std::function<void()> onNext;  // runs before each record
 
  private:
   Journal& journal_;

@@ -80,7 +80,7 @@ std::int32_t modEmailSvc::NumberOf(const SettingName& setting, TextView value) {
 
 PlainIni modEmailSvc::LoadSettings() {
   PlainIni ini;
-  parts_.ini.LoadIni(configIniPath_, ini);
+  parts_.ini.LoadIniOrLast(configIniPath_, ini);
   return ini;
 }
 
