@@ -189,12 +189,14 @@ bool Utf8Checker::Feed(std::string_view chunk) {
       if (i == chunk.size()) break;
       const Lead lead = LeadOf(ByteOf(chunk[i++]));
       valid_ = lead.following != 0;
+      begun_ = 1;
       missing_ = lead.following;
       lowest_ = lead.lowest;
       highest_ = lead.highest;
     } else {
       const std::uint8_t byte = ByteOf(chunk[i++]);
       valid_ = byte >= lowest_ && byte <= highest_;
+      ++begun_;
       --missing_;
       lowest_ = 0x80;
       highest_ = 0xBF;

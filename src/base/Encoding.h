@@ -29,8 +29,12 @@ class Utf8Checker {
   // True when all that was fed is valid and no character is cut off at its end. More may be fed afterwards.
   [[nodiscard]] bool Finish() const { return valid_ && missing_ == 0; }
 
+  // How many bytes at the end are the beginning of a character, when all before them is valid.
+  [[nodiscard]] std::size_t Unfinished() const { return valid_ && missing_ != 0 ? begun_ : 0; }
+
  private:
   bool valid_ = true;
+  std::uint8_t begun_ = 0;      // bytes of the present character so far
   std::uint8_t missing_ = 0;    // continuation bytes still to come
   std::uint8_t lowest_ = 0x80;  // range of the next of them
   std::uint8_t highest_ = 0xBF;

@@ -47,6 +47,7 @@ inline constexpr os::Error kInvalidData{13};
 inline constexpr os::Error kWriteProtected{19};
 inline constexpr os::Error kGeneralFailure{31};
 inline constexpr os::Error kSharingViolation{32};
+inline constexpr os::Error kLockViolation{33};
 inline constexpr os::Error kNotSupported{50};
 inline constexpr os::Error kInvalidParameter{87};
 inline constexpr os::Error kDiskFull{112};

@@ -85,6 +85,9 @@ class AppendFile {
   // Appends all bytes by one write, or none: what a failing write left behind is cut off again, unless another program has
   // appended meanwhile. 112 when the disk is full.
   virtual Error Append(std::string_view bytes) = 0;
+  // Cuts off all behind the first `to` bytes of a file of `from` bytes; 32 when it has another size by now, because another
+  // program writes to it too.
+  virtual Error Shorten(std::uint64_t from, std::uint64_t to) = 0;
 };
 
 class Files {
@@ -102,6 +105,8 @@ class Files {
   // Writes a file whole: a new one, or one whose content is replaced, flushed to the disk before the call returns. A
   // failure may leave the file empty or with a part of the bytes: what must not be lost is written beside it and renamed.
   virtual Error Write(TextView path, std::string_view bytes) = 0;
+  // All that was written to an existing file is on the disk when the call returns, by whatever handle it was written.
+  virtual Error Flush(TextView path) = 0;
   // Renames within one volume; an existing file of the new name is replaced. A failure leaves both as they were; 5 when the
   // new name is a folder's or a read-only file's.
   virtual Error Rename(TextView from, TextView to) = 0;

@@ -32,6 +32,8 @@ class System {
   virtual std::vector<Text> LanAddresses() = 0;
   // Memory that the process holds at present (working set), in bytes; 0 when unknown.
   virtual std::uint64_t MemoryInUse() = 0;
+  // Holds the calling thread up; for moments in which another program is to finish.
+  virtual void Pause(std::uint32_t milliseconds) = 0;
 };
 
 class Prompt {

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <set>
 #include <vector>
 
 #include "base/Text.h"
@@ -45,8 +47,9 @@ class App_FileSystem {
   bool GetFileToArray(TextView sFile, std::vector<Text>& lines);
 
   // Writes a text as it is; a missing folder is made. New files are UTF-8 without a mark, an existing one is continued in
-  // its encoding; what this cannot carry is replaced (see EncodeFor) and noted. A failed write leaves the file as
-  // it was.
+  // its encoding; what this cannot carry is replaced (see EncodeFor) and noted, and half a character that an interrupted
+  // write left at the end is cut off. A file that another program keeps to itself is tried again for 200 ms, but not at the
+  // next call, when it is still kept. A failed write leaves the file as it was.
   //
   // AppendNoDuplicates: the text without its own final CR LF is there already when it stands anywhere in the file
   // followed by CR LF or by the end of the file, without regard to case. The result is then true and nothing is written.
@@ -75,6 +78,9 @@ class App_FileSystem {
   Text MakeLongPath(TextView sPath);
 
  private:
+  // Bounds the memory; a file beyond it is tried for its time at each call.
+  static constexpr std::size_t kMaxInUse = 16;
+
   bool ForceDelete(TextView sFile);
   bool RemoveFileInTheWay(Proc& proc, TextView dir);
   bool CreateMissing(Proc& proc, TextView dir, std::uint32_t& failReason);
@@ -82,11 +88,13 @@ class App_FileSystem {
   Text TempFolder();
   Text NewTempName(TextView folder);
   SaveOutcome Save(TextView text, TextView file, SaveMode mode);
+  SaveOutcome SavePatiently(TextView text, TextView path, SaveMode mode);
   bool ReportSaved(Proc& proc, TextView path, const SaveOutcome& outcome);
 
   os::Files& files_;
   os::System& system_;
   TextFileWriter writer_;
+  std::set<Text, std::less<>> inUse_;  // files that could not be written for that reason when they were last tried
   std::uint32_t tempNumber_ = 0;
 };
 

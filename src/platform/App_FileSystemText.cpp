@@ -11,6 +11,14 @@ namespace ovs {
 namespace {
 
 constexpr TextView kModule = u"App_FileSystem";
+constexpr int kTries = 8;
+constexpr std::uint32_t kPauseMilliseconds = 25;
+
+// By another program. A file that is to be replaced while it is open elsewhere is refused with "access denied".
+bool IsInUse(os::Error error, SaveMode mode) {
+  return error == SystemError::kSharingViolation || error == SystemError::kLockViolation ||
+         (mode == SaveMode::Replace && error == SystemError::kAccessDenied);
+}
 
 }  // namespace
 
@@ -49,6 +57,20 @@ bool App_FileSystem::GetFileToArray(TextView sFile, std::vector<Text>& lines) {
   });
 }
 
+SaveOutcome App_FileSystem::SavePatiently(TextView text, TextView path, SaveMode mode) {
+  const auto inUse = inUse_.find(path);
+  const bool wasInUse = inUse != inUse_.end();
+  SaveOutcome outcome = Save(text, path, mode);
+  for (int tries = 1; !wasInUse && tries < kTries && IsInUse(outcome.error, mode); ++tries) {
+    system_.Pause(kPauseMilliseconds);
+    outcome = Save(text, path, mode);
+  }
+  const bool isInUse = IsInUse(outcome.error, mode);
+  if (wasInUse && !isInUse) inUse_.erase(inUse);
+  if (!wasInUse && isInUse && inUse_.size() < kMaxInUse) inUse_.emplace(path);
+  return outcome;
+}
+
 SaveOutcome App_FileSystem::Save(TextView text, TextView file, SaveMode mode) {
   const Text path = App_FilePath::PortPath(file);
   switch (mode) {
@@ -68,7 +90,7 @@ bool App_FileSystem::SaveTextToFile(TextView sText, TextView sFile, SaveMode mod
   proc.ByVal(u"sFile", sFile);
   proc.ByVal(u"SaveMode", mode);
   return proc.Run(false, [&] {
-    SaveOutcome outcome = Save(sText, sFile, mode);
+    SaveOutcome outcome = SavePatiently(sText, sFile, mode);
     const Text folder = App_FilePath::FolderOf(sFile);
     std::uint32_t failReason = 0;
     if (outcome.error.IsNotFound() && !DirExist(folder) && EnsureDirExists(folder, failReason)) {
@@ -82,6 +104,10 @@ bool App_FileSystem::ReportSaved(Proc& proc, TextView path, const SaveOutcome& o
   if (outcome.alreadyThere) proc.Log(u"The file has this text already!", EventType::Verbose);
   if (!outcome.lossless) {
     proc.Log(Text(u"Characters that the encoding of the file cannot carry were replaced: [").append(path) + u"]");
+  }
+  if (outcome.cutOff) {
+    proc.Log(Text(u"Half a character, as an interrupted write leaves it, was cut off the end of the file: [").append(path) +
+             u"]");
   }
   if (outcome.error.Failed()) {
     const Text reason = Diagnostics().GetSystemMsg(outcome.error.Number(), true);

@@ -77,7 +77,7 @@ FileEncoding EncodingFinder::Encoding() const {
   for (const FileEncoding encoding : {FileEncoding::Utf16Le, FileEncoding::Utf8Mark}) {
     if (head_.starts_with(MarkOf(encoding))) return encoding;
   }
-  return checker_.Finish() ? FileEncoding::Utf8 : FileEncoding::Ansi;
+  return checker_.Finish() || UnfinishedBytes() != 0 ? FileEncoding::Utf8 : FileEncoding::Ansi;
 }
 
 os::Error FindEncoding(os::ReadFile& file, EncodingFinder& finder) {

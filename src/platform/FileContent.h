@@ -41,8 +41,12 @@ class EncodingFinder {
   // Takes the bytes that follow what was fed before, from the file's first byte on.
   void Feed(std::string_view bytes);
 
-  // By the byte-order mark; else UTF-8 when all bytes are valid UTF-8; else Windows-1252.
+  // By the byte-order mark; else UTF-8 when all bytes are valid UTF-8, but for a character that is not finished at the end;
+  // else Windows-1252.
   [[nodiscard]] FileEncoding Encoding() const;
+  // The bytes of that character: a write that was interrupted, as when the power fails, leaves them. They are to be cut off
+  // before the file is continued.
+  [[nodiscard]] std::size_t UnfinishedBytes() const { return checker_.Unfinished(); }
 
  private:
   std::string head_;  // the first three bytes

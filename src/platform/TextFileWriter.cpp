@@ -40,13 +40,13 @@ os::Error TextFileWriter::KnowForAppend(TextView path, const os::FileStamp& stam
 
 SaveOutcome TextFileWriter::Append(TextView path, TextView text) {
   SaveOutcome outcome;
-  outcome.error = AppendTo(path, text, outcome.lossless);
+  outcome.error = AppendTo(path, text, outcome);
   // What was not written lost nothing.
   if (outcome.error.Failed()) outcome.lossless = true;
   return outcome;
 }
 
-os::Error TextFileWriter::AppendTo(TextView path, TextView text, bool& lossless) {
+os::Error TextFileWriter::AppendTo(TextView path, TextView text, SaveOutcome& outcome) {
   std::unique_ptr<os::AppendFile> file;
   os::FileStamp before;
   if (const os::Error error = files_.OpenAppend(path, file); error.Failed()) return error;
@@ -54,7 +54,11 @@ os::Error TextFileWriter::AppendTo(TextView path, TextView text, bool& lossless)
   Known* known = nullptr;
   if (const os::Error error = KnowForAppend(path, before, known); error.Failed()) return error;
   const FileEncoding encoding = known->encoding.Encoding();
-  std::string bytes = EncodeFor(encoding, text, &lossless);
+  std::string bytes = EncodeFor(encoding, text, &outcome.lossless);
+  if (const std::size_t torn = known->encoding.UnfinishedBytes(); torn != 0) {
+    if (const os::Error error = file->Shorten(before.size, before.size - torn); error.Failed()) return error;
+    outcome.cutOff = true;
+  }
   // A lone last byte would shift every character behind it.
   if (encoding == FileEncoding::Utf16Le && before.size % 2 != 0) bytes.insert(bytes.begin(), '\0');
   if (const os::Error error = file->Append(bytes); error.Failed()) return error;

@@ -20,6 +20,7 @@ namespace ovs {
 struct SaveOutcome {
   bool alreadyThere = false;  // nothing needed to be written
   bool lossless = true;       // false: what the encoding cannot carry was written in another form
+  bool cutOff = false;        // half a character at the end of the file gave way
   os::Error error;            // why it failed
 };
 
@@ -47,7 +48,7 @@ class TextFileWriter {
   os::Error Learn(TextView path, os::ReadFile& file, const os::FileStamp& stamp, Known*& out);
   // The facts that an append in the right encoding needs.
   os::Error KnowForAppend(TextView path, const os::FileStamp& stamp, Known*& out);
-  os::Error AppendTo(TextView path, TextView text, bool& lossless);
+  os::Error AppendTo(TextView path, TextView text, SaveOutcome& outcome);
   os::Error IsThere(TextView path, os::ReadFile& file, TextView text, bool& found);
   void Renew(TextView path, std::string_view appended);
 

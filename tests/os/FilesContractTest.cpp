@@ -108,6 +108,8 @@ TEST_F(FilesContract, FailuresTellTheirNumber) {
                      {"open console", 5, [&] { return open(At(u"con")); }},
                      {"open port", 5, [&] { return open(At(u"COM1")); }},
                      {"open NUL alone", 5, [&] { return open(u"NUL"); }},
+                     {"Flush", 2, [&] { return files.Flush(At(u"no")); }},
+                     {"Flush a folder", 5, [&] { return files.Flush(At(u"sub")); }},
                      {"Rename none", 2, [&] { return files.Rename(At(u"no"), At(u"new")); }},
                      {"Rename to below none", 3, [&] { return files.Rename(At(u"file"), At(u"no\\new")); }},
                      {"Rename onto folder", 5, [&] { return files.Rename(At(u"file"), At(u"sub")); }},
@@ -145,7 +147,12 @@ TEST_F(FilesContract, AppendsAreWholeAndReadsEndAtTheEnd) {
   const std::string large(1 << 20, 'L');
   EXPECT_TRUE(first->Append("one").Ok() && second->Append(large).Ok() && first->Append("").Ok() &&
               first->Append("three").Ok());
+  EXPECT_TRUE(files.Flush(At(u"log")).Ok());
   EXPECT_EQ(Content(At(u"log")), "one" + large + "three");
+  // What stood behind is cut off only by whoever knows it, and what is appended then stands in its place.
+  const std::uint64_t whole = large.size() + 8;
+  EXPECT_EQ(first->Shorten(whole + 1, 3), SystemError::kSharingViolation);
+  EXPECT_TRUE(second->Shorten(whole, whole - 5).Ok() && first->Append("three").Ok());
   FileInfo info;
   ASSERT_TRUE(files.Info(At(u"log"), info).Ok());
   EXPECT_EQ(info.size, large.size() + 8);

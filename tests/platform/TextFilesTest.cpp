@@ -26,17 +26,23 @@ TEST_F(TextFilesTest, AFileIsContinuedInItsEncoding) {
     std::string before;
     std::string appended;  // of "é€Ж" CR LF
     bool lossless;
+    std::size_t cutOff = 0;  // bytes of half a character, as a power failure leaves it
   } const cases[] = {
       {"", "\xC3\xA9\xE2\x82\xAC\xD0\x96\r\n", true},
       {"plain", "\xC3\xA9\xE2\x82\xAC\xD0\x96\r\n", true},
       {"\xEF\xBB\xBFx", "\xC3\xA9\xE2\x82\xAC\xD0\x96\r\n", true},
       {Bytes("\xFF\xFEx\0"sv), Bytes("\xE9\0\xAC\x20\x16\x04\r\0\n\0"sv), true},
       {Bytes("\xFF\xFEx\0y"sv), Bytes("\0\xE9\0\xAC\x20\x16\x04\r\0\n\0"sv), true},  // half a character is completed
+      {"\xC3\xA9 \xE2\x82", "\xC3\xA9\xE2\x82\xAC\xD0\x96\r\n", true, 2},
+      {"\xEF\xBB\xBFx\xF0\x9F\x98", "\xC3\xA9\xE2\x82\xAC\xD0\x96\r\n", true, 3},
+      {"caf\xE9 \xC3", "\xE9\x80\\u0416\r\n", false},
       {"caf\xE9 ", "\xE9\x80\\u0416\r\n", false}};
   for (const auto& each : cases) {
     Put(kLog, each.before);
+    const std::string whole = each.before.substr(0, each.before.size() - each.cutOff) + each.appended;
     EXPECT_TRUE(Append(u"\u00E9\u20AC\u0416\r\n"));
-    EXPECT_EQ(Content(kLog), each.before + each.appended);
+    EXPECT_EQ(Content(kLog), whole);
+    EXPECT_EQ(LoggedIn(log, u"Half a character, as an interrupted write leaves it, was cut off"), each.cutOff != 0);
     EXPECT_EQ(Logged(u"Characters that the encoding of the file cannot carry were replaced: [C:\\App\\log.txt]"),
               !each.lossless);
     for (const TextView same : {u"\u00E9\u20AC\u0416\r\n", u"\u00C9\u20AC\u0416"}) {
@@ -44,7 +50,7 @@ TEST_F(TextFilesTest, AFileIsContinuedInItsEncoding) {
       EXPECT_TRUE(Logged(u"The file has this text already!")) << each.before;
     }
     EXPECT_TRUE(AppendOnce(u"new\r\n") && AppendOnce(u"NEW\r\n"));
-    EXPECT_EQ(DecodeFile(Content(kLog)), DecodeFile(each.before + each.appended) + u"new\r\n");
+    EXPECT_EQ(DecodeFile(Content(kLog)), DecodeFile(whole) + u"new\r\n");
     EXPECT_TRUE(Replace(u"\u0416"));
     EXPECT_EQ(Content(kLog), "\xD0\x96");
   }
@@ -116,6 +122,42 @@ TEST_F(TextFilesTest, TheIndexIsNotMadeAnewForEachCall) {
   for (int i = 0; i < kRounds; ++i) EXPECT_TRUE(AppendOnce(line(i)) && AppendOnce(line(100 + i)));
   EXPECT_LE(files.Calls() - before, kRounds * 12u);
   EXPECT_EQ(Content(kLog).size(), content.size() * 2 + (3u << 20) + 2);
+}
+
+TEST_F(TextFilesTest, AFileInUseIsTriedAgainForAMomentAndNotAtEveryCall) {
+  const struct {
+    os::Error error;
+    SaveMode mode;
+    bool isInUse;
+  } cases[] = {{kSharingViolation, SaveMode::Append, true},  {kLockViolation, SaveMode::AppendNoDuplicates, true},
+               {kSharingViolation, SaveMode::Replace, true}, {kAccessDenied, SaveMode::Replace, true},
+               {kAccessDenied, SaveMode::Append, false},     {kDiskFull, SaveMode::Append, false}};
+  constexpr std::uint32_t kLongest = 175;
+  for (const auto& each : cases) {
+    Put(kLog, "old\r\n");
+    const auto save = [&](int pauses) {
+      system.paused = 0;
+      system.onPause = [this, pauses, left = pauses]() mutable {
+        if (--left == 0) files.Heal();
+      };
+      files.FailPath(kLog, each.error);
+      return fileSystem.SaveTextToFile(u"new", kLog, each.mode);
+    };
+    EXPECT_EQ(save(3), each.isInUse);
+    EXPECT_EQ(system.paused, each.isInUse ? 75u : 0u);
+    EXPECT_EQ(Content(kLog), !each.isInUse ? "old\r\n" : each.mode == SaveMode::Replace ? "new" : "old\r\nnew");
+    Put(kLog, "old\r\n");
+    EXPECT_FALSE(save(-1));
+    EXPECT_EQ(system.paused, each.isInUse ? kLongest : 0u);
+    EXPECT_FALSE(save(-1));
+    EXPECT_EQ(system.paused, 0u) << "it was in use before";
+    files.Heal();
+    EXPECT_TRUE(fileSystem.SaveTextToFile(u"new", kLog, each.mode));
+    EXPECT_FALSE(save(-1));
+    EXPECT_EQ(system.paused, each.isInUse ? kLongest : 0u);
+    files.Heal();
+    EXPECT_TRUE(fileSystem.SaveTextToFile(u"newer", kLog, each.mode));
+  }
 }
 
 // Every call of the whole way fails once; whatever is reported is what the files show.

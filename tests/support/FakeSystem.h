@@ -1,6 +1,7 @@
 // A machine and a process whose facts are set.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 
@@ -27,6 +28,10 @@ class FakeSystem final : public os::System {
   Text OsVersion() override { return u"Test OS 1.0"; }
   std::vector<Text> LanAddresses() override { return {u"192.0.2.7", u"2001:db8::7"}; }
   std::uint64_t MemoryInUse() override { return 0; }
+  void Pause(std::uint32_t milliseconds) override {
+    paused += milliseconds;
+    if (onPause) onPause();
+  }
 
   std::map<std::uint32_t, Text> messages = {{2, u"File not found.\r\n"}, {5, u"Access denied. "}, {32, u"In use."}};
   std::map<Text, Text, std::less<>> environment;
@@ -34,6 +39,8 @@ class FakeSystem final : public os::System {
   std::uint32_t processId = 4711;
   std::vector<Text> debugOutput;
   int lookUps = 0;  // how often a text was asked for
+  std::uint32_t paused = 0;
+  std::function<void()> onPause;
 };
 
 }  // namespace ovs::fakes

@@ -37,6 +37,9 @@ class FaultyAppendFile final : public Opened<os::AppendFile> {
   os::Error Append(std::string_view bytes) override {
     return owner_.Call(path_, [&] { return inner_->Append(bytes); });
   }
+  os::Error Shorten(std::uint64_t from, std::uint64_t to) override {
+    return owner_.Call(path_, [&] { return inner_->Shorten(from, to); });
+  }
 };
 
 }  // namespace

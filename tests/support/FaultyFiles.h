@@ -35,6 +35,9 @@ class FaultyFiles final : public os::Files {
   os::Error OpenRead(TextView path, std::unique_ptr<os::ReadFile>& out) override;
   os::Error OpenAppend(TextView path, std::unique_ptr<os::AppendFile>& out) override;
   os::Error Write(TextView path, std::string_view bytes) override;
+  os::Error Flush(TextView path) override {
+    return Call(path, [&] { return inner_.Flush(path); });
+  }
   os::Error Rename(TextView from, TextView to) override;
   os::Error Delete(TextView path) override {
     return Call(path, [&] { return refuseDeletes ? os::Error(SystemError::kSharingViolation) : inner_.Delete(path); });

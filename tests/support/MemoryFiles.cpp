@@ -78,6 +78,12 @@ class MemoryAppendFile final : public os::AppendFile {
     Touch(*node_, *now_ += 10'000);
     return kSuccess;
   }
+  Error Shorten(std::uint64_t from, std::uint64_t to) override {
+    if (node_->bytes.size() != from) return kSharingViolation;
+    node_->bytes.resize(to);
+    Touch(*node_, *now_ += 10'000);
+    return kSuccess;
+  }
 
  private:
   NodePtr node_;
@@ -189,6 +195,13 @@ Error MemoryFiles::Write(TextView path, std::string_view bytes) {
   node->info.attributes |= kArchive;
   Touch(*node, NextTime());
   return kSuccess;
+}
+
+Error MemoryFiles::Flush(TextView path) {
+  Place place;
+  if (const Error error = FindExisting(path, place); error.Failed()) return error;
+  if (flushError.Ok()) flushed_.emplace_back(path);
+  return flushError;
 }
 
 Error MemoryFiles::Rename(TextView from, TextView to) {

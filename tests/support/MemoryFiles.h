@@ -21,6 +21,7 @@ class MemoryFiles final : public os::Files {
   os::Error OpenRead(TextView path, std::unique_ptr<os::ReadFile>& out) override;
   os::Error OpenAppend(TextView path, std::unique_ptr<os::AppendFile>& out) override;
   os::Error Write(TextView path, std::string_view bytes) override;
+  os::Error Flush(TextView path) override;
   os::Error Rename(TextView from, TextView to) override;
   os::Error Delete(TextView path) override;
   os::Error RemoveDir(TextView path) override;
@@ -42,6 +43,9 @@ class MemoryFiles final : public os::Files {
   os::Error SetAttributes(TextView path, std::uint32_t attributes);
   os::Error SetDates(TextView path, os::FileTicks created, os::FileTicks accessed, os::FileTicks modified);
   os::Error SetVersion(TextView path, const os::FileVersion& version);
+  // Paths as they were given, in their order.
+  [[nodiscard]] const std::vector<Text>& Flushed() const { return flushed_; }
+  os::Error flushError;
   void SetFileSystemName(TextView name) { fileSystemName_ = name; }
 
   struct Node;
@@ -72,6 +76,7 @@ class MemoryFiles final : public os::Files {
   std::uint64_t lastIndex_ = 0;
   // Shared with the open files.
   std::shared_ptr<os::FileTicks> now_ = std::make_shared<os::FileTicks>(133'500'000'000'000'000);
+  std::vector<Text> flushed_;
   Text currentFolder_ = u"C:\\";
   Text fileSystemName_ = u"NTFS";
 };

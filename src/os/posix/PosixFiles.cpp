@@ -50,6 +50,7 @@ class PosixFiles : public Files {
   Error OpenRead(TextView path, std::unique_ptr<ReadFile>& out) override;
   Error OpenAppend(TextView path, std::unique_ptr<AppendFile>& out) override;
   Error Write(TextView path, std::string_view bytes) override;
+  Error Flush(TextView path) override;
   Error Rename(TextView from, TextView to) override;
   Error Delete(TextView path) override;
   Error RemoveDir(TextView path) override;
@@ -105,6 +106,16 @@ Error PosixFiles::Write(TextView path, std::string_view bytes) {
   if (const Error error = FindNative(path, native); error.Failed()) return error;
   if (const Error error = OpenPlainFile(native, O_WRONLY | O_CREAT | O_TRUNC, fd); error.Failed()) return error;
   if (!WriteAll(fd.Get(), bytes) || fsync(fd.Get()) != 0) return ErrorOf(errno);
+  FlushFolder(NativeFolderOf(native.path));
+  return kSuccess;
+}
+
+Error PosixFiles::Flush(TextView path) {
+  NativePath native;
+  UniqueFd fd;
+  if (const Error error = FindNative(path, native); error.Failed()) return error;
+  if (const Error error = OpenPlainFile(native, O_WRONLY, fd); error.Failed()) return error;
+  if (fsync(fd.Get()) != 0) return ErrorOf(errno);
   FlushFolder(NativeFolderOf(native.path));
   return kSuccess;
 }

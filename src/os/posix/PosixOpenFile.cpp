@@ -66,19 +66,20 @@ class PosixAppendFile : public os::AppendFile {
     const ssize_t written = Retry([&] { return write(fd_.Get(), bytes.data(), bytes.size()); });
     if (written < 0) return ErrorOf(errno);
     if (static_cast<std::size_t>(written) == bytes.size()) return os::kSuccess;
-    CutOff(written);
+    // Nothing is cut when another program has appended behind the torn piece.
+    const off_t end = lseek(fd_.Get(), 0, SEEK_CUR);
+    if (end >= written) Shorten(static_cast<std::uint64_t>(end), static_cast<std::uint64_t>(end - written)).Ignore();
     return SystemError::kDiskFull;
   }
 
- private:
-  // Nothing is cut when another program has appended behind the torn piece.
-  void CutOff(ssize_t written) {
-    const off_t end = lseek(fd_.Get(), 0, SEEK_CUR);
+  os::Error Shorten(std::uint64_t from, std::uint64_t to) override {
     struct stat status {};
-    if (end < written || fstat(fd_.Get(), &status) != 0 || status.st_size != end) return;
-    static_cast<void>(!ftruncate(fd_.Get(), end - written));
+    if (fstat(fd_.Get(), &status) != 0) return ErrorOf(errno);
+    if (static_cast<std::uint64_t>(status.st_size) != from) return SystemError::kSharingViolation;
+    return ftruncate(fd_.Get(), static_cast<off_t>(to)) == 0 ? os::kSuccess : ErrorOf(errno);
   }
 
+ private:
   UniqueFd fd_;
 };
 

@@ -6,12 +6,14 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <climits>
 #include <cstdlib>
 #include <fstream>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <thread>
 
 #include "base/Encoding.h"
 #include "base/Fold.h"
@@ -118,6 +120,8 @@ class PosixSystem : public System {
     if (!(file >> total >> resident)) return 0;
     return resident * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
   }
+
+  void Pause(std::uint32_t milliseconds) override { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
 };
 
 // Nobody sits in front of a development machine's tests: no box can be shown.

@@ -72,6 +72,7 @@ class Win32Files : public Files {
   Error OpenRead(TextView path, std::unique_ptr<ReadFile>& out) override;
   Error OpenAppend(TextView path, std::unique_ptr<AppendFile>& out) override;
   Error Write(TextView path, std::string_view bytes) override;
+  Error Flush(TextView path) override;
   Error Rename(TextView from, TextView to) override;
   Error Delete(TextView path) override;
   Error RemoveDir(TextView path) override;
@@ -120,6 +121,12 @@ Error Win32Files::Write(TextView path, std::string_view bytes) {
   Handle file;
   if (const Error error = OpenPlainFile(path, OpenMode::Replace, file); error.Failed()) return error;
   if (const Error error = WriteAll(file, bytes); error.Failed()) return error;
+  return Outcome(FlushFileBuffers(file.Get()) != 0);
+}
+
+Error Win32Files::Flush(TextView path) {
+  Handle file;
+  if (const Error error = OpenPlainFile(path, OpenMode::Flush, file); error.Failed()) return error;
   return Outcome(FlushFileBuffers(file.Get()) != 0);
 }
 

@@ -22,6 +22,7 @@ DWORD AccessOf(OpenMode mode) {
     case OpenMode::Read:
       return GENERIC_READ;
     case OpenMode::Append:
+    case OpenMode::Flush:
       return FILE_APPEND_DATA | FILE_READ_ATTRIBUTES | SYNCHRONIZE;
     default:
       return GENERIC_WRITE;
@@ -82,23 +83,25 @@ class Win32AppendFile : public os::AppendFile {
     const bool done = WriteFile(file_.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) != 0;
     if (done && written == bytes.size()) return os::kSuccess;
     const os::Error error = done ? SystemError::kDiskFull : LastError();
-    CutOff(before.QuadPart, written);
+    // Nothing is cut when another program has appended as well, in front of the torn piece or behind it.
+    const auto size = static_cast<std::uint64_t>(before.QuadPart);
+    if (written != 0) Shorten(size + written, size).Ignore();
     return error;
   }
 
- private:
-  // Nothing is cut when another program has appended as well, in front of the torn piece or behind it. The right to
-  // append alone does not let a file be cut, so it is opened once more.
-  void CutOff(LONGLONG before, DWORD written) {
+  // The right to append alone does not let a file be cut, so it is opened once more.
+  os::Error Shorten(std::uint64_t from, std::uint64_t to) override {
     LARGE_INTEGER size = {};
-    if (written == 0 || !GetFileSizeEx(file_.Get(), &size) || size.QuadPart != before + written) return;
+    if (!GetFileSizeEx(file_.Get(), &size)) return LastError();
+    if (static_cast<std::uint64_t>(size.QuadPart) != from) return SystemError::kSharingViolation;
     const Handle writable(ReOpenFile(file_.Get(), GENERIC_WRITE, kShareAll, 0));
-    if (!writable) return;
+    if (!writable) return LastError();
     FILE_END_OF_FILE_INFO end = {};
-    end.EndOfFile.QuadPart = before;
-    SetFileInformationByHandle(writable.Get(), FileEndOfFileInfo, &end, sizeof end);
+    end.EndOfFile.QuadPart = static_cast<LONGLONG>(to);
+    return Outcome(SetFileInformationByHandle(writable.Get(), FileEndOfFileInfo, &end, sizeof end) != 0);
   }
 
+ private:
   Handle file_;
 };
 
@@ -109,7 +112,7 @@ os::Error OpenPlainFile(TextView path, OpenMode mode, Handle& out) {
   std::wstring extended;
   if (const os::Error error = ExtendedPath(path, extended); error.Failed()) return error;
   if (extended.ends_with(L'\\')) return SystemError::kInvalidName;
-  const DWORD disposition = mode == OpenMode::Read ? OPEN_EXISTING : OPEN_ALWAYS;
+  const DWORD disposition = mode == OpenMode::Read || mode == OpenMode::Flush ? OPEN_EXISTING : OPEN_ALWAYS;
   Handle file(
       CreateFileW(extended.c_str(), AccessOf(mode), kShareAll, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return LastError();

@@ -13,6 +13,7 @@ namespace ovs::win32 {
 enum class OpenMode {
   Read,     // an existing file
   Append,   // appending alone; a missing file is created
+  Flush,    // the same for an existing file
   Replace,  // writing; a missing file is created, an existing one emptied
 };
 

@@ -149,6 +149,8 @@ class Win32System : public System {
     counters.cb = sizeof counters;
     return K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters) ? counters.WorkingSetSize : 0;
   }
+
+  void Pause(std::uint32_t milliseconds) override { Sleep(milliseconds); }
 };
 
 class Win32Prompt : public Prompt {

@@ -28,6 +28,7 @@ class Installation::ServiceSystem final : public os::System {
   Text OsVersion() override { return real_.OsVersion(); }
   std::vector<Text> LanAddresses() override { return real_.LanAddresses(); }
   std::uint64_t MemoryInUse() override { return real_.MemoryInUse(); }
+  void Pause(std::uint32_t milliseconds) override { real_.Pause(milliseconds); }
 
  private:
   os::System& real_ = os::ThisSystem();
