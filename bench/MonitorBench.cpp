@@ -5,6 +5,7 @@
 #include "Workload.h"
 #include "base/Encoding.h"
 #include "monitor/AlertSink.h"
+#include "monitor/EventLogFiles.h"
 #include "monitor/Rule.h"
 #include "monitor/modFilterEvents.h"
 #include "os/FolderWatch.h"
@@ -157,7 +158,7 @@ void AlertLogs(benchmark::State& state) {
   std::string lines;
   for (std::int64_t i = 0; i < state.range(0); ++i) lines += "03/07/2024 01:05:09 PM  -  Rule " + std::to_string(i) + "\r\n";
   os::SystemFiles().Write(folder.Settings().eventLogRuleNamesPath, lines).Ignore();
-  EventLogFiles log(folder.FileSystem(), folder.Settings());
+  EventLogFiles log(folder.FileSystem(), os::SystemClock(), folder.Settings());
   Monitor monitor(Freshness::News, folder, log);
   EventRecord record{1, u"Error", u"7", u"src", u"The device has a bad block.", u"System", {}};
   const auto alert = [&](std::int64_t number) {
@@ -173,6 +174,22 @@ void AlertLogs(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations());
 }
 BENCHMARK(AlertLogs)->Arg(1'000)->Arg(1'000'000)->UseRealTime()->Unit(benchmark::kMicrosecond);
+
+// One alert whose logs are flushed to the disk, as the service flushes them once a second.
+void AlertLogsFlushed(benchmark::State& state) {
+  const BenchDiagnostics diagnostics(false);
+  RealFolder folder;
+  EventLogFiles log(folder.FileSystem(), os::SystemClock(), folder.Settings());
+  Alert alert{.ruleName = u"Rule", .record = {1, u"Error", u"7", u"src", u"The device has a bad block.", u"System", {}}};
+  std::int64_t number = 0;
+  for (auto _ : state) {
+    alert.timeText = PaddedNumberText(++number, 10);
+    log.OnAlert(alert);
+    log.Finish();
+  }
+  state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(AlertLogsFlushed)->UseRealTime()->Unit(benchmark::kMicrosecond);
 
 // From nothing to the first record handled.
 void FirstRecord(benchmark::State& state) {

@@ -6,6 +6,7 @@
 #include "base/Encoding.h"
 #include "events/EventRecord.h"
 #include "monitor/AlertSink.h"
+#include "monitor/EventLogFiles.h"
 #include "monitor/modFilterEvents.h"
 #include "os/FolderWatch.h"
 #include "support/FakeMailer.h"
@@ -52,7 +53,7 @@ void YearsOfAlerts(benchmark::State& state) {
   App_Common ini(os::SystemFiles());
   App_Time time(os::SystemClock(), os::SystemTimeZone(), os::SystemFiles());
   os::SystemFiles().Write(folder.Settings().eventLogRuleNamesPath, OldNameLines(time)).Ignore();
-  EventLogFiles log(folder.FileSystem(), folder.Settings());
+  EventLogFiles log(folder.FileSystem(), os::SystemClock(), folder.Settings());
   fakes::FakeMailer mailer;
   AlertAction action(ini, mailer, folder.Settings());
   AlertSequence sinks({action, log});

@@ -3,7 +3,7 @@
 
 #include "BenchDiagnostics.h"
 #include "config/App_Common.h"
-#include "monitor/AlertSink.h"
+#include "monitor/EventLogFiles.h"
 #include "monitor/modFilterEvents.h"
 #include "support/FakeSystem.h"
 #include "support/FakeWatcher.h"
@@ -59,7 +59,7 @@ class Engine {
   App_Time time_{os::SystemClock(), os::SystemTimeZone(), files_};
   fakes::FakeWatcher watcher_;
   const MonitorSettings settings_ = PathsOf(u"C:\\App\\");
-  EventLogFiles log_{fileSystem_, settings_};
+  EventLogFiles log_{fileSystem_, os::SystemClock(), settings_};
   modFilterEvents filter_{{.fileSystem = fileSystem_,
                            .ini = ini_,
                            .time = time_,

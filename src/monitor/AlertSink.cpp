@@ -25,10 +25,4 @@ void AlertAction::DoAction(TextView alertText, bool diskAlert) {
   });
 }
 
-void EventLogFiles::OnAlert(const Alert& alert) {
-  // Each of the two is written whatever became of the other.
-  files_.SaveTextToFile(AlertText::LogEntry(alert), eventLogPath_, SaveMode::Append);
-  files_.SaveTextToFile(AlertText::RuleNameLine(alert), eventLogRuleNamesPath_, SaveMode::AppendNoDuplicates);
-}
-
 }  // namespace ovs

@@ -1,4 +1,4 @@
-// Where the service's alerts go: to e-mail, to the two logs, and to several sinks in a fixed order.
+// Where the service's alerts go: to e-mail, and to several sinks in a fixed order. For the two logs see EventLogFiles.h.
 #pragma once
 
 #include <functional>
@@ -9,7 +9,6 @@
 #include "mail/message/AlertMailer.h"
 #include "monitor/Alert.h"
 #include "monitor/MonitorSettings.h"
-#include "platform/App_FileSystem.h"
 
 namespace ovs {
 
@@ -40,20 +39,6 @@ class AlertAction final : public AlertSink {
   App_Common& ini_;
   AlertMailer& mailer_;
   MonitorSettings settings_;
-};
-
-// "EventLogs.txt", which gets every alert, and "EventLogs_RuleNamesOnly.txt", which gets a line once.
-class EventLogFiles final : public AlertSink {
- public:
-  // `files` must outlive this object.
-  EventLogFiles(App_FileSystem& files, const MonitorSettings& settings)
-      : files_(files), eventLogPath_(settings.eventLogPath), eventLogRuleNamesPath_(settings.eventLogRuleNamesPath) {}
-  void OnAlert(const Alert& alert) override;
-
- private:
-  App_FileSystem& files_;
-  Text eventLogPath_;
-  Text eventLogRuleNamesPath_;
 };
 
 }  // namespace ovs

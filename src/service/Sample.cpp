@@ -7,6 +7,7 @@
 #include "mail/message/MailUser.h"
 #include "mail/message/modEmailSvc.h"
 #include "monitor/AlertSink.h"
+#include "monitor/EventLogFiles.h"
 
 namespace ovs {
 
@@ -91,7 +92,7 @@ void Sample::RunMonitor() {
                       .user = user,
                       .store = *store_});
   AlertAction action(modules_.ini, mailer, settings);
-  EventLogFiles log(modules_.fileSystem, settings);
+  EventLogFiles log(modules_.fileSystem, modules_.machine.clock, settings);
   AlertSequence alerts({action, log});
   modFilterEvents filter({.fileSystem = modules_.fileSystem,
                           .ini = modules_.ini,
@@ -101,7 +102,7 @@ void Sample::RunMonitor() {
                           .alerts = alerts},
                          settings);
   Debug::dLog(kNoProc, u"Entering Main Service Loop");
-  MainLoop(filter);
+  MainLoop(filter, log);
 }
 
 void Sample::InitApp() {
@@ -125,8 +126,9 @@ void Sample::InitConfig() {
   MExceptionHandler::InstallExceptionHandler(0);
 }
 
-void Sample::MainLoop(modFilterEvents& filter) {
+void Sample::MainLoop(modFilterEvents& filter, EventLogFiles& log) {
   for (;;) {
+    log.Tend();
     if (filter.StopPhraseSeen()) {
       if (peers_.host.WaitForStopControl(kStopSliceMilliseconds)) return;
       continue;

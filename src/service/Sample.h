@@ -29,7 +29,7 @@ class Sample {
   void InitApp();
   void StartMailEngines();
   void InitConfig();
-  void MainLoop(modFilterEvents& filter);
+  void MainLoop(modFilterEvents& filter, class EventLogFiles& log);
 
   Modules& modules_;
   ServicePeers peers_;

@@ -180,19 +180,6 @@ TEST_F(FilterTest, AnUnusableRuleFileIsReportedOnceAndTheOthersGoOn) {
   EXPECT_EQ(EntriesWith(u"Can list rules folder"), 1u);
 }
 
-TEST_F(FilterTest, AFailingLogFileDoesNotStopTheOtherNorTheMail) {
-  folder.Rule(u"A.DAT", kOpenRule);
-  folder.files.FailPath(u"EventLogs.txt", SystemError::kDiskFull);
-  Handle(ErrorRecord());
-  EXPECT_EQ(mailer.mails.size(), 1u);
-  EXPECT_EQ(folder.Content(u"C:\\App\\EventLogs.txt"), "");
-  EXPECT_NE(folder.Content(u"C:\\App\\EventLogs_RuleNamesOnly.txt"), "");
-  EXPECT_GE(EntriesWith(u"EventLogs.txt"), 1u);
-  folder.files.Heal();
-  Handle(ErrorRecord());
-  EXPECT_NE(folder.Content(u"C:\\App\\EventLogs.txt"), "");
-}
-
 TEST_F(FilterTest, StrangeRecordsAreHandled) {
   folder.Rule(u"A.DAT", kOpenRule);
   EventRecord huge = ErrorRecord(Text(1 << 20, u'x') + Text(u"\0\xD800 end", 6));

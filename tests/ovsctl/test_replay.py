@@ -168,6 +168,12 @@ Disk Event Alert        0     0%      0       0  never matched
         self.assertEqual((self.app / "EventLogs_RuleNamesOnly.txt").read_bytes(),
                          b"03/07/2024 01:05:09 PM  -  Low Disk\r\n")
 
+    def test_a_log_that_cannot_be_written_is_no_success(self):
+        (self.app / "EventLogs.txt").mkdir()
+        done = self.replay(record() * 2, "--write-logs", code=2)
+        self.assertIn("2 log entries could not be written", done.stderr)
+        self.assertTrue((self.app / "EventLogs_RuleNamesOnly.txt").is_file())
+
     def test_broken_lines_are_named_and_the_rest_is_done(self):
         done = self.replay(record() + "\n{broken\n[1]\n" + record("two").rstrip("\n"), "--repeat", "2", code=1)
         self.assertTrue(done.stdout.startswith("2 records, 2 alerts"), done.stdout)

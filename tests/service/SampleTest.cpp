@@ -82,6 +82,22 @@ TEST_F(SampleTest, WhatCannotBeReadGoesOnServingAlertsAndMails) {
   EXPECT_TRUE(machine.Content(u"C:\\Orvanta\\EventLogs.txt").ends_with("Message: three\r\n"));
 }
 
+// The second record raises no alert.
+TEST_F(SampleTest, AnEntryThatCouldNotBeWrittenIsTriedAgainBetweenRecords) {
+  Put(u"Config\\Rules\\A.DAT", "[LogFile]\r\nSystem=1\r\n[EventType]\r\nInfo=1\r\n[EventDetail]\r\nEventDesc=one\r\n");
+  source.records = {Raw(u"one"), Raw(u"two"), Raw(u"orvanta - stopping event service...")};
+  machine.files.FailPath(u"EventLogs.txt", SystemError::kDiskFull);
+  source.onNext = [&] {
+    if (source.records.size() == 2) {
+      machine.files.Heal();
+      machine.clock.Advance(1000);
+    } else if (source.records.size() == 1) {
+      EXPECT_TRUE(machine.Content(u"C:\\Orvanta\\EventLogs.txt").ends_with("Message: one\r\n"));
+    }
+  };
+  RunMain();
+}
+
 TEST_F(SampleTest, SecondInstanceDoesNothing) {
   host.anotherInstance = true;
   RunMain();

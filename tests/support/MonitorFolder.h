@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "monitor/AlertSink.h"
+#include "monitor/EventLogFiles.h"
 #include "monitor/modFilterEvents.h"
 #include "service/Modules.h"
 #include "support/TestMachine.h"
@@ -55,11 +56,12 @@ class ServiceEngine {
   ServiceEngine(MonitorFolder& folder, AlertMailer& mailer) : ServiceEngine(folder, mailer, folder.Settings()) {}
   void Handle(const EventRecord& record) { filter_.FindEvents(record); }
   modFilterEvents& Filter() { return filter_; }
+  EventLogFiles& Log() { return log_; }
 
  private:
   ServiceEngine(MonitorFolder& folder, AlertMailer& mailer, const MonitorSettings& settings)
       : action_(folder.modules.ini, mailer, settings),
-        log_(folder.modules.fileSystem, settings),
+        log_(folder.modules.fileSystem, folder.clock, settings),
         filter_(folder.Parts(alerts_), settings) {}
 
   AlertAction action_;

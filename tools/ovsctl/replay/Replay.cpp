@@ -12,6 +12,7 @@
 #include "diag/App_Debug.h"
 #include "events/files/Records.h"
 #include "monitor/AlertSink.h"
+#include "monitor/EventLogFiles.h"
 #include "monitor/modFilterEvents.h"
 #include "ovsctl/cli/Commands.h"
 #include "ovsctl/cli/Console.h"
@@ -150,7 +151,7 @@ class Run {
       : options_(options),
         installation_(installation),
         mail_(mail),
-        files_(installation.FileSystem(), installation.Settings()),
+        files_(installation.FileSystem(), installation.Machine().clock, installation.Settings()),
         statistics_(options.writeLogs ? &files_ : nullptr),
         mailer_(statistics_, mail, notes, options.sendMails),
         action_(installation.Ini(), mailer_, installation.Settings()),
@@ -203,8 +204,15 @@ class Run {
   }
 
   [[nodiscard]] int ExitCode() const {
-    if (!result_.complete) return kFailed;
+    if (!result_.complete || files_.Unwritten() != 0) return kFailed;
     return result_.bad == 0 && mailer_.NotSent() == 0 ? kDone : kFindings;
+  }
+
+  // The last try to write the logs.
+  void FinishLogs() {
+    files_.Finish();
+    if (files_.Unwritten() == 0) return;
+    static_cast<void>(Console::Fail(Counted(files_.Unwritten(), "log entry", "log entries") + " could not be written"));
   }
 
   void SayWhatWasSent() const {
@@ -278,6 +286,7 @@ int RunReplay(const ReplayOptions& options) {
   Print(report, options.form);
   run.SayWhatWasSent();
   if (options.repeat > 0) run.Measure();
+  run.FinishLogs();
   if (input->page.empty()) return run.ExitCode();
   const os::Error error = installation->FileSystem().Files().Write(input->page, HtmlReport(report));
   return error.Ok() ? run.ExitCode() : Console::Fail("cannot write " + options.htmlFile, error);

@@ -21,7 +21,8 @@ struct ReplayOptions {
   int repeat = 0;          // records are kept and handled that many times more, to measure the matching
 };
 
-// kDone, kFindings when a piece was no record or a mail did not go, kFailed when it could not be done.
+// kDone, kFindings when a piece was no record or a mail did not go, kFailed when it could not be done or a log entry could
+// not be written.
 int RunReplay(const ReplayOptions& options);
 
 }  // namespace ovs
