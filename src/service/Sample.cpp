@@ -51,18 +51,26 @@ void Sample::RunMain(Proc& proc) {
     if (host.AnotherInstanceRuns()) return;
     const bool isWindowsNT = host.IsWindowsNT();
     host.CreateEvents();
+    const bool isService = isWindowsNT && host.StartAsService();
     if (!isWindowsNT) {
-      modules_.machine.prompt.Show(u"This program is only for Windows NT/2000/XP/2003.", modules_.environment.Title(),
-                                   kBoxFlags);
-    } else if (!host.StartAsService()) {
-      modules_.machine.prompt.Show(u"This program must be started as a service.", modules_.environment.Title(), kBoxFlags);
+      Explain(u"This program is only for Windows NT/2000/XP/2003.");
+    } else if (!isService) {
+      Explain(u"This program must be started as a service.");
     } else {
       RunService();
+      // Given up before the control manager knows: it may start the next process at once, while this one saves and dumps.
+      host.LeavePlace();
       host.ReportServiceState(ServiceState::Stopped);
       host.FinishDispatcher();
     }
     host.CloseEvents();
   });
+}
+
+// However long nobody answers the box, it keeps no service from starting.
+void Sample::Explain(TextView text) {
+  peers_.host.LeavePlace();
+  modules_.machine.prompt.Show(text, modules_.environment.Title(), kBoxFlags);
 }
 
 void Sample::RunService() {

@@ -26,6 +26,7 @@ class Sample {
   void RunMain(Proc& proc);
   void RunService();
   void RunMonitor();
+  void Explain(TextView text);
   void InitApp();
   void StartMailEngines();
   void InitConfig();

@@ -1,7 +1,7 @@
 // Port: the service's side of the service control manager, and the process around it.
 //
 // Main calls it in this order: AnotherInstanceRuns, IsWindowsNT, CreateEvents, StartAsService, ReportServiceState(Running),
-// WaitForStopControl any number of times, ReportServiceState(Stopped), FinishDispatcher, CloseEvents.
+// WaitForStopControl any number of times, LeavePlace, ReportServiceState(Stopped), FinishDispatcher, CloseEvents.
 #pragma once
 
 #include <cstdint>
@@ -20,8 +20,11 @@ class ServiceHost {
  public:
   virtual ~ServiceHost() = default;
 
-  // True when this program file already runs in another process of the machine. Holds the place from then on.
+  // True when this program file already runs in another process of the machine, and does so for some seconds yet: one that
+  // is ending gets time to. Holds the place from then on.
   virtual bool AnotherInstanceRuns() = 0;
+  // Gives the place up: from now on another process may take it.
+  virtual void LeavePlace() noexcept = 0;
   // True on every system of the NT family.
   virtual bool IsWindowsNT() = 0;
 

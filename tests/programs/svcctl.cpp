@@ -1,6 +1,7 @@
 // svcctl COMMAND: drives the service "OvsEventSvc" through the service control manager.
 //   install PATH        makes the service for that program file (demand start)
 //   start [ARGUMENT...] starts it; does not wait
+//   restart             starts it at the moment it has stopped, and tells whether the process before still runs then
 //   stop                sends the stop control; does not wait
 //   shutdown            tries the shutdown control. Service control managers keep that one to themselves, so it answers
 //                       with the refusal; the error number tells.
@@ -96,7 +97,7 @@ int PrintStatus(SC_HANDLE service) {
 // The manager can notify of a change, but a notification that is given up early goes on referring to this program's
 // memory, and a state passed through quickly is lost either way: looking often is as good and simpler.
 int Wait(SC_HANDLE service, DWORD wanted, unsigned long seconds) {
-  constexpr DWORD kLookEvery = 20;
+  constexpr DWORD kLookEvery = 5;
   const ULONGLONG end = GetTickCount64() + seconds * 1000ULL;
   SERVICE_STATUS_PROCESS status{};
   for (;;) {
@@ -112,8 +113,24 @@ int Wait(SC_HANDLE service, DWORD wanted, unsigned long seconds) {
   return kDone;
 }
 
+int Restart(SC_HANDLE service) {
+  constexpr unsigned long kLimit = 60;
+  SERVICE_STATUS_PROCESS status{};
+  if (!Query(service, status)) return Failure("query");
+  const HANDLE before = OpenProcess(SYNCHRONIZE, FALSE, status.dwProcessId);
+  Say("restart: waits for its end");
+  int result = Wait(service, SERVICE_STOPPED, kLimit);
+  const bool stillRuns = WaitForSingleObject(before, 0) == WAIT_TIMEOUT;
+  if (result == kDone) result = Start(service, 0, nullptr);
+  if (result == kDone) result = Wait(service, SERVICE_RUNNING, kLimit);
+  Say(stillRuns ? "process before: still running" : "process before: ended");
+  CloseHandle(before);
+  return result;
+}
+
 int Usage() {
-  Say("usage: svcctl install PATH | start [ARGUMENT...] | stop | shutdown | interrogate | query | wait STATE SECONDS |"
+  Say("usage: svcctl install PATH | start [ARGUMENT...] | restart | stop | shutdown | interrogate | query | wait STATE "
+      "SECONDS |"
       " delete");
   return kUsage;
 }
@@ -122,6 +139,7 @@ int WithService(SC_HANDLE manager, const std::wstring& command, int argc, wchar_
   const Service service(OpenServiceW(manager, kService, SERVICE_ALL_ACCESS));
   if (!service) return Failure("open service");
   if (command == L"start") return Start(service.get(), argc, argv);
+  if (command == L"restart") return Restart(service.get());
   if (command == L"stop") return Control(service.get(), SERVICE_CONTROL_STOP, "stop");
   if (command == L"shutdown") return Control(service.get(), SERVICE_CONTROL_SHUTDOWN, "shutdown");
   if (command == L"interrogate") return Control(service.get(), SERVICE_CONTROL_INTERROGATE, "interrogate");

@@ -34,7 +34,7 @@ TEST_F(SampleTest, StartsInOrderAndStopsWithBothKeys) {
   host.slicesUntilStop = 2;
   RunMain();
   EXPECT_EQ(journal, (Journal{"create events", "dispatcher", "state 4", "connect", "next", "next", "wait 3000", "wait 3000",
-                              "wait 3000", "state 1", "finish dispatcher", "close events"}));
+                              "wait 3000", "leave place", "state 1", "finish dispatcher", "close events"}));
   EXPECT_TRUE(machine.prompt.shown.empty());
   EXPECT_EQ(engines.started, 1);
   os::FileInfo info;
@@ -105,14 +105,26 @@ TEST_F(SampleTest, SecondInstanceDoesNothing) {
   EXPECT_TRUE(machine.prompt.shown.empty());
 }
 
-TEST_F(SampleTest, StartedByHandItSaysSoAndConnectsToNothing) {
+TEST_F(SampleTest, WhereItIsNoServiceItSaysSoAndConnectsToNothing) {
+  struct {
+    bool isNT;
+    Journal asked;
+    TextView said;
+  } const cases[] = {
+      {true, {"create events", "dispatcher", "leave place", "close events"}, u"This program must be started as a service."},
+      {false, {"create events", "leave place", "close events"}, u"This program is only for Windows NT/2000/XP/2003."}};
   host.underControlManager = false;
-  RunMain();
-  EXPECT_EQ(journal, (Journal{"create events", "dispatcher", "close events"}));
-  ASSERT_EQ(machine.prompt.shown.size(), 1u);
-  EXPECT_EQ(machine.prompt.shown[0].text, u"This program must be started as a service.");
-  EXPECT_EQ(machine.prompt.shown[0].caption, u"Orvanta Event Service");
-  EXPECT_EQ(machine.prompt.shown[0].flags, 65600u);
+  for (const auto& each : cases) {
+    journal.clear();
+    machine.prompt.shown.clear();
+    host.isNT = each.isNT;
+    RunMain();
+    EXPECT_EQ(journal, each.asked);
+    ASSERT_EQ(machine.prompt.shown.size(), 1u);
+    EXPECT_EQ(machine.prompt.shown[0].text, each.said);
+    EXPECT_EQ(machine.prompt.shown[0].caption, u"Orvanta Event Service");
+    EXPECT_EQ(machine.prompt.shown[0].flags, 65600u);
+  }
 }
 
 TEST_F(SampleTest, AnErrorOfTheSourceEndsMainWithoutAStoppedReport) {

@@ -40,6 +40,7 @@ class Event {
 class ThreadedHost final : public ServiceHost {
  public:
   bool AnotherInstanceRuns() override { return false; }
+  void LeavePlace() noexcept override {}
   bool IsWindowsNT() override { return true; }
   void CreateEvents() override {}
   void CloseEvents() noexcept override {}

@@ -21,6 +21,7 @@ class JournalHost final : public ServiceHost {
   explicit JournalHost(Journal& journal) : journal_(journal) {}
 
   bool AnotherInstanceRuns() override { return anotherInstance; }
+  void LeavePlace() noexcept override { journal_.emplace_back("leave place"); }
   bool IsWindowsNT() override { return isNT; }
   void CreateEvents() override { journal_.emplace_back("create events"); }
   void CloseEvents() noexcept override { journal_.emplace_back("close events"); }

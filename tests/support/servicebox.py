@@ -29,8 +29,7 @@ class ServiceBox:
         self.bin = pathlib.Path(os.environ["OVS_BIN"])
         self.prefix = pathlib.Path(os.environ["WINEPREFIX"])
         self.app = pathlib.Path(app)
-        self.feed = self.app.parent / (self.app.name + ".feed.jsonl")
-        self.count = self.feed.with_name(self.feed.name + ".count")
+        self.name_feed(self.app.name + ".feed.jsonl")
 
     # --- programs
 
@@ -68,6 +67,15 @@ class ServiceBox:
         if config is not None:
             shutil.copytree(config, self.app, dirs_exist_ok=True)
         shutil.copy2(self.bin / PROGRAM, self.app / PROGRAM)
+        self.take_new_feed(self.feed.name)
+
+    def name_feed(self, name):
+        self.feed = self.app.parent / name
+        self.count = self.feed.with_name(name + ".count")
+
+    def take_new_feed(self, name):
+        """A feed without records for the next start; a service that runs stays with its own."""
+        self.name_feed(name)
         self.feed.write_bytes(b"")
         self.count.unlink(missing_ok=True)
         self.set_standin("0", "0")

@@ -11,6 +11,7 @@
 #include "base/Fold.h"
 #include "base/Numbers.h"
 #include "base/RuntimeError.h"
+#include "diag/App_Debug.h"
 #include "diag/PendingError.h"
 #include "os/win32/Win32Support.h"
 #include "service/ServiceControl.h"
@@ -19,11 +20,17 @@ namespace ovs {
 
 namespace {
 
-constexpr DWORD kAnyMessage = QS_ALLINPUT;
+// Input, messages of other threads, timers, painting. Newer headers add kinds that an old Windows refuses.
+constexpr DWORD kAnyMessage = 0xFF;
 
 [[noreturn]] void RaiseSystem(const char16_t* call) {
   FailPending(os::Error(GetLastError()));
   throw RuntimeError(RuntimeErrorNumber::kInternal, Text(call) + u" failed");
+}
+
+void NoteFailure(TextView call) {
+  FailPending(os::Error(GetLastError()));
+  Debug::dLog(kNoProc, call, EventType::ApiError);
 }
 
 void PumpMessages() {
@@ -35,7 +42,7 @@ void PumpMessages() {
 }
 
 // Waits until one of the handles is signalled or the time is up, keeping the thread's messages served. The index of the
-// handle, or WAIT_TIMEOUT.
+// handle, WAIT_TIMEOUT, or WAIT_FAILED with an entry in the debug log.
 DWORD WaitForHandlesPumping(DWORD timeoutMs, const HANDLE* handles, DWORD count) {
   const DWORD start = GetTickCount();
   for (;;) {
@@ -47,7 +54,7 @@ DWORD WaitForHandlesPumping(DWORD timeoutMs, const HANDLE* handles, DWORD count)
       remaining = timeoutMs - elapsed;
     }
     const DWORD result = MsgWaitForMultipleObjects(count, handles, FALSE, remaining, kAnyMessage);
-    if (result == WAIT_FAILED) RaiseSystem(u"MsgWaitForMultipleObjects");
+    if (result == WAIT_FAILED) NoteFailure(u"MsgWaitForMultipleObjects");
     PumpMessages();
     if (result != WAIT_OBJECT_0 + count) return result;
   }
@@ -101,6 +108,7 @@ std::wstring serviceName = ToWide(kServiceName);  // the calls want one that is 
 
 struct NTService::State {
   Text programPath;
+  DWORD instancePatience = 0;
   Handle instance;
   Handle endEvent;
   Handle startedEvent;
@@ -147,7 +155,10 @@ struct NTService::State {
   }
 };
 
-NTService::NTService(TextView programPath) : state_(std::make_unique<State>()) { state_->programPath = programPath; }
+NTService::NTService(TextView programPath, std::uint32_t instancePatience) : state_(std::make_unique<State>()) {
+  state_->programPath = programPath;
+  state_->instancePatience = instancePatience;
+}
 
 // After an error in the main procedure the dispatcher thread still runs; it may use the state until the process has ended.
 NTService::~NTService() {
@@ -161,9 +172,17 @@ bool NTService::AnotherInstanceRuns() {
                     HexText(static_cast<std::uint32_t>(hash), 8);
   state_->instance = Handle(CreateMutexW(nullptr, FALSE, ToWide(name).c_str()));
   const DWORD number = GetLastError();
-  if (state_->instance) return number == ERROR_ALREADY_EXISTS && IsOfOneOfUs(state_->instance);
   // Nothing of an instance of ours is closed to the system itself.
-  return number == ERROR_ACCESS_DENIED && !IsTheSystem();
+  if (!state_->instance) return number == ERROR_ACCESS_DENIED && !IsTheSystem();
+  if (number == ERROR_ALREADY_EXISTS && !IsOfOneOfUs(state_->instance)) return false;
+  // The place is taken by owning it. Whoever ends without a word gives it up as well.
+  const HANDLE place = state_->instance.Get();
+  return WaitForHandlesPumping(state_->instancePatience, &place, 1) == WAIT_TIMEOUT;
+}
+
+void NTService::LeavePlace() noexcept {
+  if (state_->instance) ReleaseMutex(state_->instance.Get());
+  state_->instance.Close();
 }
 
 bool NTService::IsWindowsNT() {

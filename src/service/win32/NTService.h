@@ -16,13 +16,20 @@ namespace ovs {
 // handler. They share the three events, the state (see ServiceControl) and the status handle.
 class NTService final : public ServiceHost {
  public:
-  // `programPath` is the full path of the running program; it identifies the program for the single-instance test.
-  explicit NTService(TextView programPath);
+  // Longer than a process needs to end once it has given up its place, and a third of what the control manager waits for a
+  // service that starts.
+  static constexpr std::uint32_t kInstancePatience = 10'000;
+
+  // `programPath` is the full path of the running program; it identifies the program for the single-instance test, which
+  // waits for an earlier instance to end for `instancePatience` milliseconds.
+  explicit NTService(TextView programPath, std::uint32_t instancePatience = kInstancePatience);
   ~NTService() override;
   NTService(const NTService&) = delete;
   NTService& operator=(const NTService&) = delete;
 
+  // The place belongs to the thread that takes it.
   bool AnotherInstanceRuns() override;
+  void LeavePlace() noexcept override;
   bool IsWindowsNT() override;
   void CreateEvents() override;
   void CloseEvents() noexcept override;

@@ -106,11 +106,30 @@ class ServiceTest(unittest.TestCase):
         self.assertIn('"This program must be started as a service."', shown)
         self.assertEqual(self.box.progress(), {}, "no connection was made")
 
-    def test_second_instance_ends_quietly(self):
-        self.box.start()
-        self.box.run(str(self.box.app / PROGRAM))
-        self.assertEqual(self.box.state(), "RUNNING")
-        self.box.stop()
+    def test_it_starts_again_at_once_while_the_process_before_still_writes_its_dump(self):
+        box = self.box
+        (box.app / "X_Debug.cfg").write_bytes(b"Debug.ProcDump=1\r\n")
+        for number in range(10):
+            self.add_rule(f"{number}.DAT")
+        overlaps, times = 0, int(os.environ.get("OVS_RESTARTS", "2"))
+        box.start()
+        for number in range(times):
+            box.append(record("x" * 20_000) * int(os.environ.get("OVS_RECORDS", "30")))
+            box.await_handled(len(box.feed.read_text().splitlines()))
+            box.run("svcctl", "stop")
+            ending = box.feed
+            box.take_new_feed(f"{number}.feed.jsonl")
+            with subprocess.Popen(box.command("svcctl", "restart"), stdout=subprocess.PIPE, text=True) as restart:
+                restart.stdout.readline()  # now it waits
+                with open(ending, "a", encoding="utf-8") as feed:
+                    feed.write(record(STOP_PHRASE))
+                said = restart.communicate(timeout=LIMIT * 2)[0]
+            self.assertEqual(restart.returncode, 0, said)
+            overlaps += "still running" in said
+        print(f"{times} restarts, {overlaps} while the process before still ran")
+        self.assertGreater(overlaps, 0, said)
+        box.stop()
+        box.await_end()
 
     def test_channel_keys_are_made_once(self):
         box = self.box

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <future>
+
 namespace ovs {
 namespace {
 
@@ -24,10 +26,23 @@ TEST(NTService, StopAndShutdownAskForTheEndAndOthersDoNot) {
 }
 
 TEST(NTService, TheFirstInstanceOfAProgramFileHoldsItsPlace) {
+  // Each on a thread of its own, as a process has.
+  const auto another = [](TextView program, std::uint32_t patience) {
+    return std::async(std::launch::async, [=] { return NTService(program, patience).AnotherInstanceRuns(); });
+  };
   NTService first(u"C:\\Orvanta Test\\Program.exe");
   EXPECT_FALSE(first.AnotherInstanceRuns());
-  EXPECT_TRUE(NTService(u"c:\\ORVANTA test\\program.EXE").AnotherInstanceRuns());
-  EXPECT_FALSE(NTService(u"C:\\Orvanta Test\\Other.exe").AnotherInstanceRuns());
+  EXPECT_TRUE(another(u"c:\\ORVANTA test\\program.EXE", 1).get());
+  EXPECT_FALSE(another(u"C:\\Orvanta Test\\Other.exe", 1).get());
+  std::future<bool> waiting = another(u"C:\\Orvanta Test\\Program.exe", 60'000);
+  EXPECT_EQ(waiting.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+  first.LeavePlace();
+  EXPECT_FALSE(waiting.get()) << "the place was given up meanwhile";
+}
+
+TEST(NTService, AWaitThatFailsCountsAsNoTimeOut) {
+  NTService service(u"C:\\none.exe");
+  EXPECT_TRUE(service.WaitForStopControl(60'000)) << "there is no event to wait for";
 }
 
 TEST(NTService, ThisIsAnNtSystem) { EXPECT_TRUE(NTService(u"x").IsWindowsNT()); }

@@ -71,6 +71,14 @@ ServiceSetup SetupOf(SC_HANDLE service) {
   return {ProgramOf(FromWide(config.lpBinaryPathName ? config.lpBinaryPathName : L"")), config.dwStartType};
 }
 
+Handle ProcessOf(SC_HANDLE service) {
+  SERVICE_STATUS_PROCESS status{};
+  DWORD needed = 0;
+  auto* const bytes = reinterpret_cast<BYTE*>(&status);
+  if (!QueryServiceStatusEx(service, SC_STATUS_PROCESS_INFO, bytes, sizeof status, &needed)) return Handle();
+  return Handle(status.dwProcessId == 0 ? nullptr : OpenProcess(SYNCHRONIZE, FALSE, status.dwProcessId));
+}
+
 int FailAt(std::string_view what, os::Error error) {
   for (const Advice& each : kAdvice) {
     if (each.error == error.Number()) return Console::Fail(std::string(what) + ": " + each.text);

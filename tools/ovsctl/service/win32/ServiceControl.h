@@ -9,6 +9,7 @@
 
 #include "base/Text.h"
 #include "os/Error.h"
+#include "os/win32/Win32Support.h"
 #include "service/ServiceHost.h"
 
 namespace ovs::win32 {
@@ -35,6 +36,10 @@ struct ServiceSetup {
   DWORD startType = 0;
 };
 [[nodiscard]] ServiceSetup SetupOf(SC_HANDLE service);
+
+// The process that the service runs in, to be waited for: it writes its settings and dumps after it has reported that it
+// stopped. Empty when there is none.
+[[nodiscard]] Handle ProcessOf(SC_HANDLE service);
 
 // "cannot ...: reason" with what to do about it. Gives kFailed.
 [[nodiscard]] int FailAt(std::string_view what, os::Error error);

@@ -73,11 +73,20 @@ std::string MissingKey(DWORD state, const StopOptions& options) {
                         : "the stop control is missing, and no record was written.";
 }
 
-int AwaitStop(SC_HANDLE service, const StopOptions& options) {
+// A service that has stopped may be started again at once; whoever deletes its files waits for this.
+void AwaitEnd(const Handle& process) {
+  constexpr DWORD kLastWords = 10'000;
+  if (process && WaitForSingleObject(process.Get(), kLastWords) == WAIT_TIMEOUT) {
+    Console::Say("The service has stopped; its process still writes its dumps.");
+  }
+}
+
+int AwaitStop(SC_HANDLE service, const Handle& process, const StopOptions& options) {
   DWORD state = 0;
   const os::Error error = WaitForState(service, options.waitSeconds, IsStopped, state);
   if (error.Failed()) return FailAt("the service's state cannot be asked", error);
   if (IsStopped(state)) {
+    AwaitEnd(process);
     Console::Print(Console::Styled(Console::Style::Good, "Stopped."));
     return kDone;
   }
@@ -109,13 +118,14 @@ int StopService(const StopOptions& options) {
     Console::Print("The service is not running.");
     return kDone;
   }
+  const Handle process = ProcessOf(service.get());
   if (options.control) {
     if (const int result = SendControl(service.get())) return result;
   }
   if (options.record) {
     if (const int result = LeaveRecord(service.get(), options)) return result;
   }
-  return AwaitStop(service.get(), options);
+  return AwaitStop(service.get(), process, options);
 }
 
 void AddStopCommand(Program& program) {

@@ -109,18 +109,8 @@ bool AnswersYes(const Text& folder) {
   return false;
 }
 
-// The process writes its settings and its debug log after it has reported that it stopped.
-Handle ProcessOf(SC_HANDLE service) {
-  SERVICE_STATUS_PROCESS status{};
-  DWORD needed = 0;
-  auto* const bytes = reinterpret_cast<BYTE*>(&status);
-  if (!QueryServiceStatusEx(service, SC_STATUS_PROCESS_INFO, bytes, sizeof status, &needed)) return Handle();
-  return Handle(status.dwProcessId == 0 ? nullptr : OpenProcess(SYNCHRONIZE, FALSE, status.dwProcessId));
-}
-
 // Files that an earlier uninstall left may be purged still.
 int RemoveEntry(const UninstallOptions& options) {
-  constexpr DWORD kLastWords = 10'000;
   ServiceHandle service;
   os::Error error = OpenEventService(DELETE | SERVICE_QUERY_STATUS, service);
   if (options.purge && error.Number() == ERROR_SERVICE_DOES_NOT_EXIST) {
@@ -128,12 +118,10 @@ int RemoveEntry(const UninstallOptions& options) {
     return kDone;
   }
   if (error.Failed()) return FailAt("the service cannot be uninstalled", error);
-  const Handle process = ProcessOf(service.get());
   if (const int result = StopService(options.stop)) {
     Console::Say("Nothing was uninstalled, because the service could not be stopped.");
     return result;
   }
-  if (process) WaitForSingleObject(process.Get(), kLastWords);
   error = Outcome(DeleteService(service.get()) != 0);
   if (error.Failed()) return FailAt("the service entry could not be deleted", error);
   Console::Print("Service entry: deleted.");
