@@ -52,7 +52,7 @@ class OvsctlTest(unittest.TestCase):
         box, program = self.box, self.box.windows(self.box.app / PROGRAM)
         self.assertEqual(self.status(2)["service"], {"state": "not installed"})
         printed = self.with_app("install")
-        for part in (f'"{program}"', "1, 5 and 15 minutes", "Event source", "Application folder", "Debug logs", "10 examples", "Installed."):
+        for part in (f'"{program}"', "5, 30 and 60 seconds", "Event source", "Application folder", "Debug logs", "10 examples", "Installed."):
             self.assertIn(part, printed)
         entry = box.run("reg", "query", SERVICE_KEY)
         for name, value in (("ImagePath", f'"{program}"'), ("Start", "0x2"), ("Type", "0x10"), ("DependOnService", "EventLog"),

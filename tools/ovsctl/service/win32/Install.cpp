@@ -30,8 +30,10 @@ using Console::Shown;
 constexpr TextView kDisplayName = kTitle;
 constexpr wchar_t kDescription[] =
     L"Watches the Windows event logs, matches each record against rule files, writes alerts to log files and mails them.";
+// Records that arrive while the service is down are not seen, so it comes back soon. The last delay serves all later
+// failures.
 constexpr DWORD kSecond = 1000;
-constexpr std::array<DWORD, 3> kRestartDelays = {60 * kSecond, 5 * 60 * kSecond, 15 * 60 * kSecond};
+constexpr std::array<DWORD, 3> kRestartDelays = {5 * kSecond, 30 * kSecond, 60 * kSecond};
 constexpr DWORD kDay = 24 * 60 * 60;
 
 class Installer {
@@ -174,8 +176,9 @@ bool Installer::DescribeEntry() {
   actions.cActions = static_cast<DWORD>(restarts.size());
   actions.lpsaActions = restarts.data();
   if (!ChangeServiceConfig2W(service_.get(), SERVICE_CONFIG_FAILURE_ACTIONS, &actions)) return Fail(LastError());
-  Console::Print(
-      "Recovery: restarts 1, 5 and 15 minutes after the first, second and later failures; counted anew after a day.");
+  const auto seconds = [](std::size_t i) { return std::to_string(kRestartDelays[i] / kSecond); };
+  Console::Print("Recovery: restarts " + seconds(0) + ", " + seconds(1) + " and " + seconds(2) +
+                 " seconds after the first, second and later failures; counted anew after a day.");
   SERVICE_FAILURE_ACTIONS_FLAG always{TRUE};
   if (ChangeServiceConfig2W(service_.get(), SERVICE_CONFIG_FAILURE_ACTIONS_FLAG, &always)) return true;
   if (GetLastError() != ERROR_INVALID_LEVEL) return Fail(LastError());
