@@ -49,6 +49,7 @@ struct App_Debug::Parts {
   void Log(DebugEvent event, TextView expectedVB, TextView expectedAPI) noexcept;
   void Compose(DebugEvent& event);
   void WriteDumps();
+  void NoteDump(const Text& path, os::Error error);
 
   std::recursive_mutex mutex;
   DebugPorts ports;
@@ -193,6 +194,24 @@ void App_Debug::SetSwitches(const DebugSwitches& switches) noexcept {
   }
 }
 
+void App_Debug::HoldRecords() noexcept {
+  const Parts::Lock lock(parts_->mutex);
+  try {
+    parts_->trace.Hold();
+  } catch (...) {
+    return;  // procedures that already run may miss their records
+  }
+}
+
+void App_Debug::EndHoldOfRecords() noexcept {
+  const Parts::Lock lock(parts_->mutex);
+  try {
+    parts_->trace.EndHold();
+  } catch (...) {
+    return;
+  }
+}
+
 void App_Debug::SetEntryListener(EntryListener listener) {
   const Parts::Lock lock(parts_->mutex);
   parts_->log.SetListener(std::move(listener));
@@ -244,10 +263,24 @@ void App_Debug::Parts::WriteDumps() {
   const bool wanted = switches.procDump || switches.envDump;
   if (!wanted || dumpsWritten || ports.files == nullptr || log.File().empty()) return;
   dumpsWritten = true;
+  // Nobody else has made it while the log is not written in real time.
+  log.EnsureFolder();
   if (environmentReport) {
-    ports.files->Write(log.FileNoExt() + u" Dump_Env.log", ToUtf8(secrets.Masked(environmentReport()))).Ignore();
+    const Text path = log.FileNoExt() + u" Dump_Env.log";
+    NoteDump(path, ports.files->Write(path, ToUtf8(secrets.Masked(environmentReport()))));
   }
-  if (switches.procDump) trace.WriteDumpFile(log.FileNoExt() + u" Dump_Proc.log");
+  const Text path = log.FileNoExt() + u" Dump_Proc.log";
+  if (switches.procDump) NoteDump(path, trace.WriteDumpFile(path));
+}
+
+// The log is closed by now, so it is opened for this once more.
+void App_Debug::Parts::NoteDump(const Text& path, os::Error error) {
+  if (error.Ok()) return;
+  FailPending(error);
+  Log(NamedEvent(u"App_Debug.CleanupDebug_WriteLogs", u"The dump could not be written:  " + path), {}, {});
+  if (!switches.realTime || !log.Open()) return;
+  log.Write(false);
+  log.Close();
 }
 
 // --- The log file

@@ -39,6 +39,11 @@ class App_Debug {
   // writing on opens the log file, switching the performance timer on starts it.
   void SetSwitches(const DebugSwitches& switches) noexcept;
 
+  // For a start-up whose switches come out of files that procedures read: records are made and held in memory (4 MB at most,
+  // what is beyond is lost and counted) until EndHoldOfRecords, when the switches decide what becomes of them.
+  void HoldRecords() noexcept;
+  void EndHoldOfRecords() noexcept;
+
   // From now on "***" stands for this text (of 4 characters at least) in entries, variables, dumps and debugger output.
   void AddSecret(TextView secret) noexcept;
 

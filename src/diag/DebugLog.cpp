@@ -115,13 +115,17 @@ void DebugLog::SwitchFile(TextView path) {
   SetFile(path);
 }
 
+bool DebugLog::EnsureFolder() {
+  const PendingErrorScope keeper;
+  if (files_ == nullptr || path_.empty()) return false;
+  return environment_.ensureDirExists ? environment_.ensureDirExists(folder_)
+                                      : files_->MakeSureDirectoryPathExists(folder_ + u"\\").Ok();
+}
+
 // Writes out at once: entries that came before the file was opened belong in front of the next one.
 bool DebugLog::StartRealTime() {
   const PendingErrorScope keeper;
-  if (files_ == nullptr || path_.empty()) return false;
-  const bool exists = environment_.ensureDirExists ? environment_.ensureDirExists(folder_)
-                                                   : files_->MakeSureDirectoryPathExists(folder_ + u"\\").Ok();
-  const bool writable = exists && (!environment_.hasWriteAccess || environment_.hasWriteAccess(folder_));
+  const bool writable = EnsureFolder() && (!environment_.hasWriteAccess || environment_.hasWriteAccess(folder_));
   if (!writable || !Open()) return false;
   Write(true);
   return true;

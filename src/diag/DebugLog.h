@@ -63,7 +63,9 @@ class DebugLog {
   [[nodiscard]] const Text& File() const noexcept { return path_; }
   [[nodiscard]] const Text& FileNoExt() const noexcept { return pathNoExt_; }
 
-  // False when the folder is missing and cannot be made, or the file cannot be opened.
+  // False when the folder is missing and cannot be made.
+  bool EnsureFolder();
+  // False when there is no folder for the file, or the file cannot be opened.
   bool StartRealTime();
   bool Open() noexcept;
   void Close() noexcept;

@@ -149,6 +149,12 @@ void App_Proc::RenderEvents(const ProcRenderOptions& options, Text& out) const {
 
 void App_Proc::RenderEnd(Text& out) const { out.append(u"---- EndProcedureID=").append(NumberText(id_)).append(u"\r\n"); }
 
+std::size_t App_Proc::VariableCharacters() const noexcept {
+  std::size_t characters = 0;
+  for (const Text& each : vars_) characters += each.size();
+  return characters;
+}
+
 void App_Proc::App_ClassSync_CleanUp() {
   events_.clear();
   heldCharacters_ = 0;

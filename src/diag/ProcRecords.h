@@ -66,6 +66,8 @@ class App_Proc {
   [[nodiscard]] const App_ProcEvent* LastErrorEvent() const noexcept;
   // The memory that the held events take, in characters.
   [[nodiscard]] std::size_t HeldCharacters() const noexcept { return heldCharacters_; }
+  // The same of its variables.
+  [[nodiscard]] std::size_t VariableCharacters() const noexcept;
 
   // A Function or Property without a (complete) result.
   [[nodiscard]] bool HasProblem() const noexcept;

@@ -147,7 +147,11 @@ bool ProcSpool::OpenFile() {
   if (file_ != nullptr) return true;
   if (files_ == nullptr || path_.empty()) return false;
   // A file that an earlier run left behind is emptied first.
-  return files_->Write(path_, {}).Ok() && files_->OpenAppend(path_, file_).Ok();
+  os::Error error = files_->Write(path_, {});
+  if (error.IsNotFound() && files_->MakeSureDirectoryPathExists(path_.substr(0, path_.rfind(u'\\') + 1)).Ok()) {
+    error = files_->Write(path_, {});
+  }
+  return error.Ok() && files_->OpenAppend(path_, file_).Ok();
 }
 
 bool ProcSpool::WriteBytes(std::string_view bytes) {

@@ -35,8 +35,9 @@ class ProcSpool {
 
   // `files` must outlive the spool.
   void Attach(os::Files* files) noexcept { files_ = files; }
-  // The place of the file, which is made once something is to be written; ignored when it is made already. Until a path is
-  // given, and while the file cannot be written, blocks wait in memory; beyond kMostWaiting bytes they are lost and counted.
+  // The place of the file, which is made with its folder once something is to be written; ignored when it is made already.
+  // Until a path is given, and while the file cannot be written, blocks wait in memory; beyond kMostWaiting bytes they are
+  // lost and counted.
   void SetPath(TextView path);
   static constexpr std::size_t kMostWaiting = std::size_t{4} * 1024 * 1024;
 

@@ -41,9 +41,43 @@ void ProcTrace::Attach(os::Files* files) noexcept {
 }
 
 void ProcTrace::SetOptions(const Options& options) {
-  const bool kept = std::exchange(options_, options).keepsRecords;
-  keepsRecords_.store(options.keepsRecords, std::memory_order_relaxed);
-  if (options.keepsRecords && !kept) AdoptGuards();
+  options_ = options;
+  KeepRecords(options.keepsRecords || holds_);
+}
+
+void ProcTrace::KeepRecords(bool keeps) {
+  const bool kept = keepsRecords_.exchange(keeps, std::memory_order_relaxed);
+  if (keeps && !kept) AdoptGuards();
+}
+
+void ProcTrace::Hold() {
+  holds_ = true;
+  KeepRecords(true);
+}
+
+void ProcTrace::EndHold() {
+  holds_ = false;
+  KeepRecords(options_.keepsRecords);
+  for (const auto& record : std::exchange(held_, {})) {
+    if (options_.keepsRecords && (record->HasProblem() || !options_.incompleteOnly)) SpoolRecord(*record, 0);
+  }
+  heldCharacters_ = 0;
+  if (options_.keepsRecords) return;
+  lostRecords_ = 0;
+  for (Proc* guard = Proc::Innermost(); guard != nullptr; guard = guard->outer_) {
+    if (guard->trace_ == this && std::exchange(guard->record_, nullptr) != nullptr) records_.erase(guard->id_);
+  }
+}
+
+// Memory for the record itself counts like its texts.
+void ProcTrace::HoldRecord(std::unique_ptr<App_Proc> record) {
+  const std::size_t size = record->HeldCharacters() + record->VariableCharacters() + sizeof(App_Proc) / sizeof(char16_t);
+  if (heldCharacters_ + size > kMostHeld) {
+    ++lostRecords_;
+    return;
+  }
+  heldCharacters_ += size;
+  held_.push_back(std::move(record));
 }
 
 // IDs start over at 1 after 2^31 - 1 calls; from then on a procedure may still run under the ID that is due.
@@ -156,7 +190,7 @@ App_Proc* ProcTrace::MakeRecord(ProcId id, ProcKind kind, TextView module, TextV
   auto record = std::make_unique<App_Proc>(id, kind, module, procedure);
   record->Add_ProcedureEvent(FlowEvent(EventType::EnterProcedure, enterEvent));
   App_Proc& kept = *(records_[id] = std::move(record));
-  kept.SetEntered(options_.render.includeTimers ? clock_.NowText() : Text(), timer_.GetTime());
+  kept.SetEntered(TakesTimes() ? clock_.NowText() : Text(), timer_.GetTime());
   return &kept;
 }
 
@@ -182,10 +216,11 @@ App_Proc* ProcTrace::FindRecord(ProcId id) const {
 
 void ProcTrace::ExitRecord(App_Proc& record, std::uint32_t exitEvent) {
   record.Add_ProcedureEvent(FlowEvent(EventType::ExitProcedure, exitEvent));
-  record.SetExited(options_.render.includeTimers ? clock_.NowText() : Text(), timer_.GetTime());
+  record.SetExited(TakesTimes() ? clock_.NowText() : Text(), timer_.GetTime());
   const ProcId id = record.Id();
   const auto spooled = spooledParts_.find(id);
   const std::uint32_t partsBefore = spooled == spooledParts_.end() ? 0 : spooled->second;
+  if (holds_ && partsBefore == 0) return HoldRecord(std::move(records_.extract(id).mapped()));
   const bool isListed = record.HasProblem() || !options_.incompleteOnly;
   if (options_.keepsRecords && (isListed || partsBefore != 0)) SpoolRecord(record, partsBefore);
   if (const App_ProcEvent* error = record.LastErrorEvent()) {
@@ -195,7 +230,8 @@ void ProcTrace::ExitRecord(App_Proc& record, std::uint32_t exitEvent) {
   records_.erase(id);
 }
 
-// Part 0, the head, comes when its text is complete, so after the parts 1 and so on that hold earlier events.
+// Part 0, the head, comes when its text is complete, so after the parts 1 and so on that hold earlier events. Masked once
+// more: of a record that was held, values may be older than the knowledge that they are secret.
 void ProcTrace::SpoolRecord(const App_Proc& record, std::uint32_t partsBefore) {
   Text head;
   record.RenderHead(options_.render, head);
@@ -203,12 +239,12 @@ void ProcTrace::SpoolRecord(const App_Proc& record, std::uint32_t partsBefore) {
   record.RenderEvents(options_.render, rest);
   record.RenderEnd(rest);
   if (partsBefore == 0) head += rest;
-  spool_.Add({record.Id(), 0, record.HasProblem()}, ToUtf8(head));
-  if (partsBefore != 0) spool_.Add({record.Id(), partsBefore + 1, false}, ToUtf8(rest));
+  spool_.Add({record.Id(), 0, record.HasProblem()}, ToUtf8(secrets_.Masked(head)));
+  if (partsBefore != 0) spool_.Add({record.Id(), partsBefore + 1, false}, ToUtf8(secrets_.Masked(rest)));
 }
 
 void ProcTrace::SpoolEvents(App_Proc& record) {
-  if (record.HeldCharacters() < kHeldEventCharacters) return;
+  if (holds_ || record.HeldCharacters() < kHeldEventCharacters) return;
   if (options_.keepsRecords) {
     Text text;
     record.RenderEvents(options_.render, text);
@@ -339,20 +375,22 @@ void ProcTrace::WriteDump(bool incompleteOnly, const Sink& sink) {
   total(u"ErrorHandlerEvents=", counters.errorHandler);
   total(u"APICallErrorEvents=", counters.apiError);
   total(u"Errors_Outside_ErrorHandler=", counters.errorsOutsideErrorHandler);
-  if (spool_.LostBlocks() > 0) total(u"RecordsLost=", spool_.LostBlocks());
+  const std::uint64_t lost = spool_.LostBlocks() + lostRecords_;
+  if (lost > 0) total(u"RecordsLost=", lost);
   if (!complete) sink("Problem:  Not every record could be read back!\r\n");
   sink("\r\n----------------------\r\n  End_ProcDump\r\n");
 }
 
 // Written beside its name and renamed, so that the dump appears whole however long it is.
-bool ProcTrace::WriteDumpFile(TextView path) {
+os::Error ProcTrace::WriteDumpFile(TextView path) {
   const Text unfinished = Text(path) + u".new";
   std::unique_ptr<os::AppendFile> out;
-  if (files_->Write(unfinished, {}).Failed() || files_->OpenAppend(unfinished, out).Failed()) return false;
-  bool good = true;
+  os::Error error = files_->Write(unfinished, {});
+  if (error.Ok()) error = files_->OpenAppend(unfinished, out);
+  if (error.Failed()) return error;
   std::string waiting;
   const auto flush = [&] {
-    good = good && out->Append(waiting).Ok();
+    if (error.Ok()) error = out->Append(waiting);
     waiting.clear();
   };
   WriteDump(options_.incompleteOnly, [&](std::string_view utf8) {
@@ -361,9 +399,9 @@ bool ProcTrace::WriteDumpFile(TextView path) {
   });
   flush();
   out = nullptr;
-  if (!good || files_->Rename(unfinished, path).Failed()) return false;
-  spool_.Remove();
-  return true;
+  if (error.Ok()) error = files_->Rename(unfinished, path);
+  if (error.Ok()) spool_.Remove();
+  return error;
 }
 
 }  // namespace ovs

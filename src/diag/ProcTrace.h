@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <vector>
 
 #include "base/Text.h"
 #include "diag/DebugEvent.h"
@@ -61,6 +62,12 @@ class ProcTrace {
   void SetSpoolPath(TextView path) { spool_.SetPath(path); }
   // Procedures that run already when records begin to be kept get theirs then.
   void SetOptions(const Options& options);
+  // Keeps records from now on until it is known whether the options want them: kMostHeld of memory at most, what is beyond
+  // is lost and counted.
+  void Hold();
+  // The options are final: what was held goes where they say, or is forgotten.
+  void EndHold();
+  static constexpr std::size_t kMostHeld = std::size_t{2} * 1024 * 1024;  // characters
 
   // --- guards
 
@@ -97,7 +104,7 @@ class ProcTrace {
   using Sink = std::function<void(std::string_view utf8)>;
   void WriteDump(bool incompleteOnly, const Sink& sink);
   // The dump as a file, which appears whole or not at all. The spool file is deleted once the dump is written.
-  bool WriteDumpFile(TextView path);
+  os::Error WriteDumpFile(TextView path);
 
  private:
   using Lock = std::lock_guard<std::recursive_mutex>;
@@ -111,7 +118,10 @@ class ProcTrace {
   App_Proc* MakeRecord(ProcId id, ProcKind kind, TextView module, TextView procedure, std::uint32_t enterEvent);
   void AdoptGuards();
   [[nodiscard]] App_Proc* FindRecord(ProcId id) const;
+  void KeepRecords(bool keeps);
   void ExitRecord(App_Proc& record, std::uint32_t exitEvent);
+  void HoldRecord(std::unique_ptr<App_Proc> record);
+  [[nodiscard]] bool TakesTimes() const noexcept { return holds_ || options_.render.includeTimers; }
   void SpoolRecord(const App_Proc& record, std::uint32_t partsBefore);
   void SpoolEvents(App_Proc& record);
 
@@ -123,11 +133,15 @@ class ProcTrace {
   Complaint complain_;
   os::Files* files_ = nullptr;
   Options options_;
-  std::atomic<bool> keepsRecords_ = false;  // options_.keepsRecords, for a guard that enters without the lock
+  bool holds_ = false;
+  std::atomic<bool> keepsRecords_ = false;  // holds_ or the options', for a guard that enters without the lock
 
   Records records_;                               // of running procedures
   std::map<ProcId, std::uint32_t> spooledParts_;  // parts of running procedures that are spooled already
   std::map<ProcId, Text> lastErrors_;             // of guards, and of procedures that have exited; bounded
+  std::vector<std::unique_ptr<App_Proc>> held_;   // ended while records were held
+  std::size_t heldCharacters_ = 0;
+  std::uint64_t lostRecords_ = 0;  // which were not held
   ProcSpool spool_;
 };
 

@@ -45,6 +45,11 @@ Text App_Env::Version() const { return Text(kVersion); }
 
 Text App_Env::AppTitle_VersionForced() const { return Title() + u" " + Version(); }
 
+Text App_Env::GetAppCaption() const {
+  Proc proc(kModule, u"GetAppCaption", ProcKind::Function);
+  return proc.Run(Text(), [&] { return AppTitle_VersionForced(); });
+}
+
 Text App_Env::LanAddress() const {
   Proc proc(kModule, u"LanAddress", ProcKind::Property);
   return proc.Run(Text(), [&] { return App_Strings::Join(system_.LanAddresses(), u", "); });

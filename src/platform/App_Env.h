@@ -25,7 +25,8 @@ class App_Env {
   [[nodiscard]] Text Version() const;
   // Title, blank, version: such as "Orvanta Event Service 1.0.0".
   [[nodiscard]] Text AppTitle_VersionForced() const;
-  [[nodiscard]] Text GetAppCaption() const { return AppTitle_VersionForced(); }
+  // What stands above what the program shows and reports.
+  [[nodiscard]] Text GetAppCaption() const;
 
   // True when nobody sits in front of the program; nothing then asks a question.
   [[nodiscard]] bool AutomaticMode() const { return automaticMode_; }

@@ -104,7 +104,7 @@ Text WithoutPassword(TextView line) {
 Text EnvironmentReport(const ReportParts& parts) {
   const MonitorSettings paths = PathsOf(parts.environment.ApplicationFolder());
   Lines out;
-  out.Line(parts.environment.GetAppCaption());
+  out.Line(parts.caption);
   AddProgram(parts.environment, out);
   AddMachine(parts.environment, out);
   AddFolders(parts.environment, out);

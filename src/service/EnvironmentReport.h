@@ -12,6 +12,7 @@ namespace ovs {
 
 // What the report looks at; all must outlive its use.
 struct ReportParts {
+  TextView caption;  // the report's first line
   const App_Env& environment;
   App_FileSystem& fileSystem;
   std::function<Text()> programSettings;  // lines "key=value" that end in CR LF; may be empty

@@ -7,10 +7,12 @@
 namespace ovs {
 
 void EventService::Run() {
+  Diagnostics().HoldRecords();
   Sample service(modules_, peers_);
   DebugEnvironment debugEnvironment = DebugEnvironmentOf(modules_.environment, modules_.fileSystem);
   debugEnvironment.environmentReport = [&] {
-    return EnvironmentReport({modules_.environment, modules_.fileSystem, [&] { return service.ProgramSettings(); }});
+    return EnvironmentReport(
+        {service.Caption(), modules_.environment, modules_.fileSystem, [&] { return service.ProgramSettings(); }});
   };
   Diagnostics().Attach(DebugPortsOf(modules_.machine), std::move(debugEnvironment));
   service.Main();

@@ -83,6 +83,7 @@ void Sample::RunService() {
   Diagnostics().InitDebug(Diagnostics().Switches(), false, {});
   StartMailEngines();
   InitConfig();
+  caption_ = modules_.environment.GetAppCaption();
   RunMonitor();
 }
 
@@ -131,6 +132,7 @@ void Sample::StartMailEngines() {
 void Sample::InitConfig() {
   store_ = Config_Init(modules_.fileSystem, modules_.environment, modules_.crypt, {.bStartedAsService = true});
   LoadDebugSettings(store_.get(), true);
+  Diagnostics().EndHoldOfRecords();
   MExceptionHandler::InstallExceptionHandler(0);
 }
 

@@ -19,14 +19,16 @@ class Sample {
   // STOPPED report, so that the service control manager's recovery acts.
   void Main();
 
+  // The application's caption; empty before the start-up has come to it.
+  [[nodiscard]] const Text& Caption() const { return caption_; }
   // The program settings in force, lines "key=stored value" that end in CR LF; empty before they were loaded.
   [[nodiscard]] Text ProgramSettings() const { return store_ ? store_->GetAllMatchingStrings_AsIs({}) : Text(); }
 
  private:
   void RunMain(Proc& proc);
+  void Explain(TextView text);
   void RunService();
   void RunMonitor();
-  void Explain(TextView text);
   void InitApp();
   void StartMailEngines();
   void InitConfig();
@@ -35,6 +37,7 @@ class Sample {
   Modules& modules_;
   ServicePeers peers_;
   std::unique_ptr<Config_Class> store_;
+  Text caption_;
 };
 
 // Makes sure that the classic event-log keys of the three modern channels exist, so that their records are delivered.

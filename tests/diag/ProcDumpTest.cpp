@@ -6,6 +6,7 @@
 #include "base/Numbers.h"
 #include "diag/ProcRecords.h"
 #include "diag/ProcSpool.h"
+#include "diag/ProcTrace.h"
 #include "support/DiagTest.h"
 
 namespace ovs {
@@ -209,6 +210,30 @@ TEST(App_Proc, EventsAreFoundByNumber) {
   EXPECT_EQ(record.NewEnum().size(), 5u);
 }
 
+TEST_F(ProcDump, WhatRanBeforeTheSettingsWereReadIsHeld) {
+  const Text value(16'000, u'v');
+  for (const bool wanted : {true, false}) {
+    App_Debug own;
+    const ScopedDiagnostics place(own);
+    own.Attach({&files, &clock, &zone, &system, &ticker}, {});
+    own.HoldRecords();
+    Proc outer(u"Mod", u"Outer", ProcKind::Sub);
+    for (int i = 0; i < 140; ++i) Proc(u"Mod", u"Early", ProcKind::Sub).ByVal(u"sValue", value);
+    own.SetSwitches({.procDump = wanted, .procDumpIncludeProcTimers = true});
+    own.EndHoldOfRecords();
+    { const Proc later(u"Mod", u"Later", ProcKind::Sub); }
+    const Text dump = own.ProcDump(false);
+    const std::vector<std::string> ids = ListedIds(dump);
+    // The outer one, the later one, and as many as the limit allows: each takes a little more than its value.
+    const std::size_t held = wanted ? ids.size() - 2 : 0;
+    constexpr std::size_t kFit = ProcTrace::kMostHeld / 16'000;
+    EXPECT_TRUE(wanted ? held < kFit && held > kFit - 10 : ids.empty()) << held;
+    EXPECT_EQ(dump.find(u"RecordsLost=" + NumberText(static_cast<std::int64_t>(140 - held))) != Text::npos, wanted);
+    EXPECT_EQ(dump.find(u"2.TimeExited=03/07/2024 01:05:09 PM") != Text::npos, wanted);
+    EXPECT_EQ(ids.empty() ? "142" : ids.back(), "142") << "what runs later is kept or not as ever";
+  }
+}
+
 // --- Spooling
 
 // Enough to fill the spool's file several times over: short calls, failing ones, and one that notes much.
@@ -230,7 +255,7 @@ TEST_F(ProcDump, TheSameWithAndWithoutSpooling) {
     App_Debug plain;
     spooling.Attach({.files = &files}, {});
     for (App_Debug* own : {&spooling, &plain}) {
-      own->DebugLogSetLogFileVars(u"C:\\run.log");
+      own->DebugLogSetLogFileVars(u"C:\\Not there yet\\run.log");
       own->SetSwitches({.procDump = true, .procDumpIncompleteOnly = incompleteOnly});
       Work(*own);
     }
@@ -239,15 +264,15 @@ TEST_F(ProcDump, TheSameWithAndWithoutSpooling) {
     const std::vector<std::string> ids = ListedIds(FromUtf8(dump));
     ASSERT_EQ(ids.size(), incompleteOnly ? 200u : 601u);
     for (std::size_t i = 0; !incompleteOnly && i < ids.size(); ++i) ASSERT_EQ(ids[i], std::to_string(i + 1));
-    EXPECT_NE(OnDisk(u"C:\\run Dump_Proc.tmp"), "-");
+    EXPECT_NE(OnDisk(u"C:\\Not there yet\\run Dump_Proc.tmp"), "-");
     spooling.CleanupDebug();
-    EXPECT_TRUE(OnDisk(u"C:\\run Dump_Proc.log") == dump);
-    EXPECT_EQ(OnDisk(u"C:\\run Dump_Proc.tmp"), "-");
+    EXPECT_TRUE(OnDisk(u"C:\\Not there yet\\run Dump_Proc.log") == dump);
+    EXPECT_EQ(OnDisk(u"C:\\Not there yet\\run Dump_Proc.tmp"), "-");
     // Records that cannot be spooled stay in memory and are not lost.
     files.FailPath(u".tmp", SystemError::kDiskFull);
     App_Debug refused;
     refused.Attach({.files = &files}, {});
-    refused.DebugLogSetLogFileVars(u"C:\\run.log");
+    refused.DebugLogSetLogFileVars(u"C:\\Not there yet\\run.log");
     refused.SetSwitches({.procDump = true, .procDumpIncompleteOnly = incompleteOnly});
     Work(refused);
     EXPECT_TRUE(ToUtf8(refused.ProcDump(incompleteOnly)) == dump);

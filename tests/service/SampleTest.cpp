@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <iterator>
 #include <string>
+#include <vector>
 
+#include "base/Encoding.h"
+#include "base/Version.h"
 #include "diag/App_Debug.h"
 #include "service/EventService.h"
 #include "support/FakeMailEngines.h"
@@ -43,27 +47,51 @@ TEST_F(SampleTest, StartsInOrderAndStopsWithBothKeys) {
 
 constexpr TextView kLog = u"C:\\Orvanta\\Data\\Debug Logs\\OrvantaEventService\\OrvantaEventService (4711)";
 
-// Everything on: settings, a rule that matches, debug log, both dumps.
-constexpr const char* kDebugSettings =
-    "Debug.Log.Verbose=1\r\nDebug.Log.RealTime=1\r\nDebug.EnvDump=1\r\nDebug.ProcDump=1\r\nEmail.SMTP.Password=geheim99";
+// What is written when which of the debug settings are on.
+const struct {
+  std::string settings;
+  bool log, environment, dump;
+} kDebugFiles[] = {
+    {"Debug.Log.Verbose=1\r\nDebug.Log.RealTime=1\r\nDebug.EnvDump=1\r\nDebug.ProcDump=1\r\n", true, true, true},
+    {"Debug.ProcDump=1\r\n", false, true, true},
+    {"Debug.EnvDump=1\r\n", false, true, false},
+    {"Debug.Log.RealTime=1\r\n", true, false, false},
+    {"", false, false, false}};
+class SampleDebugTest : public SampleTest, public ::testing::WithParamInterface<std::size_t> {};
+INSTANTIATE_TEST_SUITE_P(Each, SampleDebugTest, ::testing::Range<std::size_t>(0, std::size(kDebugFiles)));
 
-TEST_F(SampleTest, DebugSettingsFromAFileGiveLogAndDumpsWithoutSecrets) {
-  Put(u"OrvantaEventService_Debug.cfg", kDebugSettings);
+TEST_P(SampleDebugTest, SettingsFromAFileGiveLogAndDumpsWithoutSecrets) {
+  const auto& expected = kDebugFiles[GetParam()];
+  Put(u"OrvantaEventService_Debug.cfg", expected.settings + "Email.SMTP.Password=geheim99");
   Put(u"Config\\Orvanta.ini", "[EmailConfig]\r\nSMTPPassword=geheim42\r\nSMTPServer=mail\r\n");
   Put(u"Config\\Rules\\A.DAT", "[LogFile]\r\nSystem=1\r\n[EventType]\r\nInfo=1\r\n");
   source.records = {Raw(u"something"), Raw(u"orvanta - stopping event service...")};
   RunMain();
-  const std::string log = machine.Content(Text(kLog) + u".log");
-  const std::string environment = machine.Content(Text(kLog) + u" Dump_Env.log");
-  const std::string dump = machine.Content(Text(kLog) + u" Dump_Proc.log");
-  EXPECT_NE(log.find("Entering Main Service Loop"), std::string::npos);
-  EXPECT_NE(environment.find("SMTPPassword=***"), std::string::npos) << environment;
-  EXPECT_NE(environment.find("SMTPServer=mail"), std::string::npos);
-  EXPECT_NE(environment.find("A.DAT  42 bytes"), std::string::npos);
-  EXPECT_NE(environment.find("Debug.ProcDump=1"), std::string::npos);
-  EXPECT_NE(dump.find("Source=modFilterEvents.FindEvents"), std::string::npos);
-  EXPECT_NE(dump.find("End_ProcDump"), std::string::npos);
-  for (const std::string* text : {&log, &environment, &dump}) EXPECT_EQ(text->find("geheim"), std::string::npos);
+  const struct {
+    TextView name;
+    bool isThere;
+    std::vector<std::string> parts;  // in this order
+  } files[] = {
+      {u".log",
+       expected.log,
+       {"Orvanta Event Service " + ToUtf8(kVersion) + " started from C:\\Orvanta\\ as OrvantaEventService, process 4711",
+        "Entering Main Service Loop"}},
+      {u" Dump_Env.log",
+       expected.environment,
+       {"AutomaticMode=True", "SMTPPassword=***", "SMTPServer=mail", expected.settings, "A.DAT  42 bytes"}},
+      {u" Dump_Proc.log",
+       expected.dump,
+       {"Source=App_Debug.InitDebug", "Source=Config_Class.LoadFile", "Source=App_Env.GetAppCaption",
+        "Source=modFilterEvents.FindEvents", "End_ProcDump"}}};
+  for (const auto& each : files) {
+    const std::string text = machine.Content(Text(kLog) + Text(each.name), "-");
+    EXPECT_EQ(text != "-", each.isThere) << ToUtf8(each.name);
+    EXPECT_EQ(text.find("geheim"), std::string::npos) << text;
+    std::size_t at = 0;
+    for (const std::string& part : each.isThere ? each.parts : std::vector<std::string>()) {
+      EXPECT_NE(at = text.find(part, at), std::string::npos) << part << "\n" << text;
+    }
+  }
 }
 
 // Somebody keeps the settings file, and all beside it, to himself from the second record on.
