@@ -26,11 +26,20 @@ DateTime FromSystem(const SYSTEMTIME& time) {
   return {time.wYear, time.wMonth, time.wDay, time.wHour, time.wMinute, time.wSecond, time.wMilliseconds};
 }
 
+using TimeCall = void WINAPI(FILETIME*);
+
+// The fine clock came with Windows 8. The other one moves with the timer's tick, as the times of files do everywhere.
+TimeCall* FindTimeCall() {
+  TimeCall* const fine = win32::FindInSystem<TimeCall>("GetSystemTimePreciseAsFileTime");
+  return fine != nullptr ? fine : &GetSystemTimeAsFileTime;
+}
+
 class Win32Clock : public Clock {
  public:
   FileTicks UtcNow() override {
+    static TimeCall* const call = FindTimeCall();
     FILETIME time = {};
-    GetSystemTimePreciseAsFileTime(&time);
+    call(&time);
     return win32::TicksOf(time);
   }
 

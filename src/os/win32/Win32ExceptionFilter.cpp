@@ -43,13 +43,14 @@ std::atomic<DescribeException> describeException = nullptr;
 // After an overflow the guard pages are gone: the next one would end the process. They go where they were, or further
 // down when the handler itself runs so deep that it would meet them.
 void RestoreStackGuard() noexcept {
-  ULONG_PTR low = 0;
-  ULONG_PTR high = 0;
-  GetCurrentThreadStackLimits(&low, &high);
+  void* const frame = __builtin_frame_address(0);
+  const auto here = reinterpret_cast<ULONG_PTR>(frame);
+  // A stack is one allocation of memory, and begins at its low end. The call that tells the limits came with Windows 8.
+  MEMORY_BASIC_INFORMATION stack{};
+  if (VirtualQuery(frame, &stack, sizeof stack) == 0) return;
   ULONG guaranteed = 0;
   SetThreadStackGuarantee(&guaranteed);
-  const ULONG_PTR first = low + kPage;
-  const auto here = reinterpret_cast<ULONG_PTR>(__builtin_frame_address(0));
+  const ULONG_PTR first = reinterpret_cast<ULONG_PTR>(stack.AllocationBase) + kPage;
   for (ULONG_PTR size = std::max<ULONG_PTR>(guaranteed, 2 * kPage); size >= 2 * kPage; size /= 2) {
     if (here < first + size + kHandlerStack) continue;
     DWORD before = 0;

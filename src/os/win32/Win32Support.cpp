@@ -23,4 +23,8 @@ os::Error win32::LastError() noexcept {
   return error.Failed() ? error : SystemError::kGeneralFailure;
 }
 
+void* win32::FindInSystem(const char* name) noexcept {
+  return reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), name));
+}
+
 }  // namespace ovs

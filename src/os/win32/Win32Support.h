@@ -45,6 +45,22 @@ os::Error LastError() noexcept;
 // Of a call that leaves a last error when it has not done its work.
 inline os::Error Outcome(bool done) noexcept { return done ? os::kSuccess : LastError(); }
 
+// A function of the system's core library, by its name; null on a Windows that is too old to have it. Every other function
+// that is called must be there on Windows 7: a program that imports one that is missing does not start.
+void* FindInSystem(const char* name) noexcept;
+template <typename Function>
+[[nodiscard]] Function* FindInSystem(const char* name) noexcept {
+  return reinterpret_cast<Function*>(FindInSystem(name));
+}
+
+// Attributes with the mark of a reparse point only where it stands for another place, which its tag tells. Of a file system
+// that gives no tag (0) the mark is believed.
+[[nodiscard]] constexpr std::uint32_t AttributesOf(std::uint32_t attributes, std::uint32_t tag) {
+  constexpr std::uint32_t kNameSurrogate = 0x20000000;
+  const bool isElsewhere = tag == 0 || (tag & kNameSurrogate) != 0;
+  return isElsewhere ? attributes : attributes & ~os::FileAttribute::kReparsePoint;
+}
+
 // Of a FILETIME; a template because no header here names the system's own.
 template <typename FileTime>
 [[nodiscard]] os::FileTicks TicksOf(const FileTime& time) {

@@ -163,13 +163,6 @@ class Win32Prompt : public Prompt {
   }
 };
 
-// Of the system's core library; null on a Windows that is too old to have it.
-template <class Function>
-Function* Find(const char* name) noexcept {
-  const FARPROC found = GetProcAddress(GetModuleHandleW(L"kernel32.dll"), name);
-  return reinterpret_cast<Function*>(reinterpret_cast<void*>(found));
-}
-
 }  // namespace
 
 System& ThisSystem() {
@@ -186,14 +179,15 @@ Prompt& SystemPrompt() {
 void HardenProcess() noexcept {
   HeapSetInformation(nullptr, HeapEnableTerminationOnCorruption, nullptr, 0);
   SetDllDirectoryW(L"");
-  if (const auto setDirectories = Find<BOOL WINAPI(DWORD)>("SetDefaultDllDirectories")) {
+  if (const auto setDirectories = win32::FindInSystem<BOOL WINAPI(DWORD)>("SetDefaultDllDirectories")) {
     setDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
   }
   PROCESS_MITIGATION_IMAGE_LOAD_POLICY images{};
   images.NoRemoteImages = 1;
   images.NoLowMandatoryLabelImages = 1;
   images.PreferSystem32Images = 1;
-  if (const auto setPolicy = Find<BOOL WINAPI(PROCESS_MITIGATION_POLICY, PVOID, SIZE_T)>("SetProcessMitigationPolicy")) {
+  using SetPolicy = BOOL WINAPI(PROCESS_MITIGATION_POLICY, PVOID, SIZE_T);
+  if (const auto setPolicy = win32::FindInSystem<SetPolicy>("SetProcessMitigationPolicy")) {
     setPolicy(ProcessImageLoadPolicy, &images, sizeof images);
   }
 }
