@@ -27,6 +27,7 @@ TEST_F(ConfigInitTest, FillsTheStoreFromTheProgramsFolder) {
   Put(u"C:\\App\\Sub\\More.cfg", "b=2\r\nProxy.password=hidden");
   auto config = Init({.bSingleFile = true});
   EXPECT_EQ(config->Count(), 3u);
+  EXPECT_NE(Content(kDefault).find("geheim"), std::string::npos) << "nobody but the service saves";
   config = Init({.bStartedAsService = true});
   EXPECT_EQ(config->Count(), 5u);
   for (const TextView path : {kDefault, TextView(u"C:\\App\\Sub\\More.cfg")}) {

@@ -119,14 +119,15 @@ TEST(RecordTimeText, ChangesOfDaylightSaving) {
 TEST(JsonRecord, TheSevenValuesAreKeptAndTheRestCostsNoMemory) {
   std::string zeros = "0";
   for (int i = 0; i < 200'000; ++i) zeros += ",0";
-  const std::string line = R"({"EventCode": 6, "Message": ["a"], "x": {"EventCode": 8, "y": [)" + zeros +
+  const std::string line = R"({"EventCode": 6, "Message": ["a"], "x": {"Logfile": 8, "y": [)" + zeros +
                            R"(]}, "EventCode": 7, "Type": "\u00fc\u001b\u007f\u0085\u202e"})";
   RawRecord record;
   std::string reason;
   const std::uint64_t before = AllocatedBytes();
   ASSERT_TRUE(ParseJsonRecord(line, record, reason));
   EXPECT_LT(AllocatedBytes() - before, 10'000u);
-  EXPECT_EQ(RawText(record.eventCode), u"7") << "the last one, and of the outermost object";
+  EXPECT_EQ(RawText(record.eventCode), u"7") << "the last one counts";
+  EXPECT_EQ(RawText(record.logfile), u"") << "of the outermost object alone";
   EXPECT_EQ(RawText(record.message), u"Object");
   const std::string again = RecordJson(ToEventRecord(record));
   EXPECT_NE(again.find(R"("Type":"\u00fc\u001b\u007f\u0085\u202e")"), std::string::npos) << again;
