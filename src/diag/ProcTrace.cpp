@@ -218,14 +218,14 @@ void ProcTrace::ExitRecord(App_Proc& record, std::uint32_t exitEvent) {
   record.Add_ProcedureEvent(FlowEvent(EventType::ExitProcedure, exitEvent));
   record.SetExited(TakesTimes() ? clock_.NowText() : Text(), timer_.GetTime());
   const ProcId id = record.Id();
+  if (const App_ProcEvent* error = record.LastErrorEvent()) {
+    RememberError(id, LastErrorText(error->errors, error->information));
+  }
   const auto spooled = spooledParts_.find(id);
   const std::uint32_t partsBefore = spooled == spooledParts_.end() ? 0 : spooled->second;
   if (holds_ && partsBefore == 0) return HoldRecord(std::move(records_.extract(id).mapped()));
   const bool isListed = record.HasProblem() || !options_.incompleteOnly;
   if (options_.keepsRecords && (isListed || partsBefore != 0)) SpoolRecord(record, partsBefore);
-  if (const App_ProcEvent* error = record.LastErrorEvent()) {
-    RememberError(id, LastErrorText(error->errors, error->information));
-  }
   spooledParts_.erase(id);
   records_.erase(id);
 }

@@ -64,8 +64,17 @@ struct Case {
   std::optional<Names> healed = {};  // of the same record when nothing is refused any more; as before unless given
 };
 
-Change Refuse(TextView part) {
-  return [part](MonitorFolder& folder) { folder.files.FailPath(part, SystemError::kSharingViolation); };
+Change Refuse(TextView part, os::Error error = SystemError::kSharingViolation) {
+  return [=](MonitorFolder& folder) { folder.files.FailPath(part, error); };
+}
+
+// What is written anew is found by a look and cannot be read behind it: it was moved away, and comes back as it was.
+Change MoveAway(TextView part) {
+  return [part](MonitorFolder& folder) {
+    folder.Rule(u"A.DAT", kOpenRule);
+    folder.Monitoring("DiskEvents=1\r\n");
+    Refuse(part, SystemError::kFileNotFound)(folder);
+  };
 }
 
 Change Monitoring(const char* lines) {
@@ -78,6 +87,7 @@ void AddUnusableRules(MonitorFolder& folder) {
   folder.Rule(u"Empty.DAT", "");
   folder.Rule(u"Binary.DAT", std::string("[LogFile]\0", 10));
   folder.disk.CreateDir(folder.PathOfRule(u"Folder.DAT")).Ignore();
+  folder.Rule(u"Sub\\C.DAT", kOpenRule);
 }
 
 void RemoveRulesFolder(MonitorFolder& folder) {
@@ -113,6 +123,9 @@ std::vector<Case> Cases() {
       {"ordinary", error, both},
       {"stop phrase", ErrorRecord(stop), {Text(kStopped)}},
       {"stop phrase before the disk check", ErrorRecord(stop + u"Fake Disk Alert", u"Disk"), {Text(kStopped)}},
+      {"stop phrase in the report of its own crash",
+       ErrorRecord(crash + stop, u"Service Control Manager"),
+       {Text(kStopped)}},
       {"own crash", ErrorRecord(crash + u"Fake Disk Alert", u" service CONTROL manager"), {}},
       {"own crash told by another", ErrorRecord(crash), both},
       {"disk event", diskError, disk},
@@ -132,6 +145,8 @@ std::vector<Case> Cases() {
       {"folders refused since an edit", error, both, EditAndRefuse(u"App\\Config"), {}, Names{u"B"}},
       {"the same, disk event", fakeDisk, disk, EditAndRefuse(u"App\\Config"), {}, Names{u"B"}},
       {"the same, excluded", ErrorRecord(u"a bad block"), {}, EditAndRefuse(u"App\\Config"), Exclude, Names{u"B"}},
+      {"rule gone for a moment", error, {u"B"}, MoveAway(u"A.DAT"), {}, both},
+      {"settings gone for a moment", fakeDisk, both, MoveAway(u"Orvanta.ini"), {}, disk},
       {"all emptied", ErrorRecord(u"a bad block", u"Disk"), {u"B"}, EditAndRefuse(u"nothing"), Exclude},
       {"all gone", ErrorRecord(u"Harddisk0: a bad block", u"Disk"), {u"B"}, Disappear, Exclude},
       {"rule deleted while the record is handled", ErrorRecord(u"delete B"), both},

@@ -90,6 +90,19 @@ TEST_F(RuleBookTest, RefusedFilesComeBackAndProblemsTellOfThemMeanwhile) {
   EXPECT_TRUE(book.Problems().empty());
 }
 
+TEST_F(RuleBookTest, AYoungFileIsReadAgainThoughNothingButItsContentTells) {
+  os::FileInfo info;
+  ASSERT_TRUE(folder.disk.Info(folder.PathOfRule(u"A.DAT"), info).Ok());
+  folder.clock.now = info.modified + kTicksPerSecond;
+  EXPECT_EQ(Matches(book, u"alpha"), Names{u"A"});
+  folder.disk.WriteInTheSameTick(folder.PathOfRule(u"A.DAT"), RuleWith("gamma"));
+  EXPECT_EQ(Matches(book, u"gamma"), Names{u"A"});
+  folder.clock.Advance(60'000);
+  Matches(book, u"");
+  folder.disk.WriteInTheSameTick(folder.PathOfRule(u"A.DAT"), RuleWith("alpha"));
+  EXPECT_EQ(Matches(book, u"gamma"), Names{u"A"}) << "one that is old is not";
+}
+
 TEST_F(RuleBookTest, AThousandRulesTakeLittleMemory) {
   constexpr int kRules = 1000;
   for (int i = 0; i < kRules; ++i) {

@@ -43,23 +43,64 @@ class FilterTest : public ::testing::Test {
   std::unique_ptr<ServiceEngine> engine_;
 };
 
-TEST_F(FilterTest, EveryMatchIsMailedAndWrittenToBothLogs) {
+// A rule's alert and a disk alert, each mailed and written to both logs. Local time is an hour ahead.
+TEST_F(FilterTest, BothKindsOfAlertsHaveTheirFormAndTheTimeThatTheFlagsSay) {
+  folder.realZone.offsetMinutes = 60;
   folder.Rule(u"Low Disk.DAT", kOpenRule);
-  Handle(ErrorRecord());
-  ASSERT_EQ(mailer.mails.size(), 1u);
-  EXPECT_EQ(mailer.mails[0].subject, u"Event Alert!");
-  EXPECT_EQ(mailer.mails[0].body,
-            u"Time: 03/07/2024 01:05:09 PM\r\nRule: Low Disk\r\nEvent Log: System\r\nEvent Type: Error (1)\r\n"
-            u"Event ID: 7\r\nSource Name: src\r\nMessage: text\r\n");
-  EXPECT_EQ(folder.Content(u"C:\\App\\EventLogs.txt"),
-            "03/07/2024 01:05:09 PM\r\nRule: Low Disk\r\n"
-            "Event ID: 7 / Event Type: Error (1) / Source Name: src / Event Log: System\r\nMessage: text\r\n");
-  folder.Rule(u"Z.dat", kOpenRule);
-  for (int i = 0; i < 2; ++i) Handle(ErrorRecord());
-  EXPECT_EQ(mailer.mails.size(), 5u);
-  EXPECT_EQ(folder.Content(u"C:\\App\\EventLogs_RuleNamesOnly.txt"),
-            "03/07/2024 01:05:09 PM  -  Low Disk\r\n03/07/2024 01:05:09 PM  -  Z\r\n")
-      << "each line once";
+  const struct {
+    const char* flags;
+    const char* time;
+  } cases[] = {
+      {"", "03/07/2024 02:05:09 PM"},
+      {"DisplayEventLogTimesInUTC=1\r\n", "03/07/2024 01:05:09 PM"},
+      {"DisplayEventLogDateYearFirst=1\r\n", "2024/03/07 02:05:09 PM"},
+      {"DisplayEventLogTimeAs24Hour=1\r\n", "03/07/2024 14:05:09"},
+      {"DisplayEventLogTimesInUTC=true\r\nDisplayEventLogDateYearFirst=01\r\nDisplayEventLogTimeAs24Hour=on\r\n",
+       "03/07/2024 02:05:09 PM"},
+  };
+  for (const auto& each : cases) {
+    for (const TextView log : {u"C:\\App\\EventLogs.txt", u"C:\\App\\EventLogs_RuleNamesOnly.txt"}) {
+      folder.disk.Delete(log).Ignore();
+    }
+    mailer.mails.clear();
+    engine_.reset();
+    folder.Monitoring("DiskEvents=1\r\nEventEmails=1\r\nDiskEventsRuleName=Platte\r\n[Config]\r\n" +
+                      std::string(each.flags));
+    for (int i = 0; i < 2; ++i) Handle(ErrorRecord());
+    Handle(ErrorRecord(u"fake disk alert"));
+    ASSERT_EQ(mailer.mails.size(), 3u);
+    EXPECT_EQ(mailer.mails[1].subject, u"Event Alert!");
+    EXPECT_EQ(mailer.mails[2].subject, u"Disk Alert!");
+    const std::string time = each.time;
+    EXPECT_EQ(ToUtf8(mailer.mails[1].body), "Time: " + time +
+                                                "\r\nRule: Low Disk\r\nEvent Log: System\r\nEvent Type: Error (1)\r\n"
+                                                "Event ID: 7\r\nSource Name: src\r\nMessage: text\r\n");
+    EXPECT_EQ(ToUtf8(mailer.mails[2].body), "Time: " + time +
+                                                "\r\nRule: Platte\r\nEvent Log: System\r\nEvent Type: Error\r\n"
+                                                "Event ID: 7\r\nSource Name: src\r\nMessage: fake disk alert\r\n");
+    const std::string entry = time +
+                              "\r\nRule: Low Disk\r\nEvent ID: 7 / Event Type: Error (1) / Source Name: src / Event Log: "
+                              "System\r\nMessage: text\r\n";
+    EXPECT_EQ(folder.Content(u"C:\\App\\EventLogs.txt"),
+              entry + entry + time +
+                  "\r\nRule: Platte\r\nEvent ID: 7 / Event Type: Error / Source Name: src\r\nMessage: fake disk alert\r\n");
+    EXPECT_EQ(folder.Content(u"C:\\App\\EventLogs_RuleNamesOnly.txt"), time + "  -  Low Disk\r\n" + time + "  -  Platte\r\n")
+        << "each line once";
+  }
+}
+
+TEST_F(FilterTest, AnAlertLeavesNoMemoryBehind) {
+  folder.Rule(u"A.DAT", kOpenRule);
+  const auto raise = [&](int alerts) {
+    for (int i = 0; i < alerts; ++i) {
+      Handle(ErrorRecord());
+      mailer.mails.clear();
+      entries.clear();
+    }
+    return LiveAllocations();
+  };
+  const int before = raise(100);
+  EXPECT_LT(raise(100) - before, 50);
 }
 
 TEST_F(FilterTest, ARecordThatMatchesNothingAllocatesNothing) {
@@ -92,14 +133,6 @@ TEST_F(FilterTest, AnEditCountsFromTheNextRecord) {
   EXPECT_EQ(mailer.mails.size(), 1u);
 }
 
-TEST_F(FilterTest, ADiskEventIsMailedAndLoggedAsSuch) {
-  folder.Monitoring("DiskEvents=1\r\nEventEmails=1\r\nDiskEventsRuleName=Platte\r\n");
-  Handle(ErrorRecord(u"fake disk alert"));
-  ASSERT_EQ(mailer.mails.size(), 1u);
-  EXPECT_EQ(mailer.mails[0].subject, u"Disk Alert!");
-  EXPECT_EQ(folder.Content(u"C:\\App\\EventLogs_RuleNamesOnly.txt"), "03/07/2024 01:05:09 PM  -  Platte\r\n");
-}
-
 TEST_F(FilterTest, ExclusionLists) {
   struct {
     TextView list;
@@ -119,6 +152,17 @@ TEST_F(FilterTest, ExclusionLists) {
     Handle(ErrorRecord());
     EXPECT_EQ(mailer.mails.empty(), each.excluded) << ToUtf8(name) << ": " << each.content;
     folder.DeleteRule(name);
+  }
+  // The first of them that excludes is the one that is named.
+  using Lists = GlobalExclusions;
+  FileProblems problems;
+  Lists lists(folder.modules.fileSystem, problems, u"C:\\App\\Config\\Rules");
+  constexpr Lists::List kOrder[] = {Lists::kIds, Lists::kSources, Lists::kTexts};
+  for (const auto list : kOrder) folder.Rule(Lists::FileName(list), "7\r\nsrc\r\ntext\r\n");
+  for (const auto list : kOrder) {
+    EXPECT_EQ(lists.ExcludedBy(u"7", u"src", u"text"), list);
+    folder.DeleteRule(Lists::FileName(list));
+    lists.LookAgain();
   }
 }
 

@@ -21,7 +21,7 @@ class SampleTest : public ::testing::Test {
  protected:
   SampleTest() { machine.system.programPath = u"C:\\Orvanta\\OrvantaEventService.exe"; }
 
-  void RunMain() { EventService(machine.Ports(), {.host = host, .source = source, .mailEngines = engines}).Run(); }
+  void RunMain() { EventService(machine.Ports(), {.host = host, .source = source, .mailEngines = faultyEngines}).Run(); }
   void Put(TextView name, const std::string& bytes) { machine.Put(u"C:\\Orvanta\\" + Text(name), bytes); }
 
   Journal journal;
@@ -31,18 +31,50 @@ class SampleTest : public ::testing::Test {
   ScopedDiagnostics scoped{debug};
   fakes::TestMachine machine;
   fakes::FakeMailEngines engines;
+  fakes::FaultyEngines faultyEngines{machine.files, engines};
 };
 
-TEST_F(SampleTest, StartsInOrderAndStopsWithBothKeys) {
+constexpr const char* kMailSettings =
+    "[Monitoring]\r\nEventEmails=1\r\n[EmailConfig]\r\nAdminEmail=tech@x\r\nSMTPServer=mail\r\nSMTPPort=587\r\n"
+    "SMTPUserName=user\r\nSMTPPassword=75565C58525B5B0D0843\r\n[EmailOptions]\r\nEmailAdminEvents=1\r\n";
+
+// An alert, its mail and its logs between start and stop: what is asked of the machine and said in the debug log, in its
+// order.
+TEST_F(SampleTest, EverythingHappensInItsOrder) {
+  Put(u"OrvantaEventService.cfg", "Other=1\r\n");
+  Put(u"Config\\Orvanta.ini", kMailSettings);
+  machine.files.onCall = [&](TextView path) {
+    const TextView name = path.substr(path.rfind(u'\\') + 1);
+    for (const char* const each : {"registry", "mail", "OrvantaEventService.cfg", "Orvanta.ini", "Rules", "A.DAT",
+                                   "EventLogs.txt", "EventLogs_RuleNamesOnly.txt"}) {
+      if (name == FromUtf8(each) && journal.back() != each) journal.emplace_back(each);
+    }
+  };
+  debug.SetEntryListener([&](TextView entry, EventType /*type*/) {
+    for (const char* const each :
+         {"started from C:\\Orvanta\\ as OrvantaEventService", "Entering Main Service Loop", "DoAction Initiated"}) {
+      if (entry.find(FromUtf8(each)) != TextView::npos) journal.emplace_back(each);
+    }
+  });
   source.records = {Raw(u"something"), Raw(u"ORVANTA - Stopping Event Service... now")};
+  // The folder is made by the start.
+  source.onNext = [&] {
+    if (source.records.size() == 2) Put(u"Config\\Rules\\A.DAT", "[LogFile]\r\nSystem=1\r\n[EventType]\r\nInfo=1\r\n");
+  };
   host.slicesUntilStop = 2;
   RunMain();
-  EXPECT_EQ(journal, (Journal{"create events", "dispatcher", "state 4", "connect", "next", "next", "wait 3000", "wait 3000",
-                              "wait 3000", "leave place", "state 1", "finish dispatcher", "close events"}));
+  debug.SetEntryListener({});
+  EXPECT_EQ(journal,
+            (Journal{"create events", "dispatcher", "state 4", "registry", "connect",
+                     "started from C:\\Orvanta\\ as OrvantaEventService", "mail", "OrvantaEventService.cfg", "Orvanta.ini",
+                     "Rules", "Entering Main Service Loop",
+                     // The alert: its rule is found, the mail composed and sent, the logs are written, then flushed.
+                     "next", "Orvanta.ini", "Rules", "A.DAT", "Orvanta.ini", "DoAction Initiated", "Orvanta.ini", "registry",
+                     "mail", "EventLogs.txt", "EventLogs_RuleNamesOnly.txt", "EventLogs.txt", "EventLogs_RuleNamesOnly.txt",
+                     // The stop phrase, and slices until the control has come.
+                     "next", "Rules", "wait 3000", "wait 3000", "wait 3000", "leave place", "state 1", "finish dispatcher",
+                     "close events", "OrvantaEventService.cfg"}));
   EXPECT_TRUE(machine.prompt.shown.empty());
-  EXPECT_EQ(engines.started, 1);
-  os::FileInfo info;
-  EXPECT_TRUE(machine.disk.Info(u"C:\\Orvanta\\Config\\Rules", info).Ok());
 }
 
 constexpr TextView kLog = u"C:\\Orvanta\\Data\\Debug Logs\\OrvantaEventService\\OrvantaEventService (4711)";
@@ -96,10 +128,7 @@ TEST_P(SampleDebugTest, SettingsFromAFileGiveLogAndDumpsWithoutSecrets) {
 
 // Somebody keeps the settings file, and all beside it, to himself from the second record on.
 TEST_F(SampleTest, WhatCannotBeReadGoesOnServingAlertsAndMails) {
-  Put(u"Config\\Orvanta.ini",
-      "[Monitoring]\r\nEventEmails=1\r\n[EmailConfig]\r\nAdminEmail=tech@x\r\nSMTPServer=mail\r\nSMTPPort=587\r\n"
-      "SMTPUserName=user\r\nSMTPPassword=75565C58525B5B0D0843\r\n"
-      "[EmailOptions]\r\nEmailAdminEvents=1\r\n");
+  Put(u"Config\\Orvanta.ini", kMailSettings);
   Put(u"Config\\Rules\\A.DAT", "[LogFile]\r\nSystem=1\r\n[EventType]\r\nInfo=1\r\n");
   source.records = {Raw(u"one"), Raw(u"two"), Raw(u"three"), Raw(u"orvanta - stopping event service...")};
   source.onNext = [&] {

@@ -8,6 +8,7 @@
 
 namespace {
 std::atomic<int> allocations = 0;
+std::atomic<int> live = 0;
 std::atomic<std::uint64_t> bytes = 0;
 std::atomic<int> failFrom = 0;  // number of the allocation; 0 for none
 std::atomic<bool> failAllAfter = false;
@@ -41,6 +42,7 @@ void Search(const void* block, std::size_t size) {
 
 int ovs::AllocationCount() noexcept { return allocations; }
 std::uint64_t ovs::AllocatedBytes() noexcept { return bytes; }
+int ovs::LiveAllocations() noexcept { return live; }
 
 ovs::AllocationFailure::AllocationFailure(int nth, bool allAfter) noexcept {
   failAllAfter = allAfter;
@@ -60,11 +62,18 @@ int ovs::FreedMemoryWatch::Searched() noexcept { return searched; }
 void* operator new(std::size_t size) {
   bytes += size;
   if (Fails(++allocations)) throw std::bad_alloc();
-  if (void* memory = std::malloc(size)) return memory;
+  if (void* memory = std::malloc(size)) {
+    ++live;
+    return memory;
+  }
   throw std::bad_alloc();
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory) noexcept {
+  if (memory != nullptr) --live;
+  std::free(memory);
+}
 void operator delete(void* memory, std::size_t size) noexcept {
   Search(memory, size);
+  if (memory != nullptr) --live;
   std::free(memory);
 }

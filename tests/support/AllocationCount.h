@@ -8,6 +8,8 @@ namespace ovs {
 
 [[nodiscard]] int AllocationCount() noexcept;
 [[nodiscard]] std::uint64_t AllocatedBytes() noexcept;
+// Those that were not given back.
+[[nodiscard]] int LiveAllocations() noexcept;
 
 // While it lives the nth allocation from now (the next one is the first) finds no memory, nor does any that follows it
 // when `allAfter` is set. One at a time.

@@ -50,6 +50,7 @@ void FaultyFiles::Heal() {
 }
 
 os::Error FaultyFiles::Admit(TextView path) {
+  if (onCall) onCall(path);
   if (const auto bad = badCalls_.find(++calls_); bad != badCalls_.end()) return bad->second;
   for (const auto& [part, error] : badParts_) {
     if (ContainsFolded(path, part)) return error;

@@ -4,6 +4,7 @@
 // "disk full" (112) leaves the first half of its bytes in the file.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <utility>
@@ -23,6 +24,7 @@ class FaultyFiles final : public os::Files {
   // The nth call from now (the next one is the first) fails. Several may be given.
   void FailCall(std::uint64_t nth, os::Error error) { badCalls_.insert_or_assign(calls_ + nth, error); }
   void Heal();
+  std::function<void(TextView path)> onCall;  // runs before each
   [[nodiscard]] std::uint64_t Calls() const { return calls_; }
   bool refuseDeletes = false;  // of files, as where somebody holds them open
 

@@ -322,6 +322,11 @@ Error MemoryFiles::TempFolder(Text& out) {
   return kSuccess;
 }
 
+void MemoryFiles::WriteInTheSameTick(TextView path, std::string_view bytes) {
+  Place place;
+  if (FindExisting(path, place).Ok()) place.node->bytes = bytes;
+}
+
 Error MemoryFiles::SetAttributes(TextView path, std::uint32_t attributes) {
   Place place;
   if (const Error error = FindExisting(path, place); error.Failed()) return error;

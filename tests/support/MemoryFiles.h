@@ -39,6 +39,8 @@ class MemoryFiles final : public os::Files {
 
   // Makes a link to a folder that exists.
   os::Error Link(TextView path, TextView target);
+  // Writes an existing file within the tick in which it was written last: nothing but its content tells.
+  void WriteInTheSameTick(TextView path, std::string_view bytes);
   // These three fail when there is no such file. What is a folder stays one.
   os::Error SetAttributes(TextView path, std::uint32_t attributes);
   os::Error SetDates(TextView path, os::FileTicks created, os::FileTicks accessed, os::FileTicks modified);
