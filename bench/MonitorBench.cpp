@@ -180,7 +180,9 @@ void AlertLogsFlushed(benchmark::State& state) {
   const BenchDiagnostics diagnostics(false);
   RealFolder folder;
   EventLogFiles log(folder.FileSystem(), os::SystemClock(), folder.Settings());
-  Alert alert{.ruleName = u"Rule", .record = {1, u"Error", u"7", u"src", u"The device has a bad block.", u"System", {}}, .timeText = {}};
+  Alert alert{.ruleName = u"Rule",
+              .record = {1, u"Error", u"7", u"src", u"The device has a bad block.", u"System", {}},
+              .timeText = {}};
   std::int64_t number = 0;
   for (auto _ : state) {
     alert.timeText = PaddedNumberText(++number, 10);

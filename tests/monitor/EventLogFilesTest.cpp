@@ -11,7 +11,7 @@
 namespace ovs {
 namespace {
 
-constexpr TextView kLogs[] = {u"C:\\App\\EventLogs.txt", u"C:\\App\\EventLogs_RuleNamesOnly.txt"};
+constexpr TextView kLogPaths[] = {u"C:\\App\\EventLogs.txt", u"C:\\App\\EventLogs_RuleNamesOnly.txt"};
 
 class EventLogFilesTest : public ::testing::Test {
  protected:
@@ -21,7 +21,7 @@ class EventLogFilesTest : public ::testing::Test {
   }
   void Begin() {
     log.reset();
-    for (const TextView path : kLogs) folder.disk.Delete(path).Ignore();
+    for (const TextView path : kLogPaths) folder.disk.Delete(path).Ignore();
     said.clear();
     log = std::make_unique<EventLogFiles>(folder.modules.fileSystem, folder.clock, PathsOf(u"C:\\App\\"));
   }
@@ -32,7 +32,7 @@ class EventLogFilesTest : public ::testing::Test {
   // The names of the alerts in one of the logs, in their order; all else about them is known.
   std::string Names(TextView path) {
     const std::string content = folder.Content(path);
-    const std::string mark = path == kLogs[0] ? "\r\nRule: " : "T  -  ";
+    const std::string mark = path == kLogPaths[0] ? "\r\nRule: " : "T  -  ";
     std::string names;
     for (std::size_t at = content.find(mark); at != content.npos; at = content.find(mark, at + 1)) {
       names += content[at + mark.size()];
@@ -71,7 +71,7 @@ TEST_F(EventLogFilesTest, EntriesWaitInTheirOrderAndAreFlushedOnceASecond) {
           raised += step;
           Raise(step);
         }
-        if (step == 'x') folder.files.FailPath(kLogs[held], SystemError::kDiskFull);
+        if (step == 'x') folder.files.FailPath(kLogPaths[held], SystemError::kDiskFull);
         if (step == 'o') folder.files.Heal();
         if (step == '+') folder.clock.Advance(EventLogFiles::kTendMilliseconds);
         if (step == 't') log->Tend();
@@ -79,12 +79,13 @@ TEST_F(EventLogFilesTest, EntriesWaitInTheirOrderAndAreFlushedOnceASecond) {
         if (log) unwritten = log->Unwritten();
       }
       EXPECT_EQ(unwritten != 0, each.unwritten != 0 || std::string(each.steps).ends_with("o.")) << each.steps;
-      EXPECT_EQ(Names(kLogs[held]), each.written) << each.steps;
-      EXPECT_EQ(Names(kLogs[1 - held]), raised) << each.steps << ": the other log";
+      EXPECT_EQ(Names(kLogPaths[held]), each.written) << each.steps;
+      EXPECT_EQ(Names(kLogPaths[1 - held]), raised) << each.steps << ": the other log";
       const auto flushes = std::count(folder.disk.Flushed().begin() + static_cast<std::ptrdiff_t>(flushed),
-                                      folder.disk.Flushed().end(), kLogs[held]);
+                                      folder.disk.Flushed().end(), kLogPaths[held]);
       EXPECT_EQ(flushes, each.flushes) << each.steps;
-      EXPECT_EQ(Said(u"Entries that could not be written to [" + Text(kLogs[held]) + u"]: 2"), !log && each.unwritten == 2);
+      EXPECT_EQ(Said(u"Entries that could not be written to [" + Text(kLogPaths[held]) + u"]: 2"),
+                !log && each.unwritten == 2);
       folder.files.Heal();
     }
   }
@@ -93,20 +94,20 @@ TEST_F(EventLogFilesTest, EntriesWaitInTheirOrderAndAreFlushedOnceASecond) {
 // Each entry has 2 MB in memory.
 TEST_F(EventLogFilesTest, TheOldestOfFourMegabytesGiveWayAndAreCounted) {
   const Text message((1u << 20) - 200, u'm');
-  folder.files.FailPath(kLogs[0], SystemError::kSharingViolation);
+  folder.files.FailPath(kLogPaths[0], SystemError::kSharingViolation);
   for (const char name : {'1', '2', '3', '4', '5'}) Raise(name, message);
   EXPECT_TRUE(Said(u"the oldest give way: [C:\\App\\EventLogs.txt]"));
   folder.files.Heal();
   Raise('6');
-  EXPECT_EQ(Names(kLogs[0]), "456");
-  EXPECT_EQ(Names(kLogs[1]), "123456");
+  EXPECT_EQ(Names(kLogPaths[0]), "456");
+  EXPECT_EQ(Names(kLogPaths[1]), "123456");
   EXPECT_TRUE(Said(u"entries that had to wait: 5, of these given up: 3"));
   EXPECT_EQ(log->Unwritten(), 3u);
-  folder.files.FailPath(kLogs[0], SystemError::kDiskFull);
+  folder.files.FailPath(kLogPaths[0], SystemError::kDiskFull);
   Raise('7', Text(std::size_t{3} << 20, u'm'));
   folder.files.Heal();
   Raise('8');
-  EXPECT_EQ(Names(kLogs[0]), "45678") << "one that is larger alone";
+  EXPECT_EQ(Names(kLogPaths[0]), "45678") << "one that is larger alone";
 }
 
 // A disk that cannot be flushed is said once.
