@@ -48,9 +48,12 @@ void* TlsOf(CURL* easy) {
   return known ? tls->internals : nullptr;
 }
 
+// As a certificate has it: without the brackets of an address, and without the dot behind a whole name.
 std::string BareHost(const SmtpServer& server) {
-  const std::string host = ToUtf8(server.host);
-  return host.starts_with('[') && host.ends_with(']') ? host.substr(1, host.size() - 2) : host;
+  std::string host = ToUtf8(server.host);
+  if (host.starts_with('[') && host.ends_with(']')) return host.substr(1, host.size() - 2);
+  if (host.ends_with('.')) host.pop_back();
+  return host;
 }
 
 // libcurl has the TLS library verify the server in the handshake, or does so itself against authorities that it was given.
