@@ -48,6 +48,16 @@ RuleConditions ConditionsOf(const PlainIni& rule) {
   return conditions;
 }
 
+bool Covers(const RuleConditions& wide, const RuleConditions& narrow) {
+  const auto takes = [](const Text& wanted, const Text& narrower) {
+    return wanted.empty() || App_Strings::StringsMatch(wanted, narrower);
+  };
+  if ((narrow.cells & ~wide.cells) != 0) return false;
+  if (!takes(wide.eventID, narrow.eventID) || !takes(wide.eventSource, narrow.eventSource)) return false;
+  if (!wide.eventDesc.empty() && !ContainsFolded(narrow.eventDesc, wide.eventDesc)) return false;
+  return wide.eventDescEx.empty() || (!narrow.eventDescEx.empty() && ContainsFolded(wide.eventDescEx, narrow.eventDescEx));
+}
+
 std::optional<std::uint32_t> CellOf(const EventRecord& record) {
   const std::optional<std::uint32_t> log = LogNumber(record.logfile);
   const std::optional<std::uint32_t> type = TypeNumber(record.eventType, record.type);

@@ -33,6 +33,9 @@ struct RuleConditions {
 
 [[nodiscard]] RuleConditions ConditionsOf(const PlainIni& rule);
 
+// True when every record that `narrow` takes is taken by `wide` too, as far as the conditions alone tell.
+[[nodiscard]] bool Covers(const RuleConditions& wide, const RuleConditions& narrow);
+
 // 0 to 29; none for a record that no rule can match.
 [[nodiscard]] std::optional<std::uint32_t> CellOf(const EventRecord& record);
 

@@ -2,6 +2,7 @@
 // come to the same alerts.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <optional>
 #include <random>
 
@@ -230,13 +231,27 @@ EventRecord RandomRecord(Random& random) {
   return record;
 }
 
+// A rule takes every record that another one takes which it covers. Adds the times that this counted.
+void CheckCovering(const std::vector<RuleConditions>& rules, const std::vector<std::uint32_t>& matching,
+                   std::size_t& count) {
+  for (const std::uint32_t narrow : matching) {
+    for (std::uint32_t wide = 0; wide < rules.size(); ++wide) {
+      if (wide == narrow || !Covers(rules[wide], rules[narrow])) continue;
+      EXPECT_TRUE(std::ranges::binary_search(matching, wide));
+      ++count;
+    }
+  }
+}
+
 // Gives the number of matches.
-std::size_t CheckIndex(const Change& prepare, const std::vector<EventRecord>& records) {
+std::size_t CheckIndex(const Change& prepare, const std::vector<EventRecord>& records, std::size_t& covered) {
   MonitorFolder folder;
   prepare(folder);
   RuleBook book(folder.BookParts(), folder.Settings());
   RuleIndex::Scratch scratch;
   book.Refresh();
+  std::vector<RuleConditions> conditions;
+  for (std::uint32_t i = 0; i < book.RuleCount(); ++i) conditions.push_back(ConditionsOf(book.RuleAt(i).content));
   std::size_t matches = 0;
   for (const EventRecord& record : records) {
     const RecordHints hints = book.Find(record, scratch);
@@ -247,6 +262,7 @@ std::size_t CheckIndex(const Change& prepare, const std::vector<EventRecord>& re
       if (book.RuleAt(i).usable && RuleMatches(rule, record)) expected.push_back(i);
     }
     EXPECT_EQ(scratch.rules, expected) << ToUtf8(record.message);
+    CheckCovering(conditions, expected, covered);
     matches += expected.size();
   }
   return matches;
@@ -257,6 +273,7 @@ std::size_t CheckIndex(const Change& prepare, const std::vector<EventRecord>& re
 TEST(Decisions, GeneratedRulesAndRecords) {
   Random random;
   std::size_t matches = 0;
+  std::size_t covered = 0;
   for (int set = 0; set < 500; ++set) {
     std::vector<Text> rules(20);
     for (Text& rule : rules) rule = RandomRule(random);
@@ -269,7 +286,7 @@ TEST(Decisions, GeneratedRulesAndRecords) {
         folder.Rule(NumberText(static_cast<std::int64_t>(100 + i)) + u".DAT", ToUtf8(rules[i]));
       }
     };
-    matches += CheckIndex(prepare, records);
+    matches += CheckIndex(prepare, records, covered);
     if (set % 10 != 0) continue;
     Subject quick(Way::Quick, prepare);
     std::vector<Names> expected;
@@ -282,6 +299,7 @@ TEST(Decisions, GeneratedRulesAndRecords) {
     }
   }
   EXPECT_GT(matches, 5000u);
+  EXPECT_GT(covered, 300u);
 }
 
 TEST(DiskCheck, RecognisesTheThreeKinds) {

@@ -89,61 +89,55 @@ GlobalExclusions& FilesCheck::ListsOf(TextView folder) {
   return *lists_.back().second;
 }
 
-bool FilesCheck::IsUsable(TextView path) {
-  std::string bytes;
-  const ReadOutcome outcome = ReadFileBytes(files_, path, bytes);
-  Text reason;
-  if (outcome == ReadOutcome::Missing) {
-    reason = u"there is no such file";
-  } else if (outcome != ReadOutcome::Ok) {
-    reason = DescribeReadOutcome(outcome);
-  } else if (DecodeFile(bytes).find(kNul) != Text::npos) {
-    reason = u"it is not text (it holds NUL characters)";
-  }
-  if (reason.empty()) return true;
-  findings_.Error(0, "this file cannot be used: " + Console::Shown(reason),
-                  outcome == ReadOutcome::Ok         ? "Save it as UTF-8, or as UTF-16 with a byte-order mark."
-                  : outcome == ReadOutcome::IsFolder ? "Give the folder another name."
-                                                     : "See that the file is there, below 16 MB, and may be read.");
-  return false;
+bool FilesCheck::TellProblem(const std::vector<FileProblem>& problems, TextView path) {
+  const auto found = std::ranges::find_if(problems, [&](const FileProblem& each) { return EqualsFolded(each.path, path); });
+  if (found == problems.end()) return false;
+  findings_.Error(
+      0, "this file cannot be used: " + Console::Shown(found->reason),
+      "Only text files below 16 MB that may be read count. Save it as UTF-8, or as UTF-16 with a byte-order mark; "
+      "give a folder another name.");
+  return true;
 }
 
 void FilesCheck::CheckRuleFile(TextView path) {
   const std::size_t file = findings_.BeginFile(ShownPath(path));
-  if (!IsUsable(path)) return;
   PlainIni content;
-  const IniLoad outcome = LoadRuleFile(installation_.Ini(), problems_, path, content);
   // A file without [LogFile] is unusable as well; its lines tell the same and more.
-  if (outcome != IniLoad::Ok && outcome != IniLoad::Unusable) return;
+  const IniLoad outcome = LoadRuleFile(installation_.Ini(), problems_, path, content);
+  if (TellProblem(installation_.Ini().Problems().Current(), path) || outcome == IniLoad::Missing) return;
   rules_.push_back(MakeCheckedRule(file, std::move(content)));
   folders_.push_back(App_FilePath::ParentOf(path));
   CheckRule(files_, rules_.back(), findings_);
 }
 
-void FilesCheck::CheckMainSettings(TextView path, Need need) {
+void FilesCheck::CheckMainSettings(TextView path) {
   findings_.BeginFile(ShownPath(path));
   PlainIni content;
-  if (installation_.Ini().LoadIni(path, content) == IniLoad::Missing && need == Need::Optional) {
+  if (installation_.Ini().LoadIni(path, content) == IniLoad::Missing) {
     findings_.Warning(0, "there is no main settings file: the disk check and e-mail are off, times are local",
                       "Make the file; the manual lists its keys.");
     return;
   }
-  if (!IsUsable(path)) return;
+  if (TellProblem(installation_.Ini().Problems().Current(), path)) return;
   CheckIniLines(files_, content, MainSettings::kAll, findings_);
   CheckMailSettings(installation_, content, findings_);
 }
 
 void FilesCheck::CheckProgramSettings(TextView path) {
   const std::size_t file = findings_.BeginFile(ShownPath(path));
+  Config_Class store(installation_.FileSystem(), installation_.Parts().crypt, installation_.Settings().applicationFolder);
+  store.LoadFiles({Text(path)});
   Text content;
-  if (!IsUsable(path) || !installation_.FileSystem().GetFileToString(path, content)) return;
+  if (TellProblem(store.Problems(), path) || !installation_.FileSystem().GetFileToString(path, content)) return;
   programSettings_.Check(content, findings_.NameOf(file));
 }
 
 void FilesCheck::CheckListFile(TextView path) {
   findings_.BeginFile(ShownPath(path));
   const auto list = ListOfName(App_FilePath::FileNameOf(path));
-  if (list && IsUsable(path)) CheckList(ListsOf(App_FilePath::ParentOf(path)), *list, findings_);
+  if (!list) return;
+  CheckList(ListsOf(App_FilePath::ParentOf(path)), *list, findings_);
+  static_cast<void>(TellProblem(problems_.Current(), path));
 }
 
 bool FilesCheck::LooksLikeRule(TextView path) {
@@ -155,14 +149,18 @@ bool FilesCheck::LooksLikeRule(TextView path) {
 
 void FilesCheck::CheckOne(TextView path) {
   const Text name = App_FilePath::FileNameOf(path);
-  if (GlobalExclusions::IsListName(name)) {
+  os::FileInfo info;
+  if (files_.Info(path, info).IsNotFound()) {
+    findings_.BeginFile(ShownPath(path));
+    findings_.Error(0, "there is no such file", "Give the name of a file that exists.");
+  } else if (GlobalExclusions::IsListName(name)) {
     CheckListFile(path);
   } else if (MatchesMask(name, u"*.DAT")) {
     CheckRuleFile(path);
   } else if (MatchesMask(name, u"*.cfg")) {
     CheckProgramSettings(path);
   } else if (EqualsFolded(name, kMainSettings)) {
-    CheckMainSettings(path, Need::Wanted);
+    CheckMainSettings(path);
   } else {
     CheckUnknown(path);
   }
@@ -175,14 +173,13 @@ void FilesCheck::CheckUnknown(TextView path) {
     return;
   }
   findings_.BeginFile(ShownPath(path));
-  if (!IsUsable(path)) return;
   findings_.Error(0, "the service reads no file of this name",
                   DidYouMean(NearestList(App_FilePath::FileNameOf(path)),
                              "It reads rules (.DAT), the three exclusion lists, Orvanta.ini and .cfg files."));
 }
 
 void FilesCheck::CheckAll() {
-  CheckMainSettings(installation_.Settings().configIniPath, Need::Optional);
+  CheckMainSettings(installation_.Settings().configIniPath);
   CheckConfigFolder();
   CheckRulesFolder();
   Config_Class store(installation_.FileSystem(), installation_.Parts().crypt, installation_.Settings().applicationFolder);
@@ -197,10 +194,7 @@ void FilesCheck::CheckRulesFolder() {
     return;
   }
   for (const Text& path : FilesBelow(files_, folder, u"*.DAT", 0)) CheckRuleFile(path);
-  for (const Text& path : FoldersNamedAsRules(files_, folder)) {
-    findings_.BeginFile(ShownPath(path));
-    static_cast<void>(IsUsable(path));
-  }
+  for (const Text& path : FoldersNamedAsRules(files_, folder)) CheckRuleFile(path);
   if (rules_.empty()) {
     findings_.BeginFile(ShownPath(folder));
     findings_.Warning(0, "there is no rule that can be used here, so no rule alerts", "Make a rule file, NAME.DAT.");

@@ -24,10 +24,8 @@ class FilesCheck {
   void CheckTogether();
 
  private:
-  enum class Need { Optional, Wanted };
-
   void CheckRuleFile(TextView path);
-  void CheckMainSettings(TextView path, Need need);
+  void CheckMainSettings(TextView path);
   void CheckProgramSettings(TextView path);
   void CheckListFile(TextView path);
   void CheckUnknown(TextView path);
@@ -35,8 +33,8 @@ class FilesCheck {
   void CheckStray(TextView path);
   void CheckConfigFolder();
 
-  // False when the file cannot be used, which is then a finding.
-  bool IsUsable(TextView path);
+  // True when the file is among those that the service cannot use, which is then a finding.
+  bool TellProblem(const std::vector<FileProblem>& problems, TextView path);
   [[nodiscard]] Text ShownPath(TextView path) const;
   [[nodiscard]] bool LooksLikeRule(TextView path);
   // The lists that lie beside the rules.

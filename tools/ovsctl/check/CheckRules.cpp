@@ -111,16 +111,6 @@ void CheckHidingText(const CheckedRule& rule, Findings& findings) {
   }
 }
 
-bool Takes(const Text& wanted, const Text& narrower) { return wanted.empty() || StringsMatch(wanted, narrower); }
-
-// True when every record that `narrow` takes is taken by `wide`.
-bool Covers(const RuleConditions& wide, const RuleConditions& narrow) {
-  if ((narrow.cells & ~wide.cells) != 0) return false;
-  if (!Takes(wide.eventID, narrow.eventID) || !Takes(wide.eventSource, narrow.eventSource)) return false;
-  if (!wide.eventDesc.empty() && !ContainsFolded(narrow.eventDesc, wide.eventDesc)) return false;
-  return wide.eventDescEx.empty() || (!narrow.eventDescEx.empty() && ContainsFolded(wide.eventDescEx, narrow.eventDescEx));
-}
-
 }  // namespace
 
 CheckedRule MakeCheckedRule(std::size_t file, PlainIni content) {
