@@ -211,7 +211,7 @@ TEST(App_Proc, EventsAreFoundByNumber) {
 }
 
 TEST_F(ProcDump, WhatRanBeforeTheSettingsWereReadIsHeld) {
-  const Text value(16'000, u'v');
+  const Text value = u"geheim99" + Text(16'000, u'v');
   for (const bool wanted : {true, false}) {
     App_Debug own;
     const ScopedDiagnostics place(own);
@@ -220,6 +220,7 @@ TEST_F(ProcDump, WhatRanBeforeTheSettingsWereReadIsHeld) {
     Proc outer(u"Mod", u"Outer", ProcKind::Sub);
     for (int i = 0; i < 140; ++i) Proc(u"Mod", u"Early", ProcKind::Sub).ByVal(u"sValue", value);
     own.SetSwitches({.procDump = wanted, .procDumpIncludeProcTimers = true});
+    own.AddSecret(u"geheim99");  // which nobody knew when the values were held
     own.EndHoldOfRecords();
     { const Proc later(u"Mod", u"Later", ProcKind::Sub); }
     const Text dump = own.ProcDump(false);
@@ -229,7 +230,8 @@ TEST_F(ProcDump, WhatRanBeforeTheSettingsWereReadIsHeld) {
     constexpr std::size_t kFit = ProcTrace::kMostHeld / 16'000;
     EXPECT_TRUE(wanted ? held < kFit && held > kFit - 10 : ids.empty()) << held;
     EXPECT_EQ(dump.find(u"RecordsLost=" + NumberText(static_cast<std::int64_t>(140 - held))) != Text::npos, wanted);
-    EXPECT_EQ(dump.find(u"2.TimeExited=03/07/2024 01:05:09 PM") != Text::npos, wanted);
+    EXPECT_EQ(dump.find(u"geheim99"), Text::npos);
+    EXPECT_EQ(dump.find(u"\r\n2.TimeExited=03/07/2024 01:05:09 PM") != Text::npos, wanted);
     EXPECT_EQ(ids.empty() ? "142" : ids.back(), "142") << "what runs later is kept or not as ever";
   }
 }
