@@ -48,8 +48,8 @@ struct App_Debug::Parts {
 
   void Log(DebugEvent event, TextView expectedVB, TextView expectedAPI) noexcept;
   void Compose(DebugEvent& event);
-  void WriteDumps();
-  void NoteDump(const Text& path, os::Error error);
+  void WriteDumps(bool hasLog);
+  void NoteDump(const Text& path, os::Error error, bool hasLog);
 
   std::recursive_mutex mutex;
   DebugPorts ports;
@@ -250,16 +250,17 @@ void App_Debug::CleanupDebug() noexcept {
 void App_Debug::CleanupDebug_WriteLogs() noexcept {
   const Parts::Lock lock(parts_->mutex);
   const PendingErrorScope keeper;
+  const bool wasOpen = parts_->log.IsOpen();
   parts_->log.Write(false);
   parts_->log.Close();
   try {
-    parts_->WriteDumps();
+    parts_->WriteDumps(wasOpen);
   } catch (...) {
     return;
   }
 }
 
-void App_Debug::Parts::WriteDumps() {
+void App_Debug::Parts::WriteDumps(bool hasLog) {
   const bool wanted = switches.procDump || switches.envDump;
   if (!wanted || dumpsWritten || ports.files == nullptr || log.File().empty()) return;
   dumpsWritten = true;
@@ -267,18 +268,18 @@ void App_Debug::Parts::WriteDumps() {
   log.EnsureFolder();
   if (environmentReport) {
     const Text path = log.FileNoExt() + u" Dump_Env.log";
-    NoteDump(path, ports.files->Write(path, ToUtf8(secrets.Masked(environmentReport()))));
+    NoteDump(path, ports.files->Write(path, ToUtf8(secrets.Masked(environmentReport()))), hasLog);
   }
   const Text path = log.FileNoExt() + u" Dump_Proc.log";
-  if (switches.procDump) NoteDump(path, trace.WriteDumpFile(path));
+  if (switches.procDump) NoteDump(path, trace.WriteDumpFile(path), hasLog);
 }
 
-// The log is closed by now, so it is opened for this once more.
-void App_Debug::Parts::NoteDump(const Text& path, os::Error error) {
+// A log that was written is closed by now, so it is opened for this once more.
+void App_Debug::Parts::NoteDump(const Text& path, os::Error error, bool hasLog) {
   if (error.Ok()) return;
   FailPending(error);
   Log(NamedEvent(u"App_Debug.CleanupDebug_WriteLogs", u"The dump could not be written:  " + path), {}, {});
-  if (!switches.realTime || !log.Open()) return;
+  if (!hasLog || !log.Open()) return;
   log.Write(false);
   log.Close();
 }

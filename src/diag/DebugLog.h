@@ -63,6 +63,8 @@ class DebugLog {
   [[nodiscard]] const Text& File() const noexcept { return path_; }
   [[nodiscard]] const Text& FileNoExt() const noexcept { return pathNoExt_; }
 
+  // True from Open to Close, whether or not the file can be reached.
+  [[nodiscard]] bool IsOpen() const noexcept { return wantsOpen_; }
   // False when the folder is missing and cannot be made.
   bool EnsureFolder();
   // False when there is no folder for the file, or the file cannot be opened.

@@ -165,6 +165,7 @@ TEST_F(DebugFile, ADumpThatCannotBeWrittenLeavesTheOldOne) {
   files.FailPath(u"Dump_Proc.log", SystemError::kDiskFull);
   debug.CleanupDebug();
   EXPECT_EQ(OnDisk(dump), "old");
+  EXPECT_NE(OnDisk(kLogFile).find("The dump could not be written:  " + ToUtf8(dump)), std::string::npos);
   EXPECT_EQ(PendingSystemError(), 0u);
 }
 
