@@ -21,6 +21,9 @@ class System {
 
   // The value of an environment variable; empty when it is not set.
   virtual Text EnvironmentVariable(TextView name) = 0;
+  // The machine's folder for the data of programs, as the system knows it, whatever the environment of this process says;
+  // natively the variable ProgramData. Empty when there is none.
+  virtual Text ProgramDataFolder() = 0;
   // Full path of the running program file.
   virtual Text ProgramPath() = 0;
   virtual std::uint32_t ProcessId() = 0;

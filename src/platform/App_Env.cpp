@@ -22,9 +22,9 @@ App_Env::App_Env(os::System& system, TextView applicationFolder)
 Text App_Env::DataFolder() const {
   Proc proc(kModule, u"DataFolder", ProcKind::Property);
   return proc.Run(Text(), [&] {
-    const Text programData = App_FilePath::LocalPathFromEnvVar(system_, u"ProgramData");
-    return programData.empty() ? applicationFolder_ + u"Data\\"
-                               : App_FilePath::JoinPath(programData, u"Orvanta Event Service\\");
+    const Text programData = system_.ProgramDataFolder();
+    const bool isLocal = App_FilePath::IsFullPath(programData) && !App_FilePath::IsUNCPath(programData);
+    return isLocal ? App_FilePath::JoinPath(programData, u"Orvanta Event Service\\") : applicationFolder_ + u"Data\\";
   });
 }
 

@@ -15,7 +15,8 @@ class App_Env {
 
   // All folders end in "\".
   [[nodiscard]] const Text& ApplicationFolder() const { return applicationFolder_; }
-  // "Orvanta Event Service\" below %ProgramData%; "Data\" below the application folder when that is not set.
+  // "Orvanta Event Service\" below the machine's folder for program data; "Data\" below the application folder when the
+  // system tells of none.
   [[nodiscard]] Text DataFolder() const;
   [[nodiscard]] Text TempFolder() const;
 

@@ -21,6 +21,7 @@ class FakeSystem final : public os::System {
     const auto found = environment.find(name);
     return found == environment.end() ? Text() : found->second;
   }
+  Text ProgramDataFolder() override { return EnvironmentVariable(u"ProgramData"); }
   Text ProgramPath() override { return programPath; }
   std::uint32_t ProcessId() override { return processId; }
   Text ComputerName() override { return u"TESTPC"; }

@@ -70,6 +70,7 @@ class PosixSystem : public System {
     return {};
   }
 
+  Text ProgramDataFolder() override { return EnvironmentVariable(u"ProgramData"); }
   Text ProgramPath() override {
     std::string path(PATH_MAX, '\0');
     const ssize_t length = readlink("/proc/self/exe", path.data(), path.size());

@@ -2,11 +2,13 @@
 #include <windows.h>
 #include <iphlpapi.h>
 #include <psapi.h>
+#include <shlobj.h>
 #include <ws2tcpip.h>
 
 #include <algorithm>
 #include <bit>
 #include <cstddef>
+#include <memory>
 #include <new>
 #include <string>
 #include <vector>
@@ -117,6 +119,13 @@ class Win32System : public System {
       value.resize(length);
       if (fits) return FromWide(value);
     }
+  }
+
+  Text ProgramDataFolder() override {
+    PWSTR path = nullptr;
+    const HRESULT result = SHGetKnownFolderPath(FOLDERID_ProgramData, 0, nullptr, &path);
+    const std::unique_ptr<wchar_t, decltype(&CoTaskMemFree)> owner(path, &CoTaskMemFree);
+    return SUCCEEDED(result) ? FromWide(path) : Text();
   }
 
   Text ProgramPath() override {

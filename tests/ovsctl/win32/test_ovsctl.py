@@ -21,6 +21,8 @@ class OvsctlTest(unittest.TestCase):
         self.box = ServiceBox(pathlib.Path(os.environ["WINEPREFIX"]) / "Ovsctl Test" / self.id().split(".")[-1])
         self.box.prepare()
         self.box.forget()
+        for path in self.box.debug_files():  # of other tests, which purging would delete
+            path.unlink()
         self.addCleanup(self.box.remove)
 
     def ovsctl(self, *arguments, expect=0):

@@ -22,10 +22,8 @@ class TestAlertTest(unittest.TestCase):
         (self.box.app / "Config" / "Orvanta.ini").write_text(text)
 
     def run_it(self, expect, *options):
-        # Wine gives services another data folder than the programs of a user; the command must look where they write.
-        command = self.box.command("ovsctl", "test-alert", "--append-feed", self.box.windows(self.box.feed), *options)
-        command[1] = self.box.windows(command[1])
-        done = self.box.run_command(["wine", "cmd", "/c", "set", "ProgramData=C:\\users\\Public&&", *command[1:]])
+        done = self.box.run_command(
+            self.box.command("ovsctl", "test-alert", "--append-feed", self.box.windows(self.box.feed), *options))
         self.assertEqual(done.returncode, expect, done.stdout + done.stderr)
         return (done.stdout + done.stderr).replace("\r", "")
 

@@ -21,6 +21,7 @@ class Installation::ServiceSystem final : public os::System {
   std::optional<Text> MessageText(std::uint32_t number) override { return real_.MessageText(number); }
   void DebugOutput(TextView text) noexcept override { real_.DebugOutput(text); }
   Text EnvironmentVariable(TextView name) override { return real_.EnvironmentVariable(name); }
+  Text ProgramDataFolder() override { return real_.ProgramDataFolder(); }
   Text ProgramPath() override { return programPath_; }
   std::uint32_t ProcessId() override { return real_.ProcessId(); }
   Text ComputerName() override { return real_.ComputerName(); }
