@@ -31,6 +31,8 @@ inline constexpr std::uint32_t kSystem = 0x4;
 inline constexpr std::uint32_t kDirectory = 0x10;
 inline constexpr std::uint32_t kArchive = 0x20;
 inline constexpr std::uint32_t kNormal = 0x80;
+// The entry stands for another place: a symbolic link, a junction, a mount point. Not set for files that a driver keeps in a
+// way of its own (deduplicated, in the cloud): they are files like any other.
 inline constexpr std::uint32_t kReparsePoint = 0x400;
 }  // namespace FileAttribute
 

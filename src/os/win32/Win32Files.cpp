@@ -17,17 +17,27 @@ namespace {
 using namespace ovs::win32;
 
 constexpr std::size_t kPlainPathLimit = 248;
+constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
 
 // Of WIN32_FILE_ATTRIBUTE_DATA and WIN32_FIND_DATAW, which name their fields alike.
 template <typename Data>
-FileInfo InfoOf(const Data& data) {
+FileInfo InfoOf(const Data& data, DWORD reparseTag) {
   FileInfo info;
-  info.attributes = data.dwFileAttributes;
+  info.attributes = AttributesOf(data.dwFileAttributes, reparseTag);
   info.size = info.IsDirectory() ? 0 : (static_cast<std::uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
   info.created = TicksOf(data.ftCreationTime);
   info.accessed = TicksOf(data.ftLastAccessTime);
   info.modified = TicksOf(data.ftLastWriteTime);
   return info;
+}
+
+// Of what the attributes call a reparse point; 0 when it cannot be asked.
+DWORD ReparseTagOf(const wchar_t* path) {
+  constexpr DWORD kItself = FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_BACKUP_SEMANTICS;
+  const Handle open(CreateFileW(path, FILE_READ_ATTRIBUTES, kShareAll, nullptr, OPEN_EXISTING, kItself, nullptr));
+  FILE_ATTRIBUTE_TAG_INFO info{};
+  const bool isKnown = open && GetFileInformationByHandleEx(open.Get(), FileAttributeTagInfo, &info, sizeof info);
+  return isKnown ? info.ReparseTag : 0;
 }
 
 bool IsDots(std::wstring_view name) { return name == L"." || name == L".."; }
@@ -96,11 +106,12 @@ Error On(TextView path, Call call) {
 }
 
 Error Win32Files::Info(TextView path, FileInfo& out) {
-  WIN32_FILE_ATTRIBUTE_DATA data = {};
-  const Error error =
-      On(path, [&](const wchar_t* name) { return GetFileAttributesExW(name, GetFileExInfoStandard, &data); });
-  if (error.Ok()) out = InfoOf(data);
-  return error;
+  return On(path, [&](const wchar_t* name) {
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    if (!GetFileAttributesExW(name, GetFileExInfoStandard, &data)) return false;
+    out = InfoOf(data, (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0 ? ReparseTagOf(name) : 0);
+    return true;
+  });
 }
 
 Error Win32Files::OpenRead(TextView path, std::unique_ptr<ReadFile>& out) {
@@ -166,7 +177,7 @@ Error ListByNames(std::wstring pattern, std::vector<DirEntry>& out) {
   const std::unique_ptr<void, FindCloser> search(found);
   do {
     if (IsDots(data.cFileName)) continue;
-    const FileInfo info = InfoOf(data);
+    const FileInfo info = InfoOf(data, data.dwReserved0);  // which holds the tag of a reparse point
     out.push_back({FromWide(data.cFileName), info, {.size = info.size, .modified = info.modified, .changed = info.created}});
   } while (FindNextFileW(search.get(), &data));
   const Error error = LastError();
@@ -177,7 +188,8 @@ DirEntry EntryOf(const FILE_ID_BOTH_DIR_INFO& data) {
   DirEntry entry;
   entry.name = FromWide({data.FileName, data.FileNameLength / sizeof(wchar_t)});
   FileInfo& info = entry.info;
-  info.attributes = data.FileAttributes;
+  // Of a reparse point the size of the extended attributes is its tag.
+  info.attributes = AttributesOf(data.FileAttributes, data.EaSize);
   info.size = info.IsDirectory() ? 0 : static_cast<std::uint64_t>(data.EndOfFile.QuadPart);
   info.created = data.CreationTime.QuadPart;
   info.accessed = data.LastAccessTime.QuadPart;
@@ -200,7 +212,6 @@ void AppendEntries(const std::byte* at, std::vector<DirEntry>& out) {
 }
 
 Handle OpenFolder(const std::wstring& folder, DWORD access) {
-  constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
   return Handle(CreateFileW(folder.c_str(), access, kShareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
 }
 
