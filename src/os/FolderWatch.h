@@ -1,4 +1,5 @@
-// Port: news of what happens in folders, their files' contents included, their sub-folders' not.
+// Port: news of what happens in folders, their files' contents included. What happens in their sub-folders may be told as
+// well.
 #pragma once
 
 #include <memory>

@@ -1,7 +1,9 @@
 #include <windows.h>
 
+#include <algorithm>
 #include <vector>
 
+#include "base/Fold.h"
 #include "os/FolderWatch.h"
 #include "os/win32/Win32Path.h"
 
@@ -23,10 +25,10 @@ class ChangeHandles final : public FolderWatch {
   ChangeHandles(const ChangeHandles&) = delete;
   ChangeHandles& operator=(const ChangeHandles&) = delete;
 
-  bool Add(TextView folder) {
+  bool Add(TextView folder, bool withSubFolders) {
     std::wstring path;
     if (ExtendedPath(folder, path).Failed()) return false;
-    const HANDLE handle = FindFirstChangeNotificationW(path.c_str(), FALSE, kWhat);
+    const HANDLE handle = FindFirstChangeNotificationW(path.c_str(), withSubFolders, kWhat);
     if (handle == INVALID_HANDLE_VALUE) return false;
     handles_.push_back(handle);
     return true;
@@ -44,6 +46,12 @@ class ChangeHandles final : public FolderWatch {
   std::vector<HANDLE> handles_;
 };
 
+bool IsBelow(TextView inner, TextView outer) {
+  return inner.size() > outer.size() && inner[outer.size()] == u'\\' && EqualsFolded(inner.substr(0, outer.size()), outer);
+}
+
+// A folder below another one is watched from there: while a handle is open on it, Windows lets nobody rename the folder that
+// it lies in. The handle on the outer folder itself is shared for deletion, which allows that.
 class ChangeWatcher final : public FolderWatcher {
  public:
   // By its documentation the system may tell of a write only when it reaches the disk.
@@ -51,7 +59,11 @@ class ChangeWatcher final : public FolderWatcher {
   std::unique_ptr<FolderWatch> Watch(std::span<const Text> folders) override {
     auto watch = std::make_unique<ChangeHandles>();
     bool any = false;
-    for (const Text& folder : folders) any = watch->Add(folder) || any;
+    for (const Text& folder : folders) {
+      if (std::ranges::any_of(folders, [&](const Text& other) { return IsBelow(folder, other); })) continue;
+      const bool holdsOther = std::ranges::any_of(folders, [&](const Text& other) { return IsBelow(other, folder); });
+      any = watch->Add(folder, holdsOther) || any;
+    }
     if (!any) return nullptr;
     return watch;
   }
