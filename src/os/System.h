@@ -43,12 +43,12 @@ class Prompt {
  public:
   virtual ~Prompt() = default;
   // Shows a message box and waits for its answer; `flags` and result are those of the platform's message box
-  // (1 OK, 2 Cancel, 6 Yes, 7 No; 0 when it cannot be shown).
+  // (1 OK, 2 Cancel, 6 Yes, 7 No; 0 when it cannot be shown, as where nobody could see it).
   virtual int Show(TextView text, TextView caption, std::uint32_t flags) = 0;
 };
 
 System& ThisSystem();
-// The screen of the machine. A service has none that anybody sees; its boxes stand on its own window station.
+// The screen of the machine. A process that has none, such as a service, shows no box.
 Prompt& SystemPrompt();
 
 // Files without a mark that are no UTF-8 are then of this code page, 0 for the one that the system's own programs save such
@@ -58,7 +58,8 @@ bool UseAnsiCodePage(std::uint32_t number = 0) noexcept;
 
 // Before anything else in a program. Windows: libraries are looked for in the system folder alone, whatever the current
 // folder or PATH holds (those that a registered component names by its path still load), none comes from another machine,
-// and a damaged heap ends the process. Nothing elsewhere.
+// a damaged heap ends the process, and a drive without a medium fails its call instead of asking for one in a box. Nothing
+// elsewhere.
 void HardenProcess() noexcept;
 
 }  // namespace ovs::os

@@ -162,9 +162,23 @@ class Win32System : public System {
   void Pause(std::uint32_t milliseconds) override { Sleep(milliseconds); }
 };
 
+// Session 0 is that of services, and a process without a user's screen has a window station of its own: a box there waits
+// for ever.
+bool HasScreen() {
+  DWORD session = 0;
+  if (ProcessIdToSessionId(GetCurrentProcessId(), &session) && session == 0) return false;
+  USEROBJECTFLAGS station{};
+  return !GetUserObjectInformationW(GetProcessWindowStation(), UOI_FLAGS, &station, sizeof station, nullptr) ||
+         (station.dwFlags & WSF_VISIBLE) != 0;
+}
+
 class Win32Prompt : public Prompt {
  public:
   int Show(TextView text, TextView caption, std::uint32_t flags) override {
+    if (!HasScreen()) {
+      ThisSystem().DebugOutput(Text(caption) + u": " + Text(text));
+      return 0;
+    }
     bool lossless = true;
     const std::string body = ToWindows1252(text, lossless);
     const std::string title = ToWindows1252(caption, lossless);
@@ -187,6 +201,7 @@ Prompt& SystemPrompt() {
 // Each of these makes something harder that should not happen anyway: one that the system refuses costs nothing else.
 void HardenProcess() noexcept {
   HeapSetInformation(nullptr, HeapEnableTerminationOnCorruption, nullptr, 0);
+  SetErrorMode(GetErrorMode() | SEM_FAILCRITICALERRORS);
   SetDllDirectoryW(L"");
   if (const auto setDirectories = win32::FindInSystem<BOOL WINAPI(DWORD)>("SetDefaultDllDirectories")) {
     setDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
