@@ -6,8 +6,10 @@
 #include <objbase.h>
 #include <oleauto.h>
 
+#include <iterator>
 #include <limits>
 #include <new>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -164,9 +166,58 @@ HRESULT FindMember(IDispatch& object, TextView name, DISPID& id) {
   return object.GetIDsOfNames(IID_NULL, &member, 1, LOCALE_NEUTRAL, &id);
 }
 
+// The file that is registered as the server of a class for 64-bit programs; empty when there is none.
+std::wstring ServerOf(const CLSID& id) {
+  wchar_t name[40] = {};
+  StringFromGUID2(id, name, static_cast<int>(std::size(name)));
+  const std::wstring key = std::wstring(L"CLSID\\") + name + L"\\InprocServer32";
+  wchar_t file[MAX_PATH] = {};
+  DWORD bytes = sizeof file;
+  const bool isKnown = RegGetValueW(HKEY_CLASSES_ROOT, key.c_str(), nullptr, RRF_RT_REG_SZ, nullptr, file, &bytes) == 0;
+  return isKnown ? file : std::wstring();
+}
+
+HRESULT LookForClassObject(const CLSID& id) {
+  void* object = nullptr;
+  const HRESULT result = CoGetClassObject(id, CLSCTX_INPROC_SERVER, nullptr, IID_IUnknown, &object);
+  if (SUCCEEDED(result)) static_cast<IUnknown*>(object)->Release();
+  return result;
+}
+
+// Where libraries come from the system folder alone (HardenProcess), COM cannot load a server that is registered by its bare
+// file name: its way of loading then takes full paths only (0x80070057). Such a server of the system is loaded here and
+// offered under its class, until the apartment ends.
+bool OfferServer(const CLSID& id) {
+  const std::wstring file = ServerOf(id);
+  if (file.empty() || file.find_first_of(L"\\/:") != std::wstring::npos) return false;
+  wchar_t folder[MAX_PATH] = {};
+  if (GetSystemDirectoryW(folder, MAX_PATH) == 0) return false;
+  const HMODULE library = LoadLibraryW((std::wstring(folder) + L"\\" + file).c_str());
+  if (library == nullptr) return false;
+  using GetClassObject = HRESULT STDAPICALLTYPE(REFCLSID, REFIID, void**);
+  const auto getClassObject =
+      reinterpret_cast<GetClassObject*>(reinterpret_cast<void*>(GetProcAddress(library, "DllGetClassObject")));
+  void* made = nullptr;
+  if (getClassObject == nullptr || FAILED(getClassObject(id, IID_IUnknown, &made))) return false;
+  auto* const object = static_cast<IUnknown*>(made);
+  DWORD cookie = 0;
+  const HRESULT offered = CoRegisterClassObject(id, object, CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie);
+  object->Release();
+  return SUCCEEDED(offered);
+}
+
+// The class of a name; sees to it that COM reaches its server.
+HRESULT FindClass(TextView progId, CLSID& id) {
+  HRESULT result = CLSIDFromProgID(ToWide(progId).c_str(), &id);
+  if (SUCCEEDED(result)) result = LookForClassObject(id);
+  return FAILED(result) && OfferServer(id) ? S_OK : result;
+}
+
 }  // namespace
 
 AutomationObject AutomationObject::FromMoniker(TextView displayName) {
+  CLSID id{};
+  static_cast<void>(FindClass(displayName.substr(0, displayName.find(u':')), id));  // the call below says what is wrong
   void* object = nullptr;
   const HRESULT result = CoGetObject(ToWide(displayName).c_str(), nullptr, IID_IDispatch, &object);
   if (FAILED(result)) Fail(Text(u"GetObject ") + Text(displayName), result);
@@ -176,7 +227,7 @@ AutomationObject AutomationObject::FromMoniker(TextView displayName) {
 AutomationObject AutomationObject::FromProgId(TextView progId) {
   const Text call = u"CreateObject " + Text(progId);
   CLSID id{};
-  const HRESULT known = CLSIDFromProgID(ToWide(progId).c_str(), &id);
+  const HRESULT known = FindClass(progId, id);
   if (FAILED(known)) Fail(call, known);
   void* object = nullptr;
   const HRESULT result = CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER, IID_IDispatch, &object);
@@ -186,7 +237,7 @@ AutomationObject AutomationObject::FromProgId(TextView progId) {
 
 bool AutomationObject::IsRegistered(TextView progId) {
   CLSID id{};
-  return SUCCEEDED(CLSIDFromProgID(ToWide(progId).c_str(), &id));
+  return SUCCEEDED(CLSIDFromProgID(ToWide(progId).c_str(), &id)) && FindClass(progId, id) != REGDB_E_CLASSNOTREG;
 }
 
 AutomationObject::AutomationObject(IDispatch* owned) : object_(owned, [](IDispatch* object) { object->Release(); }) {}

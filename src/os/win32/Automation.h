@@ -32,7 +32,8 @@ class AutomationObject {
   [[nodiscard]] static AutomationObject FromMoniker(TextView displayName);
   // A new object of the in-process server that is registered under the name.
   [[nodiscard]] static AutomationObject FromProgId(TextView progId);
-  // False when no class has that name; creation may fail nevertheless.
+  // True when the name has a class with a server for this process: one for 32-bit programs alone does not count. Creation
+  // may fail nevertheless. To be asked in an apartment.
   [[nodiscard]] static bool IsRegistered(TextView progId);
 
   // Takes over one reference.

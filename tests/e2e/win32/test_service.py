@@ -3,6 +3,7 @@
 import json
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import sys
@@ -130,6 +131,20 @@ class ServiceTest(unittest.TestCase):
         self.assertGreater(overlaps, 0, said)
         box.stop()
         box.await_end()
+
+    def test_a_server_that_is_registered_by_its_bare_file_name_comes_from_the_system_folder(self):
+        box = self.box
+        library = box.prefix / "drive_c" / "windows" / "system32" / "wmi_standin.dll"
+        shutil.copy2(box.bin / library.name, library)
+        self.addCleanup(library.unlink)
+        name = re.search(r"\{.*\}", box.run("reg", "query", "HKCR\\winmgmts\\CLSID", "/ve"))[0]
+        box.run("reg", "add", f"HKCR\\CLSID\\{name}\\InprocServer32", "/ve", "/d", library.name, "/f")
+        self.add_rule()
+        box.append(record("one"))
+        box.start()
+        box.await_handled(1)
+        self.assertIn("Message: one", self.log())
+        box.stop()
 
     def test_channel_keys_are_made_once(self):
         box = self.box

@@ -42,6 +42,7 @@ class Win32MailEngines final : public MailEngines {
 
 void Win32MailEngines::Start() {
   builtIn_.Start();
+  EnterApartment();
   const auto serves = [](TextView progId) {
     return AutomationObject::IsRegistered(progId) ? Text(progId) : Text(u"built-in engine");
   };
@@ -57,8 +58,8 @@ void Win32MailEngines::EnterApartment() {
 template <class Made>
 std::unique_ptr<Made> Win32MailEngines::Prefer(TextView progId, const Maker<Made>& component,
                                                const Maker<Made>& builtIn) try {
-  if (!AutomationObject::IsRegistered(progId)) return builtIn();
   EnterApartment();
+  if (!AutomationObject::IsRegistered(progId)) return builtIn();
   std::unique_ptr<Made> made = component();
   reasons_.erase(Text(progId));
   return made;
