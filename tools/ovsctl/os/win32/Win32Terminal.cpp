@@ -1,6 +1,7 @@
 #include <windows.h>
 #include <shellapi.h>
 
+#include <atomic>
 #include <memory>
 
 #include "base/Encoding.h"
@@ -10,6 +11,15 @@
 namespace ovs::os {
 
 namespace {
+
+// The console's code page from before, for whoever ends the program by Ctrl-C or closes its window. 0: none to be put back.
+std::atomic<UINT> codePageBefore = 0;
+
+// On a thread of its own; what the system does then is left to it.
+BOOL WINAPI PutCodePageBack(DWORD /*control*/) {
+  RestoreTerminal(codePageBefore);
+  return FALSE;
+}
 
 HANDLE HandleOf(Stream stream) { return GetStdHandle(stream == Stream::Output ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE); }
 
@@ -26,7 +36,11 @@ std::vector<std::string> ArgumentsOf(int /*argc*/, char** /*argv*/) {
 
 unsigned PrepareTerminal() {
   const unsigned before = GetConsoleOutputCP();
-  if (before != 0) SetConsoleOutputCP(CP_UTF8);
+  if (before != 0) {
+    codePageBefore = before;
+    SetConsoleCtrlHandler(&PutCodePageBack, TRUE);
+    SetConsoleOutputCP(CP_UTF8);
+  }
   for (const Stream stream : {Stream::Output, Stream::Messages}) {
     DWORD mode = 0;
     // Without this the terminal would show escape sequences as they are; UnderstandsEscapes asks whether it was granted.
