@@ -5,7 +5,7 @@
 
 #include "config/Config_Class.h"
 #include "monitor/modFilterEvents.h"
-#include "service/EventService.h"
+#include "service/modEventSvc.h"
 
 namespace ovs {
 

@@ -8,7 +8,7 @@
 #include <string>
 
 #include "diag/App_Debug.h"
-#include "service/EventService.h"
+#include "service/modEventSvc.h"
 #include "support/FakeMailEngines.h"
 #include "support/ServiceDoubles.h"
 #include "support/TestMachine.h"
@@ -51,7 +51,7 @@ class ServiceRun {
 
   void Go() {
     debug.SetEntryListener([this](TextView entry, EventType /*type*/) { entries.emplace_back(entry); });
-    EventService(machine.Ports(), {.host = host, .source = source, .mailEngines = faultyEngines}).Run();
+    modEventSvc(machine.Ports(), {.host = host, .source = source, .mailEngines = faultyEngines}).Run();
     debug.SetEntryListener({});
   }
 

@@ -9,7 +9,7 @@
 #include "base/Encoding.h"
 #include "base/Version.h"
 #include "diag/App_Debug.h"
-#include "service/EventService.h"
+#include "service/modEventSvc.h"
 #include "support/FakeMailEngines.h"
 #include "support/ServiceDoubles.h"
 #include "support/TestMachine.h"
@@ -21,7 +21,7 @@ class SampleTest : public ::testing::Test {
  protected:
   SampleTest() { machine.system.programPath = u"C:\\Orvanta\\OrvantaEventService.exe"; }
 
-  void RunMain() { EventService(machine.Ports(), {.host = host, .source = source, .mailEngines = faultyEngines}).Run(); }
+  void RunMain() { modEventSvc(machine.Ports(), {.host = host, .source = source, .mailEngines = faultyEngines}).Run(); }
   void Put(TextView name, const std::string& bytes) { machine.Put(u"C:\\Orvanta\\" + Text(name), bytes); }
 
   Journal journal;

@@ -10,7 +10,7 @@
 #include <thread>
 
 #include "diag/App_Debug.h"
-#include "service/EventService.h"
+#include "service/modEventSvc.h"
 #include "support/FakeMailEngines.h"
 #include "support/ServiceDoubles.h"
 #include "support/TestMachine.h"
@@ -91,7 +91,7 @@ TEST(ServiceControl, ControlsComeWhileRecordsAreHandled) {
   const ScopedDiagnostics scoped(debug);
   fakes::TestMachine machine;
   fakes::FakeMailEngines engines;
-  EventService(machine.Ports(), {.host = host, .source = source, .mailEngines = engines}).Run();
+  modEventSvc(machine.Ports(), {.host = host, .source = source, .mailEngines = engines}).Run();
   EXPECT_TRUE(source.records.empty());
   const auto count = [&](ServiceState state) { return std::ranges::count(host.sent, state); };
   EXPECT_EQ(host.sent.size(), 1004u);

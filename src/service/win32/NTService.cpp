@@ -102,7 +102,8 @@ bool IsOfOneOfUs(const Handle& object) {
   return isOurs;
 }
 
-std::wstring serviceName = ToWide(kServiceName);  // the calls want one that is not constant
+std::wstring serviceName = ToWide(kServiceName);
+wchar_t* const serviceNamePtr = serviceName.data();  // the calls want one that is not constant
 
 }  // namespace
 
@@ -114,28 +115,28 @@ struct NTService::State {
   Handle startedEvent;
   Handle stopPendingEvent;
   Handle dispatcher;
-  std::atomic<SERVICE_STATUS_HANDLE> statusHandle = nullptr;
+  std::atomic<SERVICE_STATUS_HANDLE> serviceStatusHandle = nullptr;
   ServiceControl control{{[this](ServiceState state) { Send(state); }, [this] { SetEvent(stopPendingEvent.Get()); }}};
 
   // The object whose service is being run.
   static inline std::atomic<State*> running = nullptr;
 
   void Send(ServiceState state) const {
-    SERVICE_STATUS status = {SERVICE_WIN32_OWN_PROCESS,
-                             static_cast<DWORD>(state),
-                             SERVICE_ACCEPT_STOP | SERVICE_ACCEPT_SHUTDOWN,
-                             NO_ERROR,
-                             0,
-                             0,
-                             0};
-    SetServiceStatus(statusHandle.load(), &status);
+    SERVICE_STATUS serviceStatus = {SERVICE_WIN32_OWN_PROCESS,
+                                    static_cast<DWORD>(state),
+                                    SERVICE_ACCEPT_STOP | SERVICE_ACCEPT_SHUTDOWN,
+                                    NO_ERROR,
+                                    0,
+                                    0,
+                                    0};
+    SetServiceStatus(serviceStatusHandle.load(), &serviceStatus);
   }
 
   static void WINAPI ServiceControlHandler(DWORD control) { running.load()->control.OnControl(control); }
 
   static void WINAPI ServiceMainProc(DWORD /*count*/, LPWSTR* /*arguments*/) {
     State* const self = running.load();
-    self->statusHandle = RegisterServiceCtrlHandlerW(serviceName.c_str(), &ServiceControlHandler);
+    self->serviceStatusHandle = RegisterServiceCtrlHandlerW(serviceNamePtr, &ServiceControlHandler);
     self->control.Report(ServiceState::StartPending);
     SetEvent(self->startedEvent.Get());
     WaitForSingleObject(self->endEvent.Get(), INFINITE);
@@ -143,7 +144,7 @@ struct NTService::State {
 
   // Fails at once when the service control manager did not start this process.
   static DWORD WINAPI DispatcherThread(void* /*argument*/) {
-    SERVICE_TABLE_ENTRYW table[] = {{serviceName.data(), &ServiceMainProc}, {nullptr, nullptr}};
+    SERVICE_TABLE_ENTRYW table[] = {{serviceNamePtr, &ServiceMainProc}, {nullptr, nullptr}};
     StartServiceCtrlDispatcherW(table);
     return 0;
   }

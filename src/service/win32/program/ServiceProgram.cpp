@@ -7,7 +7,7 @@
 #include "mail/engines/MailComponent.h"
 #include "os/Machine.h"
 #include "os/System.h"
-#include "service/EventService.h"
+#include "service/modEventSvc.h"
 #include "service/win32/NTService.h"
 
 int WINAPI wWinMain(HINSTANCE /*instance*/, HINSTANCE /*previous*/, PWSTR /*commandLine*/, int /*show*/) {
@@ -18,6 +18,6 @@ int WINAPI wWinMain(HINSTANCE /*instance*/, HINSTANCE /*previous*/, PWSTR /*comm
   NTService host(machine.system.ProgramPath());
   WmiEventSource source;
   const std::unique_ptr<MailEngines> engines = SystemMailEngines(machine);
-  EventService(machine, {.host = host, .source = source, .mailEngines = *engines}).Run();
+  modEventSvc(machine, {.host = host, .source = source, .mailEngines = *engines}).Run();
   return 0;
 }

@@ -1,4 +1,4 @@
-#include "service/EventService.h"
+#include "service/modEventSvc.h"
 
 #include "platform/DebugEnvironment.h"
 #include "service/EnvironmentReport.h"
@@ -6,7 +6,7 @@
 
 namespace ovs {
 
-void EventService::Run() {
+void modEventSvc::Run() {
   Diagnostics().HoldRecords();
   Sample service(modules_, peers_);
   DebugEnvironment debugEnvironment = DebugEnvironmentOf(modules_.environment, modules_.fileSystem);

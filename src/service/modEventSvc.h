@@ -15,9 +15,9 @@ struct ServicePeers {
   MailEngines& mailEngines;
 };
 
-class EventService {
+class modEventSvc {
  public:
-  EventService(const os::Machine& machine, const ServicePeers& peers) : modules_(machine), peers_(peers) {}
+  modEventSvc(const os::Machine& machine, const ServicePeers& peers) : modules_(machine), peers_(peers) {}
 
   // Runs the service until the process shall end, on the calling thread: attaches the process-wide diagnostics to this
   // machine, runs Sample::Main, writes the dumps. Never throws.
