@@ -166,9 +166,10 @@ class CheckTest(OvsctlTest):
             self.assertRegex(done.stderr, r"^\d+ files checked: nothing is wrong\.\n$")
 
     def test_single_files(self):
-        self.lay_out({R: DETAIL + "EventID=7\n", IDS: "7\n", "a.txt": RULE, "b.txt": "hello", CFG: "Debug.EnvDump=1\n"})
+        self.lay_out({R: DETAIL + "EventID=7\n", IDS: "7\n", "a.txt": RULE, "b.txt": "hello", CFG: "Debug.EnvDump=1\n",
+                      "other/Orvanta.ini": MAIL.replace("587", "25") + "UseSSL=0\nAutoFix=0\n"})
         for file, code, what in ((R, 1, "EventID_List.txt, line 1"), (IDS, 0, ""), (CFG, 0, ""), (INI, 0, ""), ("a.txt", 1, ".DAT"),
-                                 ("b.txt", 1, "no file of this name"), ("none.DAT", 1, "no such file")):
+                                 ("other/Orvanta.ini", 1, "without TLS"), ("b.txt", 1, "no file of this name"), ("none.DAT", 1, "no such file")):
             self.assertIn(what, self.ovsctl(self.app / file, code=code).stdout)
         self.refused(([], "no such folder"), app=self.app / "none")
 

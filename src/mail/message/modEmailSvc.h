@@ -45,10 +45,12 @@ class modEmailSvc final : public AlertMailer {
   };
   // The copies that an alert would have at this moment, in their order, whether or not they can be sent.
   [[nodiscard]] std::vector<Copy> AlertCopies();
+  [[nodiscard]] std::vector<Copy> AlertCopies(const PlainIni& ini);
   // The technician's, whether or not technicians get alerts; without address when none is set.
   [[nodiscard]] Copy TechnicianCopy();
 
-  // The way that a mail would take at this moment. Whether there is a password is told, the password is not.
+  // The way that a mail would take at this moment, or by these settings. Whether there is a password is told, the password
+  // is not.
   struct Route {
     bool usable = false;
     Text problem;  // a setting that is missing or cannot be read; empty when usable
@@ -56,11 +58,14 @@ class modEmailSvc final : public AlertMailer {
     Text port;
     Text userName;
     bool hasPassword = false;
+    bool logsIn = false;
+    std::int32_t portNumber = 0;
     std::int32_t sslType = 0;
     Text engine;  // and the security of its connection:
     SmtpPlan plan;
   };
-  [[nodiscard]] Route RouteOfMails();
+  [[nodiscard]] Route RouteOfMails() { return RouteOfMails(LoadSettings()); }
+  [[nodiscard]] Route RouteOfMails(const PlainIni& ini);
 
   // Composes and sends one mail by the settings file as it is now; true when it was sent. The client's details and the
   // attachments go to technicians only. `attachmentPath` names a file or a folder whose files are attached.
@@ -105,7 +110,6 @@ class modEmailSvc final : public AlertMailer {
   [[nodiscard]] static std::int32_t NumberOf(const SettingName& setting, TextView value);
   // The main settings file as it is now; without keys when it is missing or unusable.
   [[nodiscard]] PlainIni LoadSettings();
-  [[nodiscard]] std::vector<Copy> AlertCopies(const PlainIni& ini);
   [[nodiscard]] Copy TechnicianCopy(const PlainIni& ini);
   // Without `known` the settings file is read. `problem` becomes the reason of a false.
   bool TakeConfig(const PlainIni* known, Text& problem);

@@ -76,11 +76,11 @@ bool modEmailSvc::ComposeAndSend(Proc& proc, const PlainIni& ini, const Order& o
   return sent;
 }
 
-modEmailSvc::Route modEmailSvc::RouteOfMails() {
+modEmailSvc::Route modEmailSvc::RouteOfMails(const PlainIni& ini) {
   Proc proc(kModule, u"RouteOfMails", ProcKind::Sub);
   Route route;
   proc.Run([&] {
-    const bool complete = TakeConfig(nullptr, route.problem);
+    const bool complete = TakeConfig(&ini, route.problem);
     route.host = settings_.server.host;
     route.port = settings_.port;
     route.userName = settings_.server.username;
@@ -89,6 +89,8 @@ modEmailSvc::Route modEmailSvc::RouteOfMails() {
     KeepingReason(route.problem, [&] {
       vtxEmail mail(PartsOfMail());
       SetServer(mail.Smtp);
+      route.logsIn = !LoginName(mail.Smtp).empty();
+      route.portNumber = mail.Smtp.port;
       route.sslType = mail.SmtpSSLType;
       vtxEmail::Engine engine = mail.EngineOfSend();
       route.engine = std::move(engine.name);

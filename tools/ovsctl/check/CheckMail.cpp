@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "base/Numbers.h"
 #include "mail/engines/SmtpServer.h"
 #include "ovsctl/check/CheckIni.h"
 #include "ovsctl/cli/Console.h"
@@ -12,6 +11,7 @@ namespace ovs {
 
 namespace {
 
+constexpr std::int32_t kRelayPort = 25;
 constexpr std::int32_t kImplicitPort = 465;
 constexpr std::int32_t kSubmissionPort = 587;
 
@@ -39,50 +39,41 @@ class MailSettings {
     }
   }
 
-  // By the engine that will serve; by the built-in one while the settings are not complete.
+  // By the engine that will serve; while the settings are not complete there is no connection to look at.
   void CheckConnection(const modEmailSvc::Route& route) {
-    const std::int32_t port = Number(MainSettings::kSmtpPort, 0);
-    const std::int32_t sslType = Number(MainSettings::kUseSsl, 0);
-    const std::int32_t autoFix = Number(MainSettings::kAutoFix, 1);
-    const bool sendsPassword = Number(MainSettings::kSmtpAuth, kAuthAutomatic) != kAuthNone;
-    if (port == 0) return;
-    const bool isKnown = route.usable && !route.userName.empty();
-    const SmtpPlan plan = isKnown ? route.plan : PlanConnection(sslType, port, autoFix, sendsPassword);
-    const bool secured = plan.implicitTls || plan.startTls == StartTls::Required;
+    if (!route.usable) return;
+    const bool secured = route.plan.implicitTls || route.plan.startTls == StartTls::Required;
     const std::size_t line = Line(MainSettings::kUseSsl) != 0 ? Line(MainSettings::kUseSsl) : Line(MainSettings::kSmtpPort);
-    if (sendsPassword && !secured) {
+    if (route.logsIn && !secured) {
       findings_.Warning(line,
-                        plan.startTls == StartTls::Never ? "the password goes over a connection without TLS"
-                                                         : "the password goes over a connection without TLS when the "
-                                                           "mail server does not offer STARTTLS",
+                        route.plan.startTls == StartTls::Never ? "the password goes over a connection without TLS"
+                                                               : "the password goes over a connection without TLS when the "
+                                                                 "mail server does not offer STARTTLS",
                         "Use SMTPPort=587 with UseSSL=2, or 465 with UseSSL=1.");
     }
-    CheckPort(port, sslType, plan, line);
+    CheckPort(route, line);
   }
 
  private:
-  void CheckPort(std::int32_t port, std::int32_t sslType, const SmtpPlan& plan, std::size_t line) {
-    const SmtpPlan literal = PlanConnection(sslType, port, 0, true);
-    const bool literally = plan == literal;
-    const bool typeGiven = sslType != 0;
-    const bool implicit = literal.implicitTls;
+  void CheckPort(const modEmailSvc::Route& route, std::size_t line) {
+    const SmtpPlan literal = PlanConnection(route.sslType, route.portNumber, 0, true);
+    const bool literally = route.plan == literal;
     const std::string fixed = literally ? "" : "; AutoFix corrects it";
-    if (port == kImplicitPort && !implicit && (literally || typeGiven)) {
-      findings_.Warning(
-          line, "port 465 speaks TLS from the first byte, which UseSSL=" + std::to_string(sslType) + " does not do" + fixed,
-          "Write UseSSL=1, or SMTPPort=587.");
-    } else if (port != kImplicitPort && sslType == kSslImplicit && (port == kSubmissionPort || port == 25)) {
-      findings_.Warning(
-          line, "UseSSL=1 means TLS from the first byte, which port " + std::to_string(port) + " does not speak" + fixed,
-          "Write UseSSL=2, or SMTPPort=465.");
+    const std::string port = std::to_string(route.portNumber);
+    const bool startsPlain = route.portNumber == kSubmissionPort || route.portNumber == kRelayPort;
+    if (route.portNumber == kImplicitPort && !literal.implicitTls && (literally || route.sslType != kSslNone)) {
+      findings_.Warning(line,
+                        "port " + port + " speaks TLS from the first byte, which UseSSL=" + std::to_string(route.sslType) +
+                            " does not do" + fixed,
+                        "Write UseSSL=1, or SMTPPort=587.");
+    } else if (startsPlain && route.sslType == kSslImplicit) {
+      findings_.Warning(line, "UseSSL=1 means TLS from the first byte, which port " + port + " does not speak" + fixed,
+                        "Write UseSSL=2, or SMTPPort=465.");
     }
   }
 
   [[nodiscard]] Text Value(const SettingName& setting) const { return ValueOf(ini_, setting); }
   [[nodiscard]] std::size_t Line(const SettingName& setting) const { return LineOfKey(lines_, setting); }
-  [[nodiscard]] std::int32_t Number(const SettingName& setting, std::int32_t otherwise) const {
-    return ParseInt32(Value(setting)).value_or(otherwise);
-  }
 
   const PlainIni& ini_;
   std::vector<PlainIni::Line> lines_;
@@ -93,13 +84,11 @@ class MailSettings {
 
 void CheckMailSettings(Installation& installation, const PlainIni& ini, Findings& findings) {
   MailSettings settings(ini, findings);
-  if (!IsOn(MonitorSwitch::EventEmails, installation.Ini(), installation.Settings(), ini)) {
-    return settings.CheckConnection({});
-  }
   ServiceMail mail(installation);
-  settings.CheckConnection(mail.Module().RouteOfMails());
+  settings.CheckConnection(mail.Module().RouteOfMails(ini));
+  if (!IsOn(MonitorSwitch::EventEmails, installation.Ini(), installation.Settings(), ini)) return;
   settings.CheckComplete();
-  if (!mail.Module().AlertCopies().empty()) return;
+  if (!mail.Module().AlertCopies(ini).empty()) return;
   const std::vector<PlainIni::Line> lines = ini.Lines();
   findings.Error(LineOfKey(lines, MainSettings::kEventEmails), "alerts are mailed, but nobody would get one",
                  "Write EmailAdminEvents=1 into [EmailOptions], and AdminEmail into [EmailConfig].");
