@@ -8,8 +8,8 @@ A file of tests/mutations holds mutations, each of a title and hunks:
     -   AlertSequence sink({action, logs});
     +   AlertSequence sink({logs, action});
 
-A hunk names a file; the first one of a mutation names the tests that have to notice too: floors, e2e.NAME, either with
-"wine:" before it. Lines are compared without the blanks around them and must occur in the file exactly once; a line of
+A hunk names a file; the first one of a mutation names the tests that have to notice too: floors, suites (floor.Suite) where a
+floor's tests take long, e2e.NAME, each with "wine:" before it where it needs Wine. Lines are compared without the blanks around them and must occur in the file exactly once; a line of
 "  " before "-" or "+" lines is context. Lines before the first title are remarks.
 """
 
@@ -105,7 +105,7 @@ class Copy:
             self.configure(preset)
             whole = wine and any(name.startswith("e2e.") for name in names)
             targets = {"ovsctl", "mailprobe"} if any(name.startswith("e2e.") for name in names) else set()
-            targets |= {f"{name}_tests" for name in names if not name.startswith("e2e.")}
+            targets |= {f"{name.partition('.')[0]}_tests" for name in names if not name.startswith("e2e.")}
             build = ["cmake", "--build", f"build/{preset}"] + ([] if whole else ["--target", *sorted(targets)])
             if not self.run("build.log", *build):
                 return "not built"
