@@ -128,6 +128,7 @@ class OvsctlTest(unittest.TestCase):
         ini.write_bytes(b"[Monitoring]\nEventEmails=1\n")
         self.assertRegex(self.with_app("install"), r"Settings: kept.*\nRules: kept")
         self.assertEqual((list(self.rules()), ini.read_bytes()), (["Mine.dat"], b"[Monitoring]\nEventEmails=1\n"))
+        self.assertFalse((box.app / "OrvantaEventService.cfg").exists())
 
     def test_refusals(self):
         no_program = self.box.app.with_name("empty")

@@ -242,11 +242,12 @@ bool Installer::WriteDefaults() {
     const os::Error error = installation_.FileSystem().Files().Write(ini, DefaultSettings().content);
     if (error.Failed()) return Fail(error);
     Console::Print("Settings: Config\\Orvanta.ini written; nothing is mailed until it is filled in.");
+    if (!WriteProgramSettings()) return false;
   }
-  return WriteProgramSettings() && WriteDefaultRules();
+  return WriteDefaultRules();
 }
 
-// What a new installation shall do otherwise than one without this setting, which old mail servers may need.
+// Only with new settings: the mail server of settings that exist may be too old for it.
 bool Installer::WriteProgramSettings() {
   const Text path = folder_ + u"OrvantaEventService.cfg";
   if (installation_.FileSystem().FileExist(path)) return true;
