@@ -135,6 +135,8 @@ class Config_Class {
   // The lines of a settings file's text in their order, empty ones too. A line in square brackets is a section's name, with
   // or without "=" in it, and no entry.
   static void ForEachFileLine(TextView content, const std::function<void(const FileLine& line)>& take);
+  // A file that SaveConfig never writes, by its name.
+  [[nodiscard]] static bool IsDebugFile(TextView path);
   // The files that LoadDir loads, in its order.
   [[nodiscard]] std::vector<Text> FilesIn(TextView sDir, std::int32_t lRecursionLevel = -1);
 
@@ -286,7 +288,6 @@ class Config_Class {
   bool LoadINIText(TextView text, TextView fileOfPrefix, TextView defFile, const ConfigIniOptions& options);
 
   [[nodiscard]] std::vector<Target> Targets() const;
-  [[nodiscard]] static bool IsDebugFile(TextView path);
   bool SaveTarget(class Proc& proc, const Target& target);
   bool ReplaceFile(class Proc& proc, TextView file, TextView text);
   [[nodiscard]] bool MayReplace(class Proc& proc, TextView path, TextView text);

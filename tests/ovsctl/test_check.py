@@ -116,6 +116,7 @@ SEEDED = (
     ("cfg strict switch", {CFG: "Email.SMTP.AllowUntrusted=2\n"}, (CFG, 1, '"2"', "AllowUntrusted=1")),
     ("cfg file missing", {CFG: "Email.SMTP.CAFile=C:\\none.pem\n"}, (CFG, 1, "no file here", "full path")),
     ("cfg secret", {CFG: "Email.SMTP.Password=<ev~>00ff\n"}, (CFG, 1, "cannot be decrypted", "encrypt Email.SMTP.Password")),
+    ("cfg secret in plain text", {"x_Debug.cfg": "Email.SMTP.Password=x\n"}, ("x_Debug.cfg", 1, "stays in plain text", "encrypt Email")),
     ("cfg section", {CFG: "[Debug]\n"}, (CFG, 1, "section lines count for nothing", "whole keys")),
     ("cfg twice", {CFG: "Debug.EnvDump=1\ndebug.envdump=0\n"}, (CFG, 2, "line 1 too; this later one counts", "one of the two")),
     ("cfg in two files", {CFG: "Debug.EnvDump=1\n", "sub/x.cfg": "Debug.EnvDump=0\n"}, ("*.cfg", 1, "rests on the order", "one of the two")),
@@ -160,6 +161,7 @@ class CheckTest(OvsctlTest):
     def test_nothing_is_wrong_where_nothing_is(self):
         for app in (DEMO, None):
             self.lay_out({CFG: "; made by the service\nDebug.EnvDump=1\nDebug.SystemOutput.Prefix=\n", INI: MAIL, IDS: "7\n\n8",
+                          RULES + "S.DAT": DETAIL + "EventDesc=C:\\new\\x?y w\nEventDescEx=C:\\new\\x?y z more\nEventSource=Disk\n",
                           R: "; x\n" + DETAIL + "EventDesc=C:\\new\\x?y\nEventDescEx=C:\\new\\x?y z\nEventSource= \"Disk\" \n"})
             done = self.ovsctl(app=app)
             self.assertEqual(done.stdout, "")

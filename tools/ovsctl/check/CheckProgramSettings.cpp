@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/App_Strings.h"
+#include "base/Encoding.h"
 #include "base/Fold.h"
 #include "base/Wipe.h"
 #include "config/Config_Class.h"
@@ -120,7 +121,12 @@ void ProgramSettingsCheck::TakeValue(const SettingName& key, TextView value, std
   int length = 0;
   const bool encrypted = ckCrypt_Config::IsEncryptedValue_KVP(value, marker, length);
   if (!encrypted) {
-    if (key.kind != SettingKind::Secret) CheckEncoding(value, line, findings_);
+    if (key.kind != SettingKind::Secret) {
+      CheckEncoding(value, line, findings_);
+    } else if (Config_Class::IsDebugFile(FromUtf8(shown_))) {
+      findings_.Warning(line, Console::Shown(key.key) + " stays in plain text: the service never writes this file",
+                        "Set it with \"ovsctl encrypt " + Console::Shown(key.key) + "\".");
+    }
     CheckValue(files_, {key, value, line}, findings_);
     return;
   }
