@@ -56,6 +56,7 @@ TEST(ProcessHardeningTest, ALibraryOfTheCurrentFolderIsNotLoaded) {
   ASSERT_TRUE(SetCurrentDirectoryW(folder));
   ASSERT_TRUE(CopyFileW((std::wstring(system) + L"\\version.dll").c_str(), L"ovsplanted.dll", FALSE));
   EXPECT_TRUE(Loads(L"ovsplanted.dll")) << "the test shows nothing: error " << GetLastError();
+  SetErrorMode(0);
   os::HardenProcess();
   EXPECT_NE(GetErrorMode() & SEM_FAILCRITICALERRORS, 0u) << "a drive without a medium would ask for it";
   EXPECT_FALSE(Loads(L"ovsplanted.dll"));
