@@ -75,7 +75,13 @@ class Copy:
         self.known = {}
         listed = subprocess.run(["git", "ls-files", "-z", "--cached", "--others", "--exclude-standard"], check=True,
                                 capture_output=True, text=True).stdout
-        for name in filter(None, listed.split("\0")):
+        names = set(filter(None, listed.split("\0")))
+        # What was renamed since the last run would be built beside what it became.
+        for folder in root.iterdir() if root.exists() else ():
+            for target in [] if folder.name == "build" else [folder, *folder.rglob("*")]:
+                if target.is_file() and str(target.relative_to(root)) not in names:
+                    target.unlink()
+        for name in names:
             source, target = pathlib.Path(name), root / name
             # Only what differs is written, so that a second run builds little.
             if not source.exists():
