@@ -40,6 +40,7 @@ void Sample::Main() {
     Proc proc(u"Sample", u"Main", ProcKind::Sub);
     RunMain(proc);
   }
+  if (endedUnread_) ReadSettingsForLog();
   // Settings that changed are saved now; they stay readable for the reports that follow.
   if (store_) store_->Release();
   MExceptionHandler::UninstallExceptionHandler();
@@ -73,7 +74,17 @@ void Sample::Explain(TextView text) {
   modules_.machine.prompt.Show(text, modules_.environment.Title(), kBoxFlags);
 }
 
+// The settings say whether there is a debug log; without them an error of the start-up would be told nowhere.
+void Sample::ReadSettingsForLog() {
+  Proc proc(u"Sample", u"ReadSettingsForLog", ProcKind::Sub);
+  proc.Run([&] {
+    Diagnostics().InitDebug(Diagnostics().Switches(), false, {});
+    InitConfig();
+  });
+}
+
 void Sample::RunService() {
+  endedUnread_ = true;
   modules_.environment.SetAutomaticMode(true);
   peers_.host.ReportServiceState(ServiceState::Running);
   RegisterLogChannels(modules_.registry);
@@ -133,6 +144,7 @@ void Sample::InitConfig() {
   store_ = Config_Init(modules_.fileSystem, modules_.environment, modules_.crypt, {.bStartedAsService = true});
   LoadDebugSettings(store_.get(), true);
   Diagnostics().EndHoldOfRecords();
+  endedUnread_ = false;
   MExceptionHandler::InstallExceptionHandler(0);
 }
 

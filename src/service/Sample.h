@@ -28,6 +28,7 @@ class Sample {
   void RunMain(Proc& proc);
   void Explain(TextView text);
   void RunService();
+  void ReadSettingsForLog();
   void RunMonitor();
   void InitApp();
   void StartMailEngines();
@@ -38,6 +39,7 @@ class Sample {
   ServicePeers peers_;
   std::unique_ptr<Config_Class> store_;
   Text caption_;
+  bool endedUnread_ = false;  // an error has ended the start-up before the settings were read
 };
 
 // Makes sure that the classic event-log keys of the three modern channels exist, so that their records are delivered.

@@ -185,9 +185,11 @@ TEST_F(SampleTest, WhereItIsNoServiceItSaysSoAndConnectsToNothing) {
 }
 
 TEST_F(SampleTest, AnErrorOfTheSourceEndsMainWithoutAStoppedReport) {
+  Put(u"OrvantaEventService_Debug.cfg", "Debug.Log.RealTime=1");
   source.failConnect = true;
   RunMain();
   EXPECT_EQ(journal, (Journal{"create events", "dispatcher", "state 4", "connect"}));
+  EXPECT_NE(machine.Content(Text(kLog) + u".log").find("no WMI"), std::string::npos) << "told before the settings were read";
   journal.clear();
   source.failConnect = false;
   source.records = {Raw(u"one")};
