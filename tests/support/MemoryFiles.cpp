@@ -22,7 +22,7 @@ struct MemoryFiles::Node {
   std::string bytes;
   std::optional<os::FileVersion> version;
   std::vector<NodePtr> entries;
-  NodePtr target;  // of a link
+  std::weak_ptr<Node> target;  // of a link, which may lead to a folder that it lies in
 
   [[nodiscard]] os::FileInfo Info() const {
     os::FileInfo shown = info;
@@ -90,6 +90,11 @@ class MemoryAppendFile final : public os::AppendFile {
   std::shared_ptr<os::FileTicks> now_;
 };
 
+NodePtr Followed(const NodePtr& node) {
+  NodePtr target = node->target.lock();
+  return target ? target : node;
+}
+
 NodePtr EntryOf(const Node& folder, TextView name) {
   const auto at = std::ranges::find_if(folder.entries, [&](const NodePtr& each) { return EqualsFolded(each->name, name); });
   return at == folder.entries.end() ? nullptr : *at;
@@ -117,7 +122,7 @@ Error MemoryFiles::Find(TextView path, Place& out) {
   out.node = Root(split.root);
   for (Text& name : split.names) {
     if (!out.node || !out.node->info.IsDirectory()) return kPathNotFound;
-    out.folder = out.node->target ? out.node->target : out.node;
+    out.folder = Followed(out.node);
     out.name = name;
     out.node = EntryOf(*out.folder, name);
     if (out.node) name = out.node->name;
@@ -134,7 +139,7 @@ Error MemoryFiles::FindExisting(TextView path, Place& out) {
 
 Error MemoryFiles::FindFolder(TextView path, Place& out) {
   if (const Error error = FindExisting(path, out); error.Failed()) return error;
-  if (out.node->target) out.node = out.node->target;
+  out.node = Followed(out.node);
   return out.node->info.IsDirectory() ? kSuccess : kNotADirectory;
 }
 
