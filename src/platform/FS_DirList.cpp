@@ -118,6 +118,7 @@ void FS_DirList::SearchDir(TextView sPath) {
 // The open folders, and those that the search path lies in.
 std::vector<Text> FS_DirList::FoldersAbove(const std::vector<OpenFolder>& open) {
   std::vector<Text> folders;
+  folders.reserve(open.size());
   for (const OpenFolder& folder : open) folders.push_back(folder.pathBS);
   Text path = open.front().pathBS;
   const std::size_t root = App_FilePath::RootLength(path);
