@@ -43,7 +43,6 @@ class App_Proc {
 
   // Variables of one kind; several values are joined with "<sep>". A kind that is none of VarKind counts as created.
   void AddVariable(VarKind kind, TextView text);
-  void SetVariables(VarKind kind, Text text) { Variables(kind) = std::move(text); }
   [[nodiscard]] const Text& Vars_Passed_ByVal() const noexcept { return vars_[0]; }
   [[nodiscard]] const Text& Vars_Passed_ByRef() const noexcept { return vars_[1]; }
   [[nodiscard]] const Text& Vars_Created() const noexcept { return vars_[2]; }

@@ -202,9 +202,8 @@ void ProcTrace::AdoptGuards() {
     App_Proc* record = MakeRecord(guard->id_, guard->kind_, guard->module_, guard->procedure_, guard->enterEvent_);
     record->BelongToGuard();
     record->SetEarlierEvents(guard->eventCount_);
-    for (const VarKind kind : {VarKind::PassedByVal, VarKind::PassedByRef}) {
-      record->SetVariables(kind, secrets_.Masked(guard->RenderVars(kind)));
-    }
+    record->Vars_Passed_ByVal(secrets_.Masked(guard->RenderVars(VarKind::PassedByVal)));
+    record->Vars_Passed_ByRef(secrets_.Masked(guard->RenderVars(VarKind::PassedByRef)));
     guard->record_ = record;
   }
 }

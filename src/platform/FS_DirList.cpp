@@ -92,27 +92,36 @@ void FS_DirList::SearchDir(TextView sPath) {
   while (!open.empty()) {
     OpenFolder& folder = open.back();
     if (folder.next == folder.entries.size()) {
-      if (IncludeDirs && !folder.name.empty()) {
-        folder.pathBS.pop_back();
-        Report(dirsOnDisk_, folder.pathBS, folder.name);
-      }
+      ReportFolder(folder);
       open.pop_back();
       continue;
     }
     const os::DirEntry& entry = folder.entries[folder.next++];
-    const Text path = folder.pathBS + entry.name;
-    if (!entry.info.IsDirectory()) {
-      if (IsWanted(entry)) Report(filesOnDisk_, path, entry.name);
-      continue;
+    if (entry.info.IsDirectory()) {
+      open.push_back(Enter(entry, open));
+    } else if (IsWanted(entry)) {
+      Report(filesOnDisk_, folder.pathBS + entry.name, entry.name);
     }
-    const bool isLink = (entry.info.attributes & os::FileAttribute::kReparsePoint) != 0;
-    const bool mayEnter = MayEnter(entry, folder) && (!isLink || MayFollow(path, open));
-    std::optional<OpenFolder> inner;
-    if (mayEnter) inner = List(path, folder.level < 0 ? folder.level : folder.level - 1);
-    if (!inner) inner = OpenFolder{path + u"\\", {}};
-    inner->name = entry.name;
-    open.push_back(std::move(*inner));
   }
+}
+
+// A folder that is not entered has no entries here, and is reported all the same.
+FS_DirList::OpenFolder FS_DirList::Enter(const os::DirEntry& entry, const std::vector<OpenFolder>& open) {
+  const OpenFolder& parent = open.back();
+  const Text path = parent.pathBS + entry.name;
+  const bool isLink = (entry.info.attributes & os::FileAttribute::kReparsePoint) != 0;
+  const bool mayEnter = MayEnter(entry, parent) && (!isLink || MayFollow(path, open));
+  std::optional<OpenFolder> folder;
+  if (mayEnter) folder = List(path, parent.level < 0 ? parent.level : parent.level - 1);
+  if (!folder) folder = OpenFolder{path + u"\\", {}};
+  folder->name = entry.name;
+  return std::move(*folder);
+}
+
+void FS_DirList::ReportFolder(OpenFolder& folder) {
+  if (!IncludeDirs || folder.name.empty()) return;
+  folder.pathBS.pop_back();
+  Report(dirsOnDisk_, folder.pathBS, folder.name);
 }
 
 // The open folders, and those that the search path lies in.

@@ -75,10 +75,12 @@ class FS_DirList {
 
   void SearchDir(TextView sPath);
   [[nodiscard]] std::optional<OpenFolder> List(TextView sPath, std::int32_t lRecursionLevel);
+  [[nodiscard]] OpenFolder Enter(const os::DirEntry& entry, const std::vector<OpenFolder>& open);
   [[nodiscard]] bool MayEnter(const os::DirEntry& entry, const OpenFolder& parent) const;
   [[nodiscard]] static std::vector<Text> FoldersAbove(const std::vector<OpenFolder>& open);
   [[nodiscard]] bool MayFollow(const Text& link, const std::vector<OpenFolder>& open);
   [[nodiscard]] bool IsWanted(const os::DirEntry& file) const;
+  void ReportFolder(OpenFolder& folder);
   void Report(std::vector<Text>& onDisk, const Text& path, const Text& name);
   [[nodiscard]] Text Chosen(std::size_t at) const;
   // The index of the file for which `key` gives the greatest value; none without files.
